@@ -1,0 +1,152 @@
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <set>
+#include <stop_token>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "TavrinKit/Support/Geometry.h"
+#include "TavrinKit/Support/PixelBuffer.h"
+
+namespace tavrin {
+
+// What is asked of a display server. One folder under Platform/ answers for each kind of server; all the
+// logic of recording lies above these values and interfaces and includes no platform header.
+
+/// A display that can be recorded.
+struct ShareableDisplay {
+    std::uint32_t displayID = 0;
+    std::string name;   ///< the connector's name, as in "HDMI-1"
+    Rect frame;         ///< global points, y downward, origin at the top left of the main display
+    PixelSize pixels;   ///< what a recording of the whole display measures
+    bool isMain = false;
+};
+
+/// A window that can be recorded.
+struct ShareableWindow {
+    std::uint32_t windowID = 0;
+    std::string title;
+    Rect frame;         ///< global points, y downward, origin at the top left of the main display
+    std::int32_t processID = 0;
+    std::string bundleIdentifier; ///< of the owning application; empty when unknown
+};
+
+/// A running application that owns windows.
+struct ShareableApplication {
+    std::string bundleIdentifier;
+    std::string name;
+    std::int32_t processID = 0;
+};
+
+/// A snapshot of what a server has to offer.
+struct ShareableContent {
+    std::vector<ShareableDisplay> displays; ///< the server's order
+    std::vector<ShareableWindow> windows;
+    std::vector<ShareableApplication> applications;
+    double mainDisplayHeight = 0; ///< points; what turns y over
+};
+
+/// What a stream shows.
+struct ContentFilter {
+    struct Display {
+        std::uint32_t displayID = 0;
+        std::vector<ShareableApplication> excludedApplications;
+    };
+    struct Window {
+        std::uint32_t windowID = 0;
+    };
+    std::variant<Display, Window> content;
+
+    /// Where the content lies; for a window its frame without decorations.
+    Rect contentRect;
+    double pointPixelScale = 1;
+};
+
+/// How a stream delivers what its filter shows.
+struct StreamConfiguration {
+    int width = 0;  ///< pixels of each delivered picture
+    int height = 0;
+    int queueDepth = 4;                      ///< pictures in flight at most
+    double minimumFrameInterval = 1.0 / 60;  ///< seconds
+    bool showsCursor = true;
+    bool capturesAudio = false;
+    int sampleRate = 48000;
+    int channelCount = 2;
+    bool scalesToFit = false;
+    std::optional<Rect> sourceRect;          ///< points, relative to the display, y downward; absent: all of it
+};
+
+enum class FrameStatus { complete, idle, blank, suspended, started, stopped };
+
+/// One picture of a stream, or the news that there is none.
+struct VideoSample {
+    PixelBuffer pixels;              ///< i420; empty for a sample without a picture. Not written again.
+    double presentationTime = 0;     ///< host clock: when the picture was taken
+    FrameStatus status = FrameStatus::complete;
+    std::optional<Rect> screenRect;  ///< where the source lay, global points
+    std::optional<Rect> contentRect; ///< where the content lies in the surface, points
+    std::optional<double> scaleFactor;
+};
+
+/// A run of sound.
+struct AudioSample {
+    std::vector<float> interleaved; ///< -1...1, as many channels as the configuration says
+    double presentationTime = 0;    ///< host clock time of the first frame
+};
+
+/// Takes what a stream delivers. Called from one thread at a time; must not block.
+class ScreenStreamOutput {
+public:
+    virtual ~ScreenStreamOutput() = default;
+    virtual void didOutput(VideoSample sample) = 0;
+    virtual void didOutput(AudioSample sample) = 0;
+    /// The stream ended by itself: the display has gone, the server hung up. Nothing follows.
+    virtual void didStop(std::exception_ptr error) = 0;
+};
+
+/// A running capture of one source.
+///
+/// A picture is delivered when something changed, at most one every `minimumFrameInterval`, with the time
+/// at which it was taken; the first one as soon as the stream runs. All calls from any thread.
+class ScreenStream {
+public:
+    virtual ~ScreenStream() = default;
+
+    /// Returns once the capture runs; pictures may arrive before that.
+    /// @throws Error of the platform, CancellationError
+    virtual void start(std::stop_token stop) = 0;
+
+    /// Ends the capture. Harmless when it is not running.
+    /// @throws Error of the platform, CancellationError
+    virtual void stop(std::stop_token stop) = 0;
+
+    /// Takes the output off. When this returns no call of the output is in flight and none will follow.
+    virtual void removeOutput() = 0;
+
+    /// Pictures that could not be delivered in time, since the start.
+    [[nodiscard]] virtual std::int64_t droppedFrames() const = 0;
+};
+
+/// One display server, seen from the recorder.
+class ScreenCaptureBackend {
+public:
+    virtual ~ScreenCaptureBackend() = default;
+
+    /// May hang when the server does: callers race it against a timer.
+    /// @throws Error of the platform
+    [[nodiscard]] virtual ShareableContent shareableContent(bool excludingDesktopWindows,
+                                                            bool onScreenWindowsOnly) = 0;
+
+    /// @param output  held weakly by nobody: the stream keeps it until `removeOutput` or its own end
+    /// @throws Error of the platform when the source has gone
+    [[nodiscard]] virtual std::unique_ptr<ScreenStream> makeStream(const ContentFilter& filter,
+                                                                   const StreamConfiguration& configuration,
+                                                                   std::shared_ptr<ScreenStreamOutput> output) = 0;
+};
+
+} // namespace tavrin

@@ -1,0 +1,239 @@
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "TavrinKit/Support/Date.h"
+#include "TavrinKit/Support/Error.h"
+#include "TavrinKit/Support/Geometry.h"
+#include "TavrinKit/Support/UUID.h"
+
+namespace tavrin {
+
+using Json = nlohmann::json;
+
+enum class JsonErrorKind { malformed, missingKey, typeMismatch, notEncodable };
+
+/// JSON that is no JSON, or that doesn't hold what a record asks for.
+class JsonError : public ErrorFamily<JsonErrorKind> {
+public:
+    /// @param path  where in the document, as in "timeline.zoomTrack.segments[3].focus"; may be empty
+    JsonError(JsonErrorKind kind, const std::string& reason, std::string path = {});
+
+    [[nodiscard]] const std::string& path() const { return path_; }
+    [[nodiscard]] const std::string& reason() const { return reason_; }
+
+private:
+    std::string reason_;
+    std::string path_;
+};
+
+/// Parses a document; nesting beyond 128 levels is refused.
+/// @throws JsonError
+[[nodiscard]] Json parseJson(std::string_view text);
+
+/// Pretty printed with sorted keys, and a line end. Independent of the locale.
+/// @throws JsonError for a number that is not finite, or text that is not UTF-8
+[[nodiscard]] std::string encodeJson(const Json& json);
+
+/// What a type must offer to stand in a document: two free functions, found by its namespace.
+///
+///     void encode(Json& json, const T& value);
+///     void decode(const Json& json, T& value);     // throws JsonError
+void encode(Json& json, bool value);
+void encode(Json& json, double value);
+void encode(Json& json, std::int64_t value);
+void encode(Json& json, int value);
+void encode(Json& json, const std::string& value);
+void encode(Json& json, const UUID& value);
+void encode(Json& json, Date value);
+void encode(Json& json, const Vec2& value);
+void encode(Json& json, const Size2D& value);
+/// As two nested lists, [[x, y], [width, height]].
+void encode(Json& json, const Rect& value);
+
+void decode(const Json& json, bool& value);
+void decode(const Json& json, double& value);
+void decode(const Json& json, std::int64_t& value);
+void decode(const Json& json, int& value);
+void decode(const Json& json, std::string& value);
+void decode(const Json& json, UUID& value);
+void decode(const Json& json, Date& value);
+void decode(const Json& json, Vec2& value);
+void decode(const Json& json, Size2D& value);
+void decode(const Json& json, Rect& value);
+
+/// An enumeration that stands in JSON as a string: specialise with
+///     static constexpr std::array<std::pair<E, std::string_view>, N> names{…};
+template <typename E>
+struct EnumNames;
+
+template <typename E>
+concept NamedEnum = std::is_enum_v<E> && requires { EnumNames<E>::names; };
+
+template <NamedEnum E>
+[[nodiscard]] std::string_view nameOf(E value) {
+    for (const auto& [candidate, name] : EnumNames<E>::names) {
+        if (candidate == value) {
+            return name;
+        }
+    }
+    return {};
+}
+
+template <NamedEnum E>
+[[nodiscard]] std::optional<E> enumNamed(std::string_view text) {
+    for (const auto& [value, name] : EnumNames<E>::names) {
+        if (name == text) {
+            return value;
+        }
+    }
+    return std::nullopt;
+}
+
+template <NamedEnum E>
+void encode(Json& json, E value) {
+    json = std::string(nameOf(value));
+}
+
+template <NamedEnum E>
+void decode(const Json& json, E& value) {
+    std::string text;
+    decode(json, text);
+    if (const auto found = enumNamed<E>(text)) {
+        value = *found;
+    } else {
+        throw JsonError(JsonErrorKind::typeMismatch, "Unknown case \"" + text + "\".");
+    }
+}
+
+template <typename T>
+void encode(Json& json, const std::vector<T>& values) {
+    json = Json::array();
+    for (const T& value : values) {
+        encode(json.emplace_back(), value);
+    }
+}
+
+/// Adds where in the document an error arose to the error.
+[[noreturn]] void rethrowBelow(const JsonError& error, const std::string& step);
+
+template <typename T>
+void decode(const Json& json, std::vector<T>& values) {
+    if (!json.is_array()) {
+        throw JsonError(JsonErrorKind::typeMismatch, "Expected an array.");
+    }
+    values.clear();
+    values.reserve(json.size());
+    for (std::size_t i = 0; i < json.size(); ++i) {
+        try {
+            T value{};
+            decode(json[i], value);
+            values.push_back(std::move(value));
+        } catch (const JsonError& error) {
+            rethrowBelow(error, "[" + std::to_string(i) + "]");
+        }
+    }
+}
+
+/// Reads the keys of one JSON object.
+///
+/// Whether a record tolerates a missing key shows in which call reads it. Unknown keys are ignored. A key
+/// whose value is null counts as missing.
+class JsonObject {
+public:
+    /// @throws JsonError when `json` is no object
+    explicit JsonObject(const Json& json);
+
+    /// @throws JsonError when the key is missing or its value of another type
+    template <typename T>
+    void required(const char* key, T& value) const {
+        const Json* found = find(key);
+        if (found == nullptr) {
+            throw JsonError(JsonErrorKind::missingKey, "The key is missing.", key);
+        }
+        decodeAt(key, *found, value);
+    }
+    template <typename T>
+    [[nodiscard]] T required(const char* key) const {
+        T value{};
+        required(key, value);
+        return value;
+    }
+
+    /// Leaves `value` as it is when the key is missing.
+    template <typename T>
+    void tolerated(const char* key, T& value) const {
+        if (const Json* found = find(key)) {
+            decodeAt(key, *found, value);
+        }
+    }
+    template <typename T>
+    void tolerated(const char* key, std::optional<T>& value) const {
+        if (const Json* found = find(key)) {
+            decodeAt(key, *found, value.emplace());
+        }
+    }
+
+    /// The value of the key, or null when it is missing.
+    [[nodiscard]] const Json* find(const char* key) const;
+
+private:
+    template <typename T>
+    static void decodeAt(const char* key, const Json& json, T& value) {
+        try {
+            decode(json, value);
+        } catch (const JsonError& error) {
+            rethrowBelow(error, key);
+        }
+    }
+
+    const Json* json_;
+};
+
+/// Makes one JSON object; an absent optional leaves its key out.
+class JsonObjectWriter {
+public:
+    explicit JsonObjectWriter(Json& json) : json_(&json) { json = Json::object(); }
+
+    template <typename T>
+    JsonObjectWriter& put(const char* key, const T& value) {
+        encode((*json_)[key], value);
+        return *this;
+    }
+    template <typename T>
+    JsonObjectWriter& put(const char* key, const std::optional<T>& value) {
+        if (value) {
+            encode((*json_)[key], *value);
+        }
+        return *this;
+    }
+
+private:
+    Json* json_;
+};
+
+/// A whole document of any type that has encode and decode.
+template <typename T>
+[[nodiscard]] std::string encodeDocument(const T& value) {
+    Json json;
+    encode(json, value);
+    return encodeJson(json);
+}
+
+template <typename T>
+[[nodiscard]] T decodeDocument(std::string_view text) {
+    const Json json = parseJson(text);
+    T value{};
+    decode(json, value);
+    return value;
+}
+
+} // namespace tavrin

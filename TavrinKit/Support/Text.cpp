@@ -1,0 +1,110 @@
+#include "TavrinKit/Support/Text.h"
+
+#include <cstdint>
+#include <memory>
+
+#include <unicode/brkiter.h>
+#include <unicode/uchar.h>
+#include <unicode/unistr.h>
+#include <unicode/utext.h>
+#include <unicode/utf8.h>
+
+namespace tavrin {
+namespace {
+
+/// The byte position behind the first `limit` characters, and how many there were.
+struct Walk {
+    std::size_t position = 0;
+    std::size_t count = 0;
+};
+
+Walk walkCharacters(std::string_view text, std::size_t limit) {
+    UErrorCode status = U_ZERO_ERROR;
+    const std::unique_ptr<icu::BreakIterator> breaks(
+        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+    UText utext = UTEXT_INITIALIZER;
+    utext_openUTF8(&utext, text.data(), std::int64_t(text.size()), &status);
+    Walk walk;
+    if (U_SUCCESS(status)) {
+        breaks->setText(&utext, status);
+        breaks->first();
+        while (U_SUCCESS(status) && walk.count < limit) {
+            const std::int32_t next = breaks->next();
+            if (next == icu::BreakIterator::DONE) {
+                break;
+            }
+            walk.position = std::size_t(next);
+            walk.count += 1;
+        }
+    }
+    utext_close(&utext);
+    return walk;
+}
+
+bool isASCII(std::string_view text) {
+    for (const char c : text) {
+        if (std::uint8_t(c) >= 0x80 || c == '\r') { // "\r\n" is one character
+            return false;
+        }
+    }
+    return true;
+}
+
+template <typename Predicate>
+std::string trimmedOf(std::string_view text, Predicate isTrimmed) {
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+    const auto length = std::int32_t(text.size());
+    std::int32_t start = 0;
+    while (start < length) {
+        std::int32_t next = start;
+        UChar32 c = 0;
+        U8_NEXT(bytes, next, length, c);
+        if (!isTrimmed(c)) {
+            break;
+        }
+        start = next;
+    }
+    std::int32_t end = length;
+    while (end > start) {
+        std::int32_t previous = end;
+        UChar32 c = 0;
+        U8_PREV(bytes, 0, previous, c);
+        if (!isTrimmed(c)) {
+            break;
+        }
+        end = previous;
+    }
+    return std::string(text.substr(std::size_t(start), std::size_t(end - start)));
+}
+
+bool isNewline(UChar32 c) {
+    return (c >= 0x0a && c <= 0x0d) || c == 0x85 || c == 0x2028 || c == 0x2029;
+}
+
+} // namespace
+
+std::size_t characterCount(std::string_view text) {
+    return isASCII(text) ? text.size() : walkCharacters(text, SIZE_MAX).count;
+}
+
+std::string firstCharacters(std::string_view text, std::size_t count) {
+    return std::string(text.substr(0, isASCII(text) ? count : walkCharacters(text, count).position));
+}
+
+std::string upperCased(std::string_view text) {
+    icu::UnicodeString unicode = icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), std::int32_t(text.size())));
+    unicode.toUpper(icu::Locale::getRoot());
+    std::string result;
+    unicode.toUTF8String(result);
+    return result;
+}
+
+std::string trimmedNewlines(std::string_view text) {
+    return trimmedOf(text, isNewline);
+}
+
+std::string trimmed(std::string_view text) {
+    return trimmedOf(text, [](UChar32 c) { return isNewline(c) || c == '\t' || u_charType(c) == U_SPACE_SEPARATOR; });
+}
+
+} // namespace tavrin

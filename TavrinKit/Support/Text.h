@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace tavrin {
+
+// Text is UTF-8. A character is a grapheme cluster: what a reader would count as one.
+
+[[nodiscard]] std::size_t characterCount(std::string_view text);
+
+/// The first `count` characters.
+[[nodiscard]] std::string firstCharacters(std::string_view text, std::size_t count);
+
+/// Upper case by the root locale's rules.
+[[nodiscard]] std::string upperCased(std::string_view text);
+
+/// Without newline characters (U+000A to U+000D, U+0085, U+2028, U+2029) at both ends.
+[[nodiscard]] std::string trimmedNewlines(std::string_view text);
+
+/// Without white space and newlines at both ends.
+[[nodiscard]] std::string trimmed(std::string_view text);
+
+} // namespace tavrin
