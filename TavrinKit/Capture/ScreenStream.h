@@ -1,5 +1,8 @@
 #pragma once
 
+#include "TavrinKit/Support/Geometry.h"
+#include "TavrinKit/Support/PixelBuffer.h"
+
 #include <cstdint>
 #include <exception>
 #include <memory>
@@ -10,9 +13,6 @@
 #include <variant>
 #include <vector>
 
-#include "TavrinKit/Support/Geometry.h"
-#include "TavrinKit/Support/PixelBuffer.h"
-
 namespace tavrin {
 
 // What is asked of a display server. One folder under Platform/ answers for each kind of server; all the
@@ -21,9 +21,9 @@ namespace tavrin {
 /// A display that can be recorded.
 struct ShareableDisplay {
     std::uint32_t displayID = 0;
-    std::string name;   ///< the connector's name, as in "HDMI-1"
-    Rect frame;         ///< global points, y downward, origin at the top left of the main display
-    PixelSize pixels;   ///< what a recording of the whole display measures
+    std::string name; ///< the connector's name, as in "HDMI-1"
+    Rect frame;       ///< global points, y downward, origin at the top left of the main display
+    PixelSize pixels; ///< what a recording of the whole display measures
     bool isMain = false;
 };
 
@@ -31,7 +31,7 @@ struct ShareableDisplay {
 struct ShareableWindow {
     std::uint32_t windowID = 0;
     std::string title;
-    Rect frame;         ///< global points, y downward, origin at the top left of the main display
+    Rect frame; ///< global points, y downward, origin at the top left of the main display
     std::int32_t processID = 0;
     std::string bundleIdentifier; ///< of the owning application; empty when unknown
 };
@@ -54,11 +54,11 @@ struct ShareableContent {
 /// What a stream shows.
 struct ContentFilter {
     struct Display {
-        std::uint32_t displayID = 0;
+        std::uint32_t displayID;
         std::vector<ShareableApplication> excludedApplications;
     };
     struct Window {
-        std::uint32_t windowID = 0;
+        std::uint32_t windowID;
     };
     std::variant<Display, Window> content;
 
@@ -69,24 +69,24 @@ struct ContentFilter {
 
 /// How a stream delivers what its filter shows.
 struct StreamConfiguration {
-    int width = 0;  ///< pixels of each delivered picture
+    int width = 0; ///< pixels of each delivered picture
     int height = 0;
-    int queueDepth = 4;                      ///< pictures in flight at most
-    double minimumFrameInterval = 1.0 / 60;  ///< seconds
+    int queueDepth = 4;                     ///< pictures in flight at most
+    double minimumFrameInterval = 1.0 / 60; ///< seconds
     bool showsCursor = true;
     bool capturesAudio = false;
     int sampleRate = 48000;
     int channelCount = 2;
     bool scalesToFit = false;
-    std::optional<Rect> sourceRect;          ///< points, relative to the display, y downward; absent: all of it
+    std::optional<Rect> sourceRect; ///< points, relative to the display, y downward; absent: all of it
 };
 
 enum class FrameStatus { complete, idle, blank, suspended, started, stopped };
 
 /// One picture of a stream, or the news that there is none.
 struct VideoSample {
-    PixelBuffer pixels;              ///< i420; empty for a sample without a picture. Not written again.
-    double presentationTime = 0;     ///< host clock: when the picture was taken
+    PixelBuffer pixels;          ///< i420; empty for a sample without a picture. Not written again.
+    double presentationTime = 0; ///< host clock: when the picture was taken
     FrameStatus status = FrameStatus::complete;
     std::optional<Rect> screenRect;  ///< where the source lay, global points
     std::optional<Rect> contentRect; ///< where the content lies in the surface, points
@@ -144,9 +144,9 @@ public:
 
     /// @param output  held weakly by nobody: the stream keeps it until `removeOutput` or its own end
     /// @throws Error of the platform when the source has gone
-    [[nodiscard]] virtual std::unique_ptr<ScreenStream> makeStream(const ContentFilter& filter,
-                                                                   const StreamConfiguration& configuration,
-                                                                   std::shared_ptr<ScreenStreamOutput> output) = 0;
+    [[nodiscard]] virtual std::unique_ptr<ScreenStream>
+    makeStream(const ContentFilter& filter, const StreamConfiguration& configuration,
+               std::shared_ptr<ScreenStreamOutput> output) = 0;
 };
 
 } // namespace tavrin
