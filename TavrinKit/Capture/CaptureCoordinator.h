@@ -1,5 +1,12 @@
 #pragma once
 
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string_view>
+#include <vector>
+
 #include "TavrinKit/Capture/CaptureTypes.h"
 #include "TavrinKit/Capture/InputEventRecorder.h"
 #include "TavrinKit/Capture/ScreenStreamCapture.h"
@@ -7,13 +14,6 @@
 #include "TavrinKit/Project/ProjectPackage.h"
 #include "TavrinKit/Support/Error.h"
 #include "TavrinKit/Support/Guarded.h"
-
-#include <filesystem>
-#include <memory>
-#include <optional>
-#include <stop_token>
-#include <string_view>
-#include <vector>
 
 namespace tavrin {
 

@@ -1,9 +1,5 @@
 #pragma once
 
-#include "TavrinKit/Project/ProjectManifest.h"
-#include "TavrinKit/Support/Geometry.h"
-#include "TavrinKit/Support/Json.h"
-
 #include <cstdint>
 #include <filesystem>
 #include <map>
@@ -12,6 +8,10 @@
 #include <string>
 #include <variant>
 #include <vector>
+
+#include "TavrinKit/Project/ProjectManifest.h"
+#include "TavrinKit/Support/Geometry.h"
+#include "TavrinKit/Support/Json.h"
 
 namespace tavrin {
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "TavrinKit/Project/EventTimeline.h"
-#include "TavrinKit/Support/Geometry.h"
-#include "TavrinKit/Support/Guarded.h"
-
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "TavrinKit/Project/EventTimeline.h"
+#include "TavrinKit/Support/Geometry.h"
+#include "TavrinKit/Support/Guarded.h"
 
 namespace tavrin {
 

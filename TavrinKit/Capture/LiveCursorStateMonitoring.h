@@ -1,9 +1,9 @@
 #pragma once
 
+#include <functional>
+
 #include "TavrinKit/Project/EventTimeline.h"
 #include "TavrinKit/Support/Geometry.h"
-
-#include <functional>
 
 namespace tavrin {
 

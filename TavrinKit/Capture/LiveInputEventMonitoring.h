@@ -1,12 +1,12 @@
 #pragma once
 
-#include "TavrinKit/Project/EventTimeline.h"
-#include "TavrinKit/Support/Geometry.h"
-
 #include <functional>
 #include <string>
 #include <variant>
 #include <vector>
+
+#include "TavrinKit/Project/EventTimeline.h"
+#include "TavrinKit/Support/Geometry.h"
 
 namespace tavrin {
 

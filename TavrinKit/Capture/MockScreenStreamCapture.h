@@ -1,14 +1,14 @@
 #pragma once
 
-#include "TavrinKit/Capture/ScreenStreamCapture.h"
-#include "TavrinKit/Support/Error.h"
-#include "TavrinKit/Support/Guarded.h"
-
 #include <filesystem>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "TavrinKit/Capture/ScreenStreamCapture.h"
+#include "TavrinKit/Support/Error.h"
+#include "TavrinKit/Support/Guarded.h"
 
 namespace tavrin {
 

@@ -1,8 +1,5 @@
 #pragma once
 
-#include "TavrinKit/Support/Geometry.h"
-#include "TavrinKit/Support/PixelBuffer.h"
-
 #include <cstdint>
 #include <exception>
 #include <memory>
@@ -12,6 +9,9 @@
 #include <string>
 #include <variant>
 #include <vector>
+
+#include "TavrinKit/Support/Geometry.h"
+#include "TavrinKit/Support/PixelBuffer.h"
 
 namespace tavrin {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "TavrinKit/Capture/CaptureTypes.h"
-
 #include <stop_token>
+
+#include "TavrinKit/Capture/CaptureTypes.h"
 
 namespace tavrin {
 
