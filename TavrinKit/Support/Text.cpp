@@ -99,6 +99,14 @@ std::string upperCased(std::string_view text) {
     return result;
 }
 
+std::string lowerCased(std::string_view text) {
+    icu::UnicodeString unicode = icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), std::int32_t(text.size())));
+    unicode.toLower(icu::Locale::getRoot());
+    std::string result;
+    unicode.toUTF8String(result);
+    return result;
+}
+
 std::string trimmedNewlines(std::string_view text) {
     return trimmedOf(text, isNewline);
 }

@@ -16,6 +16,9 @@ namespace tavrin {
 /// Upper case by the root locale's rules.
 [[nodiscard]] std::string upperCased(std::string_view text);
 
+/// Lower case by the root locale's rules.
+[[nodiscard]] std::string lowerCased(std::string_view text);
+
 /// Without newline characters (U+000A to U+000D, U+0085, U+2028, U+2029) at both ends.
 [[nodiscard]] std::string trimmedNewlines(std::string_view text);
 

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <optional>
+#include <stop_token>
+
+#include "TavrinKit/Compositing/AudioMix.h"
+#include "TavrinKit/Compositing/MediaAsset.h"
+#include "TavrinKit/Compositing/VideoComposition.h"
+#include "TavrinKit/Export/MP4Exporting.h"
+#include "TavrinKit/Imaging/Image.h"
+#include "TavrinKit/Media/MovieWriter.h"
+#include "TavrinKit/Support/BoundedQueue.h"
+#include "TavrinKit/Support/Guarded.h"
+
+namespace tavrin {
+
+/// The frames of one export on their way from the asset into the writer.
+///
+/// Three stages run at once and hand over through short queues: a thread that decodes, a thread that draws,
+/// and the caller's thread, which encodes. Frames are drawn into a few buffers that go round. The first
+/// stage that fails ends the other two. Used once.
+class ExportPipeline {
+public:
+    struct Plan {
+        MediaAsset asset;
+        /// Absent: the asset's pictures go to the encoder as they are.
+        std::optional<VideoComposition> composition;
+        PixelSize frameSize;
+        int framesPerSecond = 60;
+        std::int64_t frameCount = 0;
+        AudioMix audioMix;
+        std::optional<AudioTrackSettings> sound; ///< absent: the movie is silent
+    };
+
+    /// @param writer  outlives the pipeline; is neither finished nor cancelled here
+    ExportPipeline(Plan plan, MovieWriter& writer);
+
+    /// Encodes all frames and all sound. Both threads have ended when this returns or throws.
+    /// @param onProgress  called on this thread with each frame's share of the whole, 0...0.99
+    /// @throws CancellationError on a stop request; else whatever the first failing stage threw
+    void run(const ExportProgressHandler& onProgress, const std::stop_token& stop);
+
+private:
+    struct SourcePicture {
+        PixelBuffer pixels;
+        Image image;
+    };
+
+    void decode();
+    void draw();
+    void encode(const ExportProgressHandler& onProgress);
+    [[nodiscard]] Image compose(const SourcePicture& picture, std::int64_t frame) const;
+    [[nodiscard]] double timeOf(std::int64_t frame) const { return double(frame) / plan_.framesPerSecond; }
+
+    /// Runs a stage; a failure is kept if it is the first one, and stops the others.
+    template <typename Stage>
+    void guarded(Stage stage) noexcept;
+
+    const Plan plan_;
+    MovieWriter& writer_; ///< the encoding stage's
+
+    BoundedQueue<SourcePicture> decoded_;
+    BoundedQueue<PixelBuffer> blank_; ///< buffers that may be drawn into, longest unused first
+    BoundedQueue<PixelBuffer> drawn_;
+    std::stop_source stop_; ///< ends every wait of every stage
+    Guarded<std::exception_ptr> failure_;
+};
+
+} // namespace tavrin

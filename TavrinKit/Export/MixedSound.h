@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "TavrinKit/Compositing/AudioMix.h"
+#include "TavrinKit/Compositing/MediaAsset.h"
+#include "TavrinKit/Media/MovieWriter.h"
+
+namespace tavrin {
+
+/// All audio tracks of an asset as one: decoded, brought to one format, weighted by a mix and added up.
+///
+/// The sound lasts as long as it is asked for: behind the end of a track stands silence. One thread at a
+/// time.
+class MixedSound {
+public:
+    /// @throws MediaError, FileError
+    MixedSound(const MediaAsset& asset, const AudioMix& mix, const AudioTrackSettings& format);
+
+    /// The next `frames` frames of sound, interleaved, held to -1...1. Valid until the next call.
+    /// @throws MediaError
+    [[nodiscard]] std::span<const float> next(std::size_t frames);
+
+private:
+    struct Track {
+        std::unique_ptr<AudioReader> reader; ///< null at the track's end
+        std::vector<float> decoded;
+        std::size_t taken = 0; ///< samples of `decoded` that were used
+    };
+
+    void addTrack(int index);
+
+    const AudioMix mix_;
+    const AudioTrackSettings format_;
+    std::vector<Track> tracks_;
+    std::vector<float> sum_;
+    std::int64_t position_ = 0; ///< frames given out so far
+};
+
+} // namespace tavrin

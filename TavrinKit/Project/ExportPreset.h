@@ -1,0 +1,199 @@
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "TavrinKit/Project/ExportAspectPreset.h"
+#include "TavrinKit/Support/Json.h"
+
+namespace tavrin {
+
+enum class ExportPresetCategory { builtIn, custom };
+enum class ExportCodec { h264, hevc };
+enum class ExportContainer { mp4, mov };
+enum class ExportVideoProfile { h264Baseline, h264Main, h264High, hevcMain };
+
+enum class ExportBitrateStrategy {
+    automatic, ///< "auto" in JSON: the encoder's rate follows from size, frame rate, codec and mode
+    constrainedVBR,
+    constantMbps,
+};
+
+enum class ExportSpeedQualityMode { fastPreview, highQuality };
+
+/// A size in whole pixels.
+struct ExportResolution {
+    int width = 1920;
+    int height = 1080;
+
+    friend bool operator==(const ExportResolution&, const ExportResolution&) = default;
+};
+
+/// @return what a movie of this aspect measures when its shorter side has 1080 pixels
+[[nodiscard]] ExportResolution default1080pResolution(ExportAspectPreset aspect);
+/// @return what a movie of this aspect measures when its shorter side has 2160 pixels
+[[nodiscard]] ExportResolution default4KResolution(ExportAspectPreset aspect);
+
+/// How many bits the encoder may spend; all in megabits per second.
+struct ExportBitrateProfile {
+    ExportBitrateStrategy strategy = ExportBitrateStrategy::automatic;
+    std::optional<double> targetMbps;  ///< ignored when the strategy is automatic
+    std::optional<double> minimumMbps; ///< kept for the user; no encoder setting follows from it
+    std::optional<double> maximumMbps; ///< as `minimumMbps`
+
+    friend bool operator==(const ExportBitrateProfile&, const ExportBitrateProfile&) = default;
+};
+
+struct ExportAudioProfile {
+    int sampleRateHz = 48000;
+    int channels = 2;
+    int bitrateKbps = 192;
+
+    friend bool operator==(const ExportAudioProfile&, const ExportAudioProfile&) = default;
+};
+
+/// What a preset needs of the machine, and what may be given up where the machine hasn't got it.
+struct ExportCompatibilityConstraints {
+    bool requires4KCapability = false;
+    bool requiresHEVCCapability = false;
+    bool allowCodecFallback = true;
+    bool allowResolutionFallback = true;
+
+    friend bool operator==(const ExportCompatibilityConstraints&,
+                           const ExportCompatibilityConstraints&) = default;
+};
+
+/// Everything about the output of an export.
+///
+/// In JSON every key may be missing; then it has the default given here, the profile follows the codec and
+/// the identifier is generated from the other values. A nested object that is present must be complete.
+struct ExportPreset {
+    std::string id;
+    std::string name = "Custom";
+    ExportPresetCategory category = ExportPresetCategory::builtIn;
+    ExportAspectPreset aspect = ExportAspectPreset::horizontal16x9;
+    ExportResolution resolution;
+    double fps = 60; ///< frames per second, at least 1
+    ExportCodec codec = ExportCodec::h264;
+    ExportContainer container = ExportContainer::mp4;
+    ExportVideoProfile profile = ExportVideoProfile::h264High;
+    ExportBitrateProfile bitrate;
+    ExportAudioProfile audio;
+    ExportCompatibilityConstraints compatibility;
+    ExportSpeedQualityMode mode = ExportSpeedQualityMode::highQuality;
+    bool isOptional = false;
+
+    /// The built-in preset of an aspect: H.264 High at 60 frames per second, 20 Mbps, or 10 for a preview.
+    [[nodiscard]] static ExportPreset required1080p(ExportAspectPreset aspect, ExportSpeedQualityMode mode);
+
+    /// The identifier that follows from the values, as in
+    /// "builtin|1080p|horizontal16x9|1920x1080|60.00|h264|highquality". `id` itself plays no part.
+    [[nodiscard]] std::string generatedIdentifier() const;
+
+    /// `fps` rounded to a whole number of frames, at least 1: the rate at which a movie is written.
+    [[nodiscard]] int wholeFramesPerSecond() const;
+
+    friend bool operator==(const ExportPreset&, const ExportPreset&) = default;
+};
+
+struct ExportCapabilityGate {
+    bool supports4K = false;
+
+    friend bool operator==(const ExportCapabilityGate&, const ExportCapabilityGate&) = default;
+};
+
+struct ExportCodecCapability {
+    ExportCodec codec = ExportCodec::h264;
+    std::string profile;
+    bool supported = false;
+    bool hardwareAccelerated = false;
+
+    friend bool operator==(const ExportCodecCapability&, const ExportCodecCapability&) = default;
+};
+
+/// What a machine can encode, at one moment.
+struct ExportCapabilitySnapshot {
+    int cpuCoreCount = 1;
+    int memoryGB = 1;
+    ExportCapabilityGate gate;
+    std::vector<ExportCodecCapability> codecs;
+
+    friend bool operator==(const ExportCapabilitySnapshot&, const ExportCapabilitySnapshot&) = default;
+};
+
+namespace PremiumDefaults {
+
+/// The built-in presets, one for each aspect in the order of the enumeration. They are the same on every
+/// machine: what it can't do is told when a preset is validated.
+[[nodiscard]] std::vector<ExportPreset> defaultExportPresets(const ExportCapabilitySnapshot& capability);
+
+} // namespace PremiumDefaults
+
+template <>
+struct EnumNames<ExportPresetCategory> {
+    static constexpr std::array<std::pair<ExportPresetCategory, std::string_view>, 2> names{{
+        {ExportPresetCategory::builtIn, "builtIn"},
+        {ExportPresetCategory::custom, "custom"},
+    }};
+};
+
+template <>
+struct EnumNames<ExportCodec> {
+    static constexpr std::array<std::pair<ExportCodec, std::string_view>, 2> names{{
+        {ExportCodec::h264, "h264"},
+        {ExportCodec::hevc, "hevc"},
+    }};
+};
+
+template <>
+struct EnumNames<ExportContainer> {
+    static constexpr std::array<std::pair<ExportContainer, std::string_view>, 2> names{{
+        {ExportContainer::mp4, "mp4"},
+        {ExportContainer::mov, "mov"},
+    }};
+};
+
+template <>
+struct EnumNames<ExportVideoProfile> {
+    static constexpr std::array<std::pair<ExportVideoProfile, std::string_view>, 4> names{{
+        {ExportVideoProfile::h264Baseline, "h264Baseline"},
+        {ExportVideoProfile::h264Main, "h264Main"},
+        {ExportVideoProfile::h264High, "h264High"},
+        {ExportVideoProfile::hevcMain, "hevcMain"},
+    }};
+};
+
+template <>
+struct EnumNames<ExportBitrateStrategy> {
+    static constexpr std::array<std::pair<ExportBitrateStrategy, std::string_view>, 3> names{{
+        {ExportBitrateStrategy::automatic, "auto"},
+        {ExportBitrateStrategy::constrainedVBR, "constrainedVBR"},
+        {ExportBitrateStrategy::constantMbps, "constantMbps"},
+    }};
+};
+
+template <>
+struct EnumNames<ExportSpeedQualityMode> {
+    static constexpr std::array<std::pair<ExportSpeedQualityMode, std::string_view>, 2> names{{
+        {ExportSpeedQualityMode::fastPreview, "fastPreview"},
+        {ExportSpeedQualityMode::highQuality, "highQuality"},
+    }};
+};
+
+void encode(Json& json, const ExportResolution& value);
+void encode(Json& json, const ExportBitrateProfile& value);
+void encode(Json& json, const ExportAudioProfile& value);
+void encode(Json& json, const ExportCompatibilityConstraints& value);
+void encode(Json& json, const ExportPreset& value);
+
+void decode(const Json& json, ExportResolution& value);
+void decode(const Json& json, ExportBitrateProfile& value);
+void decode(const Json& json, ExportAudioProfile& value);
+void decode(const Json& json, ExportCompatibilityConstraints& value);
+void decode(const Json& json, ExportPreset& value);
+
+} // namespace tavrin

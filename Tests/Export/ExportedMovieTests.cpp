@@ -1,0 +1,258 @@
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "ExportFixtures.h"
+#include "TavrinKit/Compositing/AudioMix.h"
+#include "TavrinKit/Export/FFmpegMP4Exporter.h"
+
+namespace tavrin {
+namespace {
+
+using namespace fixtures;
+
+/// What is on screen at `time` in a movie whose pictures begin at `times`.
+int numberAt(const std::vector<double>& times, double time) {
+    const auto next = std::upper_bound(times.begin(), times.end(), time + 1e-9);
+    return std::max(int(next - times.begin()) - 1, 0);
+}
+
+TEST(ExportedMovieTests, EveryFrameShowsWhatWasOnScreenThen) {
+    const TemporaryFolder folder;
+    SyntheticMovie movie;
+    // Twins within one frame, a picture exactly on a frame's time and one just behind it, a long still.
+    movie.times = {0, 0.004, 0.1, 0.1166, 0.11668, 0.25, 0.3, 0.301, 0.302, 0.9, 1.5, 1.5167, 1.9};
+    for (int i = 0; i < 40; ++i) {
+        movie.times.push_back(2 + i / 60.0);
+    }
+    movie.endTime = 3.01;
+    write(movie, folder.path("source.mov"));
+
+    struct Case {
+        const char* name;
+        ExportPreset preset;
+        bool composed;
+    };
+    ExportPreset hevc = smallPreset(160, 120, 25);
+    hevc.codec = ExportCodec::hevc;
+    hevc.profile = ExportVideoProfile::hevcMain;
+    hevc.container = ExportContainer::mov;
+    const std::vector<Case> cases{{"as it is", smallPreset(), false},
+                                  {"cropped and scaled", smallPreset(120, 160, 30), false},
+                                  {"composed", smallPreset(), true},
+                                  {"hevc", hevc, false}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        ExportRequest job = request(folder.path("source.mov"), folder.path("movie"), c.preset);
+        if (c.composed) {
+            // Half the size of what is encoded, and numbers turned into their complement by a veil.
+            job.videoComposition =
+                VideoComposition{{96, 54}, 50, [](const CompositionRequest& r) {
+                                     return r.source.transformed(AffineTransform::scale(0.5, 0.5));
+                                 }};
+        }
+        FFmpegMP4Exporter exporter;
+        const ExportResult result = exporter.exportMovie(job);
+        const int rate = c.composed ? 50 : int(c.preset.fps);
+        const auto expected = std::int64_t(std::ceil(3.01 * rate - 1e-6));
+        EXPECT_EQ(result.frameCount, expected);
+        EXPECT_NEAR(result.durationSeconds, double(expected) / rate, 1e-3);
+
+        VideoReader reader(folder.path("movie"));
+        EXPECT_EQ(reader.info().naturalSize,
+                  (PixelSize{c.preset.resolution.width, c.preset.resolution.height}));
+        std::int64_t frame = 0;
+        for (; const auto picture = reader.next(); ++frame) {
+            ASSERT_NEAR(picture->time, double(frame) / rate, 1e-4);
+            ASSERT_EQ(numberIn(picture->pixels), numberAt(movie.times, double(frame) / rate)) << frame;
+        }
+        EXPECT_EQ(frame, expected);
+    }
+}
+
+TEST(ExportedMovieTests, FrameCountIsTheCeilingOfTheDuration) {
+    const TemporaryFolder folder;
+    const std::vector<std::tuple<double, double, std::int64_t>> cases{
+        {1, 60, 60},   {1.01, 60, 61},      {7 / 60.0, 60, 7}, {0.05, 60, 3},
+        {0.7, 30, 21}, {49 / 60.0, 60, 49}, {0.0166, 60, 1},   {1, 29.97, 30}};
+    for (const auto& [duration, fps, frames] : cases) {
+        SyntheticMovie movie;
+        movie.size = {64, 36};
+        movie.times = {0};
+        movie.endTime = duration;
+        write(movie, folder.path("source.mov"));
+        FFmpegMP4Exporter exporter;
+        const auto result = exporter.exportMovie(
+            request(folder.path("source.mov"), folder.path("movie.mp4"), smallPreset(64, 36, fps)));
+        EXPECT_EQ(result.frameCount, frames) << duration << " " << fps;
+        EXPECT_EQ(probed(folder.path("movie.mp4")).at("packets").size(), std::size_t(frames)) << duration;
+    }
+}
+
+TEST(ExportedMovieTests, StreamsAreTaggedAndPlainToPlay) {
+    const TemporaryFolder folder;
+    SyntheticMovie movie;
+    movie.times = evenTimes(75, 15);
+    movie.endTime = 5;
+    write(movie, folder.path("source.mov"));
+    ExportPreset preset = smallPreset(128, 128);
+    preset.mode = ExportSpeedQualityMode::highQuality;
+    FFmpegMP4Exporter exporter;
+    const ExportResult result =
+        exporter.exportMovie(request(folder.path("source.mov"), folder.path("movie.mp4"), preset));
+    EXPECT_EQ(result.outputURL, folder.path("movie.mp4"));
+    EXPECT_GT(result.framesPerSecond(), 0);
+
+    const Json facts = probed(folder.path("movie.mp4"));
+    ASSERT_EQ(facts.at("streams").size(), 1U) << "a silent source gives a silent movie";
+    const Json& video = facts.at("streams")[0];
+    const std::vector<std::pair<const char*, const char*>> tags{
+        {"codec_name", "h264"},      {"profile", "High"},      {"pix_fmt", "yuv420p"},
+        {"color_range", "tv"},       {"color_space", "bt709"}, {"color_primaries", "bt709"},
+        {"color_transfer", "bt709"}, {"r_frame_rate", "60/1"}, {"avg_frame_rate", "60/1"},
+        {"nb_frames", "300"}};
+    for (const auto& [key, value] : tags) {
+        EXPECT_EQ(video.at(key), value) << key;
+    }
+    EXPECT_EQ(video.at("has_b_frames"), 0);
+    double last = -1;
+    int sinceKey = 0;
+    for (const Json& packet : facts.at("packets")) {
+        const double time = std::stod(packet.at("pts_time").get<std::string>());
+        EXPECT_GT(time, last);
+        EXPECT_EQ(packet.at("pts"), packet.at("dts"));
+        last = time;
+        sinceKey = packet.at("flags").get<std::string>().front() == 'K' ? 0 : sinceKey + 1;
+        EXPECT_LT(sinceKey, 120);
+    }
+}
+
+TEST(ExportedMovieTests, FlatColoursArriveTrue) {
+    const TemporaryFolder folder;
+    const std::vector<Colour> colours{{16, 128, 128}, {235, 128, 128}, {81, 90, 240},
+                                      {145, 54, 34},  {41, 240, 110},  {128, 100, 160}};
+    for (const PixelSize size : {PixelSize{128, 72}, PixelSize{100, 80}}) {
+        SyntheticMovie movie;
+        movie.size = size;
+        movie.times = evenTimes(int(colours.size()), 5);
+        movie.endTime = double(colours.size()) / 5;
+        movie.picture = [&](int index) {
+            return flatPicture(size, colours[std::size_t(index)]);
+        };
+        write(movie, folder.path("source.mov"));
+        FFmpegMP4Exporter().exportMovie(
+            request(folder.path("source.mov"), folder.path("movie.mp4"), smallPreset(128, 72, 30)));
+        VideoReader reader(folder.path("movie.mp4"));
+        while (const auto picture = reader.next()) {
+            const Colour& expected = colours[std::size_t(numberAt(movie.times, picture->time))];
+            for (int plane = 0; plane < 3; ++plane) {
+                ASSERT_NEAR(meanOfMiddle(picture->pixels, plane), expected[std::size_t(plane)], 3)
+                    << picture->time << " plane " << plane;
+            }
+        }
+    }
+}
+
+/// Bursts of a tone, a tenth of a second long, at each whole second and a half.
+std::vector<float> bursts(double seconds) {
+    std::vector<float> sound(std::size_t(seconds * 48000));
+    for (std::size_t i = 0; i < sound.size(); ++i) {
+        const double time = double(i) / 48000;
+        const bool on = std::fmod(time + 0.5, 1.0) < 0.1;
+        sound[i] = on ? float(0.5 * std::sin(2 * 3.14159265 * 1000 * time)) : 0;
+    }
+    return sound;
+}
+
+double loudness(const std::vector<float>& sound, double from, double to) {
+    double sum = 0;
+    const auto end = std::min(std::size_t(to * 48000), sound.size());
+    for (auto i = std::size_t(from * 48000); i < end; ++i) {
+        sum += double(sound[i]) * sound[i];
+    }
+    return std::sqrt(sum / std::max(1.0, (to - from) * 48000));
+}
+
+TEST(ExportedMovieTests, SoundStaysWithThePicturesAndFollowsTheMix) {
+    const TemporaryFolder folder;
+    SyntheticMovie movie;
+    movie.size = {64, 36};
+    movie.times = evenTimes(80, 20);
+    movie.endTime = 4;
+    movie.sound = bursts(3.3); // ends before the pictures do
+    write(movie, folder.path("source.mov"));
+
+    struct Case {
+        const char* name;
+        std::optional<AudioMix> mix;
+        std::array<double, 3> volumes; // of the bursts at 0.5, 1.5 and 2.5
+    };
+    const std::vector<Case> cases{
+        {"plain", {}, {1, 1, 1}},
+        {"muted", AudioMix{{{0, {}}}}, {0, 0, 0}},
+        {"faded", AudioMix{{{0.8, {{0, 1.1, 0, 0.8}, {2, 3.1, 0.8, 0}}}}}, {0.4, 0.8, 0.4}},
+        {"another track's", AudioMix{{{1, {}}, {0, {}}}}, {1, 1, 1}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        ExportRequest job = request(folder.path("source.mov"), folder.path("movie.mp4"), smallPreset(64, 36));
+        job.audioMix = c.mix;
+        FFmpegMP4Exporter().exportMovie(job);
+        const std::vector<float> sound = soundOf(folder.path("movie.mp4"));
+        ASSERT_GE(sound.size(), 3.2 * 48000);
+        for (std::size_t burst = 0; burst < 3; ++burst) {
+            const double start = 0.5 + double(burst);
+            EXPECT_NEAR(loudness(sound, start + 0.01, start + 0.09), 0.354 * c.volumes[burst], 0.03) << start;
+            EXPECT_LT(loudness(sound, start - 0.1, start - 0.005), 0.02) << start;
+            EXPECT_LT(loudness(sound, start + 0.105, start + 0.2), 0.02) << start;
+        }
+    }
+
+    const Json facts = probed(folder.path("movie.mp4"));
+    const Json& audio = facts.at("streams")[1];
+    EXPECT_EQ(audio.at("codec_name"), "aac");
+    EXPECT_EQ(audio.at("sample_rate"), "48000");
+    EXPECT_EQ(audio.at("channels"), 2);
+    EXPECT_NEAR(std::stod(audio.at("duration").get<std::string>()), 4, 0.05);
+    // Side by side in the file, not one behind the other.
+    std::map<long, std::pair<std::size_t, double>> byPosition;
+    for (const Json& packet : facts.at("packets")) {
+        byPosition[std::stol(packet.at("pos").get<std::string>())] = {
+            packet.at("stream_index").get<std::size_t>(),
+            std::stod(packet.at("pts_time").get<std::string>())};
+    }
+    std::array<double, 2> reached{0, 0};
+    for (const auto& [position, packet] : byPosition) {
+        reached[packet.first] = packet.second;
+        ASSERT_NEAR(reached[0], reached[1], 1.1) << position;
+    }
+}
+
+TEST(ExportedMovieTests, ProgressRisesOnTheCallersThread) {
+    const TemporaryFolder folder;
+    SyntheticMovie movie;
+    movie.times = {0};
+    movie.endTime = 1;
+    write(movie, folder.path("source.mov"));
+    std::vector<double> fractions;
+    const auto caller = std::this_thread::get_id();
+    FFmpegMP4Exporter().exportMovie(request(folder.path("source.mov"), folder.path("movie.mp4")),
+                                    [&](double fraction) {
+                                        EXPECT_EQ(std::this_thread::get_id(), caller);
+                                        fractions.push_back(fraction);
+                                    },
+                                    {});
+    ASSERT_GE(fractions.size(), 60U);
+    EXPECT_EQ(fractions.front(), 0.02);
+    EXPECT_EQ(fractions.back(), 1);
+    EXPECT_LE(fractions[fractions.size() - 2], 0.99);
+    EXPECT_NEAR(fractions[fractions.size() / 2], 0.5, 0.05);
+    EXPECT_TRUE(std::is_sorted(fractions.begin(), fractions.end()));
+}
+
+} // namespace
+} // namespace tavrin
