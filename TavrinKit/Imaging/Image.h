@@ -72,6 +72,8 @@ public:
 
     /// The edge pixels carried on to infinity.
     [[nodiscard]] Image clampedToExtent() const;
+    /// @param transform  axis-aligned: scales, mirrorings and translations
+    /// @throws std::invalid_argument for one that turns or shears, or that is not invertible
     [[nodiscard]] Image transformed(const AffineTransform& transform) const;
     [[nodiscard]] Image translated(double x, double y) const;
     [[nodiscard]] Image cropped(const Rect& rect) const;

@@ -18,8 +18,8 @@ namespace tavrin {
 class ImageRenderer {
 public:
     struct Options {
-        int threads = 0;                                     ///< 0: one per core
-        std::size_t cacheBytes = std::size_t(192) << 20;     ///< for what is kept between pictures
+        int threads = 0;                                 ///< 0: one per core
+        std::size_t cacheBytes = std::size_t(192) << 20; ///< for what is kept between pictures
     };
 
     struct Statistics {
@@ -42,7 +42,8 @@ public:
     void render(const Image& image, const PixelBuffer& target, Vec2 origin = {});
 
     /// A new bgra8 or i420 picture of the rectangle, which must be finite; its size is rounded up.
-    [[nodiscard]] PixelBuffer render(const Image& image, const Rect& rect, PixelFormat format = PixelFormat::bgra8);
+    [[nodiscard]] PixelBuffer render(const Image& image, const Rect& rect,
+                                     PixelFormat format = PixelFormat::bgra8);
 
     [[nodiscard]] Statistics statistics() const;
 

@@ -1,0 +1,275 @@
+#include "TavrinKit/Imaging/Evaluator.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+
+namespace tavrin::imaging {
+namespace {
+
+using Node = Image::Node;
+
+constexpr int blockSize = 128;
+
+bool isBlack(const Layer& layer) {
+    const auto black = [](const Color& c) {
+        return c.r == 0 && c.g == 0 && c.b == 0;
+    };
+    if (layer.tint) {
+        return black(*layer.tint);
+    }
+    const auto* solid = std::get_if<Node::Solid>(&layer.leaf);
+    return solid != nullptr && black(solid->color);
+}
+
+void applyMatrix(const ColorMatrix& m, FloatPicture& picture) {
+    for (std::size_t i = 0; i < picture.alpha.size(); ++i) {
+        const double r = picture.red[i] / 255;
+        const double g = picture.green[i] / 255;
+        const double b = picture.blue[i] / 255;
+        const double a = picture.alpha[i];
+        const auto dot = [&](const std::array<double, 4>& row) {
+            return row[0] * r + row[1] * g + row[2] * b + row[3] * a;
+        };
+        const double alpha = std::clamp(dot(m.a), 0.0, 1.0);
+        const auto color = [&](const std::array<double, 4>& row, double bias) {
+            return float(std::clamp(dot(row) + bias * alpha, 0.0, alpha) * 255);
+        };
+        picture.red[i] = color(m.r, m.bias[0]);
+        picture.green[i] = color(m.g, m.bias[1]);
+        picture.blue[i] = color(m.b, m.bias[2]);
+        picture.alpha[i] = float(alpha);
+    }
+}
+
+template <typename Function>
+void forPlanes(FloatPicture& first, const FloatPicture& second, const Function& function) {
+    function(first.red, second.red);
+    function(first.green, second.green);
+    function(first.blue, second.blue);
+    function(first.alpha, second.alpha);
+}
+
+void add(FloatPicture& picture, const FloatPicture& other) {
+    forPlanes(picture, other, [](std::vector<float>& a, const std::vector<float>& b) {
+        std::transform(a.begin(), a.end(), b.begin(), a.begin(), std::plus<>());
+    });
+}
+
+/// picture · mask + background · (1 - mask)
+void mixByMask(FloatPicture& picture, const FloatPicture& background, const std::vector<float>& mask) {
+    forPlanes(picture, background, [&](std::vector<float>& a, const std::vector<float>& b) {
+        for (std::size_t i = 0; i < a.size(); ++i) {
+            a[i] = b[i] + (a[i] - b[i]) * mask[i];
+        }
+    });
+}
+
+} // namespace
+
+Evaluator::Evaluator(int threads, std::size_t cacheBytes)
+    : pool_(threads > 0 ? threads : std::max(1, int(std::thread::hardware_concurrency()))),
+      painters_(std::size_t(pool_.threads()), TilePainter(vectorKernels())), cacheBound_(cacheBytes) {}
+
+void Evaluator::forBlocks(int count, const std::function<void(TilePainter&, int)>& paint) {
+    std::atomic<int> next{0};
+    pool_.run(std::min(count, pool_.threads()), [&](int painter) {
+        for (int i = next++; i < count; i = next++) {
+            paint(painters_[std::size_t(painter)], i);
+        }
+    });
+}
+
+std::vector<PreparedLayer> Evaluator::prepare(const Program& program, Basis basis, const Lattice& lattice,
+                                              const std::function<bool(std::size_t)>& isUsed) {
+    std::vector<PreparedLayer> prepared(program.size());
+    for (std::size_t i = 0; i < program.size(); ++i) {
+        if (!isUsed(i)) {
+            continue;
+        }
+        const Layer& layer = program[i];
+        PreparedLayer& ready = prepared[i];
+        ready.layer = layer;
+        ready.planes = planesOf(layer, basis);
+        const SamplePlane* plane = ready.planes ? &ready.planes->color[0] : nullptr;
+        const auto axis = [](const SamplePlane* p, bool isX) {
+            return p == nullptr ? std::nullopt : std::optional(isX ? p->x : p->y);
+        };
+        ready.x = makeAxisTable(layer, Axis::x, lattice, axis(plane, true));
+        ready.y = makeAxisTable(layer, Axis::y, lattice, axis(plane, false));
+        if (ready.planes && ready.planes->isYCbCr) {
+            const SamplePlane* chroma = &ready.planes->color[1];
+            ready.chromaX = makeAxisTable(layer, Axis::x, lattice, axis(chroma, true));
+            ready.chromaY = makeAxisTable(layer, Axis::y, lattice, axis(chroma, false));
+        }
+    }
+    return prepared;
+}
+
+std::shared_ptr<const LeafPlanes> Evaluator::planesOf(const Layer& layer, Basis basis) {
+    const auto* pixels = std::get_if<Node::Pixels>(&layer.leaf);
+    const auto* realisedLeaf = std::get_if<Realised>(&layer.leaf);
+    if (pixels != nullptr && pixels->buffer.format() == PixelFormat::i420) {
+        return std::make_shared<const LeafPlanes>(planesOf420(pixels->buffer, basis));
+    }
+    if (pixels == nullptr && realisedLeaf == nullptr) {
+        return nullptr;
+    }
+    const std::uint64_t identity = pixels != nullptr
+                                       ? mix(1, pixels->buffer.identity())
+                                       : mix(mix(2, realisedLeaf->image.node()->hash), realisedLeaf->region);
+    const std::uint64_t key = mix(identity, std::uint64_t(basis));
+    if (const auto found = cache_.find(key); found != cache_.end()) {
+        found->second.lastUse = picture_;
+        return found->second.planes;
+    }
+    auto planes = std::make_shared<const LeafPlanes>(pixels != nullptr
+                                                         ? planesOfBitmap(pixels->buffer, basis)
+                                                         : planesOfPicture(*realised(*realisedLeaf), basis));
+    const std::size_t bytes = planes->storage.size() * sizeof(float);
+    return store(key, {planes, nullptr, bytes, picture_}).planes;
+}
+
+std::shared_ptr<const FloatPicture> Evaluator::realised(const Realised& leaf) {
+    const std::uint64_t key = mix(mix(3, leaf.image.node()->hash), leaf.region);
+    if (const auto found = cache_.find(key); found != cache_.end()) {
+        found->second.lastUse = picture_;
+        return found->second.picture;
+    }
+    auto picture = std::make_shared<const FloatPicture>(realise(leaf));
+    return store(key, {nullptr, picture, picture->bytes(), picture_}).picture;
+}
+
+FloatPicture Evaluator::realise(const Realised& leaf) {
+    const Node::Operation& operation = leaf.image.node()->operation;
+    if (const auto* node = std::get_if<Node::Blur>(&operation)) {
+        return blur(node->image, node->radius, leaf.region);
+    }
+    if (const auto* node = std::get_if<Node::Matrix>(&operation)) {
+        FloatPicture picture = draw(node->image, leaf.region);
+        applyMatrix(node->matrix, picture);
+        return picture;
+    }
+    if (const auto* node = std::get_if<Node::Add>(&operation)) {
+        FloatPicture picture = draw(node->first, leaf.region);
+        add(picture, draw(node->second, leaf.region));
+        return picture;
+    }
+    if (const auto* node = std::get_if<Node::Mask>(&operation)) {
+        FloatPicture picture = draw(node->image, leaf.region);
+        mixByMask(picture, draw(node->background, leaf.region), draw(node->mask, leaf.region).alpha);
+        return picture;
+    }
+    return draw(leaf.image, leaf.region);
+}
+
+FloatPicture Evaluator::draw(const Image& image, const Rect& region) {
+    FloatPicture picture;
+    picture.region = region;
+    picture.columns = int(region.width);
+    picture.rows = int(region.height);
+    const std::size_t count = std::size_t(picture.columns) * std::size_t(picture.rows);
+    for (std::vector<float>* plane : {&picture.red, &picture.green, &picture.blue, &picture.alpha}) {
+        plane->resize(count);
+    }
+    const Program program = flatten(image, region);
+    const Lattice lattice = Lattice::full(region.origin(), {picture.columns, picture.rows});
+    const auto layers = prepare(program, Basis::rgba, lattice, [](std::size_t) { return true; });
+
+    const int across = (picture.columns + blockSize - 1) / blockSize;
+    const int down = (picture.rows + blockSize - 1) / blockSize;
+    forBlocks(across * down, [&](TilePainter& painter, int i) {
+        const int column = i % across * blockSize;
+        const int row = i / across * blockSize;
+        const Block block{column, row, std::min(column + blockSize, picture.columns),
+                          std::min(row + blockSize, picture.rows)};
+        const std::ptrdiff_t at = std::ptrdiff_t(row) * picture.columns + column;
+        const FloatBlock out{
+            {&picture.red[std::size_t(at)], &picture.green[std::size_t(at)], &picture.blue[std::size_t(at)]},
+            &picture.alpha[std::size_t(at)],
+            picture.columns};
+        painter.clear(Basis::rgba, block, out);
+        for (const PreparedLayer& layer : layers) {
+            painter.paint(Basis::rgba, lattice, layer, block, out);
+        }
+    });
+    if (std::all_of(program.begin(), program.end(), isBlack)) {
+        picture.red.clear();
+        picture.green.clear();
+        picture.blue.clear();
+    }
+    return picture;
+}
+
+FloatPicture Evaluator::blur(const Image& image, double radius, const Rect& region) {
+    const double reach = std::ceil(3 * radius);
+    const FloatPicture sharp = draw(image, region.inset(-reach, -reach));
+    FloatPicture result;
+    result.region = region;
+    result.columns = int(region.width);
+    result.rows = int(region.height);
+    const auto blurred = [&](const std::vector<float>& plane) {
+        return plane.empty() ? std::vector<float>() : gaussian(plane, sharp.columns, sharp.rows, radius);
+    };
+    result.red = blurred(sharp.red);
+    result.green = blurred(sharp.green);
+    result.blue = blurred(sharp.blue);
+    result.alpha = blurred(sharp.alpha);
+    return result;
+}
+
+std::vector<float> Evaluator::gaussian(const std::vector<float>& plane, int columns, int rows,
+                                       double radius) {
+    const int reach = int(std::ceil(3 * radius));
+    const int taps = 2 * reach + 1;
+    std::vector<float> kernel;
+    double sum = 0;
+    for (int k = -reach; k <= reach; ++k) {
+        sum += std::exp(-0.5 * k * k / (radius * radius));
+    }
+    for (int k = -reach; k <= reach; ++k) {
+        kernel.push_back(float(std::exp(-0.5 * k * k / (radius * radius)) / sum));
+    }
+
+    // One pass down the columns into a turned picture, and the same again.
+    const auto pass = [&](const std::vector<float>& source, int width, int height) {
+        const int outHeight = height - 2 * reach;
+        std::vector<float> turned(std::size_t(width) * std::size_t(outHeight));
+        const int strips = (outHeight + 15) / 16;
+        forBlocks(strips, [&](TilePainter&, int strip) {
+            const int row = strip * 16;
+            const int count = std::min(16, outHeight - row);
+            std::vector<float> combined(std::size_t(width) * 16);
+            for (int r = 0; r < count; ++r) {
+                const int start = row + r;
+                vectorKernels().combineRows(source.data(), width, &start, 0, kernel.data(), taps, 1, width,
+                                            combined.data() + std::ptrdiff_t(r) * width, width);
+            }
+            vectorKernels().transpose(combined.data(), width, count, width, turned.data() + row, outHeight);
+        });
+        return turned;
+    };
+    const int outRows = rows - 2 * reach;
+    return pass(pass(plane, columns, rows), outRows, columns);
+}
+
+Evaluator::Entry& Evaluator::store(std::uint64_t key, Entry entry) {
+    cacheBytes_ += entry.bytes;
+    return cache_[key] = std::move(entry);
+}
+
+void Evaluator::finishPicture() {
+    ++picture_;
+    while (cacheBytes_ > cacheBound_) {
+        const auto oldest = std::min_element(cache_.begin(), cache_.end(), [](const auto& a, const auto& b) {
+            return a.second.lastUse < b.second.lastUse;
+        });
+        if (oldest == cache_.end() || oldest->second.lastUse + 1 >= picture_) {
+            return; // all of it is in use
+        }
+        cacheBytes_ -= oldest->second.bytes;
+        cache_.erase(oldest);
+    }
+}
+
+} // namespace tavrin::imaging

@@ -1,0 +1,295 @@
+#include "TavrinKit/Imaging/TilePainter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace tavrin::imaging {
+namespace {
+
+using Node = Image::Node;
+
+/// The samples from which a run of output indices is made: first ..< last.
+struct Range {
+    int first;
+    int last;
+};
+
+Range sampleRange(const AxisTable& table, int first, int last) {
+    const int a = table.startAt(first);
+    const int b = table.startAt(last - 1); // a mirrored axis runs backward
+    return {std::min(a, b), std::max(a, b) + table.taps};
+}
+
+bool isCopy(const AxisTable& table, int first, int last) {
+    return table.taps == 1 && table.startAt(last - 1) - table.startAt(first) == last - 1 - first;
+}
+
+/// True when the mask shows all of the block.
+bool showsAll(const RoundedMask& mask, const Rect& block) {
+    const Rect& r = mask.rect;
+    const bool inX = block.minX() >= r.minX() + mask.radiusX && block.maxX() <= r.maxX() - mask.radiusX;
+    const bool inY = block.minY() >= r.minY() + mask.radiusY && block.maxY() <= r.maxY() - mask.radiusY;
+    return r.contains(block) && (inX || inY);
+}
+
+Rect pixelsOf(const Lattice& lattice, const Block& block) {
+    const double half = lattice.step / 2;
+    return {lattice.x(block.column0) - half, lattice.y(block.row1 - 1) - half, lattice.step * block.columns(),
+            lattice.step * block.rows()};
+}
+
+bool coversAll(const Lattice& lattice, const PreparedLayer& prepared, const Block& block, double opacity) {
+    const Layer& layer = prepared.layer;
+    const bool inside = block.column0 >= prepared.x.fullFirst && block.column1 <= prepared.x.fullLast &&
+                        block.row0 >= prepared.y.fullFirst && block.row1 <= prepared.y.fullLast;
+    const Rect pixels = pixelsOf(lattice, block);
+    return opacity >= 1 && inside &&
+           std::all_of(layer.masks.begin(), layer.masks.end(),
+                       [&](const RoundedMask& mask) { return !mask.beneathClamp && showsAll(mask, pixels); });
+}
+
+} // namespace
+
+float* TilePainter::Plane::prepare(int columns, int rows) {
+    stride = (columns + 15) / 16 * 16 + 16; // an odd number of cache lines: rows don't fall on each other
+    const auto needed = std::size_t(stride) * std::size_t(rows);
+    if (data.size() < needed) {
+        data.resize(needed);
+    }
+    return data.data();
+}
+
+void TilePainter::clear(Basis basis, const Block& block, const FloatBlock& out) const {
+    const Channels black = out.alpha != nullptr ? Channels{} : toBasis(basis, 0, 0, 0, 1);
+    for (int r = 0; r < block.rows(); ++r) {
+        for (int k = 0; k < colorCount(basis); ++k) {
+            float* row = out.color[std::size_t(k)] + r * out.stride;
+            std::fill(row, row + block.columns(), black[std::size_t(k)]);
+        }
+        if (out.alpha != nullptr) {
+            std::fill_n(out.alpha + r * out.stride, block.columns(), 0.0F);
+        }
+    }
+}
+
+void TilePainter::paint(Basis basis, const Lattice& lattice, const PreparedLayer& prepared,
+                        const Block& whole, const FloatBlock& outWhole) {
+    const Block block{std::max(whole.column0, prepared.x.first), std::max(whole.row0, prepared.y.first),
+                      std::min(whole.column1, prepared.x.last), std::min(whole.row1, prepared.y.last)};
+    if (block.isEmpty()) {
+        return;
+    }
+    FloatBlock out = outWhole;
+    const std::ptrdiff_t shift = (block.row0 - whole.row0) * out.stride + (block.column0 - whole.column0);
+    for (float*& color : out.color) {
+        color += color != nullptr ? shift : 0;
+    }
+    out.alpha += out.alpha != nullptr ? shift : 0;
+
+    const Layer& layer = prepared.layer;
+    double opacity = layer.opacity;
+    const auto* solid = std::get_if<Node::Solid>(&layer.leaf);
+    if (solid != nullptr) {
+        opacity *= solid->color.a;
+    }
+    const bool full = coversAll(lattice, prepared, block, opacity);
+    const bool sampled = prepared.planes != nullptr;
+    if (sampled && full && !prepared.planes->alpha && !layer.tint) {
+        samplePlanes(basis, prepared, block, out);
+        for (int r = 0; out.alpha != nullptr && r < block.rows(); ++r) {
+            std::fill_n(out.alpha + r * out.stride, block.columns(), 1.0F);
+        }
+        return;
+    }
+
+    for (Plane& plane : color_) {
+        plane.prepare(block.columns(), block.rows());
+    }
+    alpha_.prepare(block.columns(), block.rows());
+    bool hasAlpha = false;
+    if (sampled) {
+        const FloatBlock own{
+            {color_[0].row(0), color_[1].row(0), color_[2].row(0)}, alpha_.row(0), color_[0].stride};
+        samplePlanes(basis, prepared, block, own);
+        hasAlpha = prepared.planes->alpha.has_value();
+    } else if (solid == nullptr) {
+        fillGradient(basis, prepared, block);
+        hasAlpha = true;
+    }
+    if (layer.tint || solid != nullptr) {
+        fillColor(basis, layer.tint.value_or(solid != nullptr ? solid->color : Color{}), block, hasAlpha);
+    }
+    fillCover(lattice, prepared, block, opacity);
+    blend(basis, block, out, hasAlpha);
+}
+
+void TilePainter::resample(const SamplePlane& plane, const AxisTable& x, const AxisTable& y,
+                           const Block& block, float* out, std::ptrdiff_t stride) {
+    const Range rows = sampleRange(y, block.row0, block.row1);
+    const Range columns = sampleRange(x, block.column0, block.column1);
+    const int width = columns.last - columns.first;
+
+    const float* samples = nullptr;
+    std::ptrdiff_t sampleStride = plane.stride;
+    const std::ptrdiff_t first = rows.first * plane.stride + columns.first;
+    const bool copied = isCopy(x, block.column0, block.column1) && isCopy(y, block.row0, block.row1);
+    if (plane.bytes != nullptr) {
+        if (copied) {
+            kernels_->widen(plane.bytes + first, plane.stride, block.rows(), width, out, stride);
+            return;
+        }
+        samples = source_.prepare(width, rows.last - rows.first);
+        sampleStride = source_.stride;
+        kernels_->widen(plane.bytes + first, plane.stride, rows.last - rows.first, width, source_.data.data(),
+                        sampleStride);
+    } else {
+        samples = plane.floats + first;
+        if (copied) {
+            for (int r = 0; r < block.rows(); ++r) {
+                std::memcpy(out + r * stride, samples + r * sampleStride, std::size_t(width) * sizeof(float));
+            }
+            return;
+        }
+    }
+
+    // Down the columns, then, turned over so that it is down the columns again, along the rows.
+    float* vertical = vertical_.prepare(width, block.rows());
+    kernels_->combineRows(samples, sampleStride, &y.start[std::size_t(block.row0 - y.first)], rows.first,
+                          y.weightsAt(block.row0), y.taps, block.rows(), width, vertical, vertical_.stride);
+    float* turned = turned_.prepare(block.rows(), width);
+    kernels_->transpose(vertical, vertical_.stride, block.rows(), width, turned, turned_.stride);
+    float* turnedOut = turnedOut_.prepare(block.rows(), block.columns());
+    kernels_->combineRows(turned, turned_.stride, &x.start[std::size_t(block.column0 - x.first)],
+                          columns.first, x.weightsAt(block.column0), x.taps, block.columns(), block.rows(),
+                          turnedOut, turnedOut_.stride);
+    kernels_->transpose(turnedOut, turnedOut_.stride, block.columns(), block.rows(), out, stride);
+}
+
+void TilePainter::samplePlanes(Basis basis, const PreparedLayer& prepared, const Block& block,
+                               const FloatBlock& out) {
+    const LeafPlanes& planes = *prepared.planes;
+    for (int k = 0; k < colorCount(basis); ++k) {
+        const bool chroma = planes.isYCbCr && k > 0;
+        if (!prepared.layer.tint) {
+            resample(planes.color[std::size_t(k)], chroma ? prepared.chromaX : prepared.x,
+                     chroma ? prepared.chromaY : prepared.y, block, out.color[std::size_t(k)], out.stride);
+        }
+    }
+    if (planes.isYCbCr) {
+        for (int r = 0; r < block.rows(); ++r) {
+            const std::ptrdiff_t row = r * out.stride;
+            toRGB(out.color[0] + row, out.color[1] + row, out.color[2] + row, block.columns());
+        }
+    }
+    if (planes.alpha) {
+        resample(*planes.alpha, prepared.x, prepared.y, block, out.alpha, out.stride);
+    }
+}
+
+void TilePainter::fillGradient(Basis basis, const PreparedLayer& prepared, const Block& block) {
+    const int columns = block.columns();
+    ramp_.resize(std::size_t(columns));
+    const float* x = prepared.x.leaf.data() + (block.column0 - prepared.x.first);
+    const auto* radial = std::get_if<Node::RadialGradient>(&prepared.layer.leaf);
+    const auto* linear = std::get_if<Node::LinearGradient>(&prepared.layer.leaf);
+    const Color c0 = radial != nullptr ? radial->c0 : linear->c0;
+    const Color c1 = radial != nullptr ? radial->c1 : linear->c1;
+    const Channels from = toBasis(basis, c0);
+    const Channels to = toBasis(basis, c1);
+    for (int r = 0; r < block.rows(); ++r) {
+        const float y = prepared.y.leaf[std::size_t(block.row0 + r - prepared.y.first)];
+        if (radial != nullptr) {
+            const double span = std::max(radial->radius1 - radial->radius0, 1e-6);
+            kernels_->radialRamp(x, float(radial->center.x), y - float(radial->center.y),
+                                 float(radial->radius0), float(1 / span), columns, ramp_.data());
+        } else {
+            const Vec2 d = linear->p1 - linear->p0;
+            const double length = std::max(d.x * d.x + d.y * d.y, 1e-12);
+            for (int c = 0; c < columns; ++c) {
+                const double t = ((x[c] - linear->p0.x) * d.x + (y - linear->p0.y) * d.y) / length;
+                ramp_[std::size_t(c)] = float(std::clamp(t, 0.0, 1.0));
+            }
+        }
+        for (int k = 0; k < colorCount(basis); ++k) {
+            kernels_->ramp(ramp_.data(), from[std::size_t(k)], to[std::size_t(k)], columns,
+                           color_[std::size_t(k)].row(r));
+        }
+        kernels_->ramp(ramp_.data(), float(c0.a), float(c1.a), columns, alpha_.row(r));
+    }
+}
+
+void TilePainter::fillColor(Basis basis, const Color& color, const Block& block, bool timesAlpha) {
+    const Channels value = toBasis(basis, {color.r, color.g, color.b, 1});
+    for (int k = 0; k < colorCount(basis); ++k) {
+        for (int r = 0; r < block.rows(); ++r) {
+            float* row = color_[std::size_t(k)].row(r);
+            if (timesAlpha) {
+                kernels_->ramp(alpha_.row(r), 0, value[std::size_t(k)], block.columns(), row);
+            } else {
+                std::fill_n(row, block.columns(), value[std::size_t(k)]);
+            }
+        }
+    }
+}
+
+void TilePainter::fillCover(const Lattice& lattice, const PreparedLayer& prepared, const Block& block,
+                            double opacity) {
+    cover_.prepare(block.columns(), block.rows());
+    const Layer& layer = prepared.layer;
+    const Rect pixels = pixelsOf(lattice, block);
+    for (int r = 0; r < block.rows(); ++r) {
+        const float down = prepared.y.coverAt(block.row0 + r) * float(opacity);
+        const float* across = prepared.x.cover.data() + (block.column0 - prepared.x.first);
+        float* row = cover_.row(r);
+        for (int c = 0; c < block.columns(); ++c) {
+            row[c] = across[c] * down;
+        }
+    }
+    for (const RoundedMask& mask : layer.masks) {
+        if (!mask.beneathClamp && showsAll(mask, pixels)) {
+            continue;
+        }
+        for (int r = 0; r < block.rows(); ++r) {
+            double y = lattice.y(block.row0 + r);
+            if (mask.beneathClamp && layer.clamp) {
+                y = std::clamp(y, layer.clamp->minY(), layer.clamp->maxY());
+            }
+            for (int c = 0; c < block.columns(); ++c) {
+                double x = lattice.x(block.column0 + c);
+                if (mask.beneathClamp && layer.clamp) {
+                    x = std::clamp(x, layer.clamp->minX(), layer.clamp->maxX());
+                }
+                cover_.row(r)[c] *= float(maskCoverage(mask, x, y, lattice.step));
+            }
+        }
+    }
+}
+
+void TilePainter::blend(Basis basis, const Block& block, const FloatBlock& out, bool hasAlpha) {
+    const int columns = block.columns();
+    if (ones_.size() < std::size_t(columns)) {
+        ones_.resize(std::size_t(columns), 1.0F);
+    }
+    for (int r = 0; r < block.rows(); ++r) {
+        const float* cover = cover_.row(r);
+        for (int k = 0; k < colorCount(basis); ++k) {
+            float* to = out.color[std::size_t(k)] + r * out.stride;
+            if (hasAlpha) {
+                kernels_->blendAlpha(to, color_[std::size_t(k)].row(r), alpha_.row(r), cover, columns);
+            } else {
+                kernels_->blendCover(to, color_[std::size_t(k)].row(r), cover, columns);
+            }
+        }
+        if (out.alpha != nullptr) {
+            float* to = out.alpha + r * out.stride;
+            if (hasAlpha) {
+                kernels_->blendAlpha(to, alpha_.row(r), alpha_.row(r), cover, columns);
+            } else {
+                kernels_->blendCover(to, ones_.data(), cover, columns);
+            }
+        }
+    }
+}
+
+} // namespace tavrin::imaging

@@ -1,0 +1,218 @@
+#include <cstring>
+
+#include <gtest/gtest.h>
+
+#include "TavrinKit/Imaging/FrameSequence.h"
+#include "TavrinKit/Imaging/ImageRenderer.h"
+#include "TestPictures.h"
+
+namespace tavrin {
+namespace {
+
+using testing::framedPicture;
+using testing::screenLike420;
+using testing::spot;
+
+constexpr PixelSize size{334, 202}; // several tiles, none of them whole on the right and below
+
+double psnr(const std::vector<double>& errors) {
+    double sum = 0;
+    for (const double e : errors) {
+        sum += e * e;
+    }
+    return 10 * std::log10(255.0 * 255.0 / std::max(sum / double(errors.size()), 1e-12));
+}
+
+std::vector<double> errorsOfBGRA(const PixelBuffer& drawn, const Image& image, const Rect& rect) {
+    const auto reference = renderReference(image, rect);
+    std::vector<double> errors;
+    for (int y = 0; y < drawn.size().height; ++y) {
+        for (int x = 0; x < drawn.size().width; ++x) {
+            const std::uint8_t* p = drawn.row(0, y) + std::ptrdiff_t(x) * 4;
+            const auto& r = reference[std::size_t(y * drawn.size().width + x)];
+            errors.push_back(p[2] - 255.0 * std::clamp(r[0], 0.0F, 1.0F));
+            errors.push_back(p[1] - 255.0 * std::clamp(r[1], 0.0F, 1.0F));
+            errors.push_back(p[0] - 255.0 * std::clamp(r[2], 0.0F, 1.0F));
+            errors.push_back(p[3] - 255.0 * std::clamp(r[3], 0.0F, 1.0F));
+        }
+    }
+    return errors;
+}
+
+/// Luma of the reference, over black.
+std::vector<double> errorsOfLuma(const PixelBuffer& drawn, const Image& image, const Rect& rect) {
+    const auto reference = renderReference(image, rect);
+    std::vector<double> errors;
+    for (int y = 0; y < drawn.size().height; ++y) {
+        for (int x = 0; x < drawn.size().width; ++x) {
+            const auto& r = reference[std::size_t(y * drawn.size().width + x)];
+            const double luma = 16 + 219 * (0.2126 * r[0] + 0.7152 * r[1] + 0.0722 * r[2]);
+            errors.push_back(drawn.row(0, y)[x] - luma);
+        }
+    }
+    return errors;
+}
+
+bool sameBytes(const PixelBuffer& a, const PixelBuffer& b) {
+    for (int plane = 0; plane < a.planeCount(); ++plane) {
+        const PixelBuffer::Plane& p = a.plane(plane);
+        const std::size_t bytes = std::size_t(p.width) * (a.format() == PixelFormat::bgra8 ? 4 : 1);
+        for (int y = 0; y < p.height; ++y) {
+            if (std::memcmp(a.row(plane, y), b.row(plane, y), bytes) != 0) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+Image sampleFrame(double zoom, Vec2 cursor, unsigned seed = 3) {
+    static const Image sprite = Image::pixels(spot(29, {0.9, 0.2, 0.3, 1}));
+    return framedPicture(Image::pixels(screenLike420(size, seed)), {size.width, size.height}, zoom, cursor,
+                         sprite);
+}
+
+TEST(ImageRendererTests, equalsThePlainEvaluation) {
+    for (const double zoom : {1.0, 1.37, 1.9}) {
+        const Image image = sampleFrame(zoom, {120.3, 88.8});
+        const Rect rect{0, 0, size.width, size.height};
+        ImageRenderer renderer;
+        EXPECT_GT(psnr(errorsOfBGRA(renderer.render(image, rect), image, rect)), 50) << zoom;
+    }
+}
+
+TEST(ImageRendererTests, videoLumaEqualsThePlainEvaluation) {
+    // A grey movie: where colours clip, drawing in Y'CbCr and in RGB may differ, and rightly so.
+    const PixelBuffer movie = screenLike420(size, 5);
+    for (int plane = 1; plane < 3; ++plane) {
+        for (int y = 0; y < movie.plane(plane).height; ++y) {
+            std::memset(movie.row(plane, y), 128, std::size_t(movie.plane(plane).width));
+        }
+    }
+    const Image sprite = Image::pixels(spot(29, {0.9, 0.2, 0.3, 1}));
+    const Image image =
+        framedPicture(Image::pixels(movie), {size.width, size.height}, 1.6, {140.5, 70.25}, sprite);
+    const Rect rect{0, 0, size.width, size.height};
+    ImageRenderer renderer;
+    EXPECT_GT(psnr(errorsOfLuma(renderer.render(image, rect, PixelFormat::i420), image, rect)), 50);
+}
+
+TEST(ImageRendererTests, sameBitsWhateverTheThreads) {
+    for (const PixelFormat format : {PixelFormat::bgra8, PixelFormat::i420}) {
+        const Image image = sampleFrame(1.5, {200, 100});
+        const Rect rect{0, 0, size.width, size.height};
+        const PixelBuffer one = ImageRenderer({.threads = 1}).render(image, rect, format);
+        EXPECT_TRUE(sameBytes(one, ImageRenderer({.threads = 2}).render(image, rect, format)));
+        EXPECT_TRUE(sameBytes(one, ImageRenderer({.threads = 4}).render(image, rect, format)));
+    }
+}
+
+TEST(ImageRendererTests, flatColoursKeepTheirValue) {
+    const PixelBuffer movie = PixelBuffer::allocate(PixelFormat::i420, size);
+    const std::array<std::uint8_t, 3> value{97, 152, 110};
+    for (int plane = 0; plane < 3; ++plane) {
+        for (int y = 0; y < movie.plane(plane).height; ++y) {
+            std::memset(movie.row(plane, y), value[std::size_t(plane)],
+                        std::size_t(movie.plane(plane).width));
+        }
+    }
+    const Image image = Image::pixels(movie).clampedToExtent().transformed({1.3, 0, 0, 1.3, -20.4, -30.7});
+    ImageRenderer renderer;
+    const PixelBuffer drawn = renderer.render(image, {0, 0, size.width, size.height}, PixelFormat::i420);
+    for (int plane = 0; plane < 3; ++plane) {
+        EXPECT_EQ(drawn.row(plane, 40)[60], value[std::size_t(plane)]);
+    }
+}
+
+/// A run of frames in which little changes, drawn into a ring of buffers, must equal each frame drawn alone.
+TEST(ImageRendererTests, whatIsReusedIsWhatWouldHaveBeenDrawn) {
+    for (const PixelFormat format : {PixelFormat::i420, PixelFormat::bgra8}) {
+        ImageRenderer renderer;
+        FrameSequence sequence;
+        std::array<PixelBuffer, 3> ring;
+        for (PixelBuffer& buffer : ring) {
+            buffer = PixelBuffer::allocate(format, size);
+        }
+        const Image sprite = Image::pixels(spot(29, {0.2, 0.8, 0.3, 1}));
+        PixelBuffer movie = screenLike420(size, 1);
+        for (int frame = 0; frame < 14; ++frame) {
+            if (frame % 4 == 3) { // a small part of the movie changes
+                const PixelBuffer next = PixelBuffer::allocate(PixelFormat::i420, size);
+                next.copyFrom(movie);
+                for (int y = 70; y < 90; ++y) {
+                    std::memset(next.row(0, y) + 100 + frame * 5, 30 + frame * 10, 24);
+                }
+                movie = next;
+            }
+            const double zoom = frame < 5 ? 1 : frame < 9 ? 1 + 0.1 * (frame - 4) : 1.4;
+            const Vec2 cursor{100.0 + (frame % 3) * 40.5, 90};
+            const Size2D whole{size.width, size.height};
+            const PixelBuffer& target = ring[std::size_t(frame % 3)];
+            renderer.render(framedPicture(sequence.image(movie), whole, zoom, cursor, sprite), target);
+
+            ImageRenderer fresh;
+            const Image alone = framedPicture(Image::pixels(movie), whole, zoom, cursor, sprite);
+            ASSERT_TRUE(sameBytes(target, fresh.render(alone, {0, 0, whole.width, whole.height}, format)))
+                << "frame " << frame;
+        }
+        EXPECT_GT(renderer.statistics().tilesReused, 0);
+    }
+}
+
+TEST(ImageRendererTests, operationsOnTheirOwn) {
+    const Image red = Image::color({1, 0, 0, 1});
+    const Image box = Image::roundedRectangle({10, 10, 20, 12}, 0, {0, 1, 0, 0.5});
+    struct Case {
+        const char* name;
+        Image image;
+        Vec2 at; // the middle of a pixel
+        std::array<int, 4> rgba;
+    };
+    const std::vector<Case> cases{
+        {"source over", box.over(red), {15.5, 15.5}, {128, 128, 0, 255}},
+        {"outside a crop", red.cropped({0, 0, 5, 5}), {7.5, 2.5}, {0, 0, 0, 0}},
+        {"half a pixel of a crop", red.cropped({0, 0, 5.5, 5}), {5.5, 2.5}, {128, 0, 0, 128}},
+        {"sum", box.adding(box), {15.5, 15.5}, {0, 255, 0, 255}},
+        {"opacity", red.colorMatrix(ColorMatrix::opacity(0.25)), {3.5, 3.5}, {64, 0, 0, 64}},
+        {"shadow keeps the shape", box.colorMatrix(ColorMatrix::shadow(0.5)), {15.5, 15.5}, {0, 0, 0, 64}},
+        {"veil is white where it is thin",
+         box.colorMatrix(ColorMatrix::veil(0.5)),
+         {15.5, 15.5},
+         {64, 64, 64, 64}},
+        {"mask chooses the picture",
+         red.blendedWithMask(Image::color({0, 0, 1, 1}), box),
+         {15.5, 15.5},
+         {128, 0, 128, 255}},
+        {"mask chooses the background",
+         red.blendedWithMask(Image::color({0, 0, 1, 1}), box),
+         {2.5, 2.5},
+         {0, 0, 255, 255}},
+        {"clamped edge", red.cropped({0, 0, 5, 5}).clampedToExtent(), {30.5, 30.5}, {255, 0, 0, 255}},
+        {"mirrored", box.transformed({-1, 0, 0, 1, 40, 0}), {11.5, 15.5}, {0, 128, 0, 128}},
+        {"blur spreads to half at an edge",
+         red.cropped({0, 0, 40, 16}).blurred(2),
+         {16.5, 15.5},
+         {153, 0, 0, 153}},
+        {"blur of an endless colour", red.blurred(3).cropped({0, 0, 8, 8}), {4.5, 4.5}, {255, 0, 0, 255}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const Rect rect{0, 0, 48, 32};
+        ImageRenderer renderer;
+        const PixelBuffer drawn = renderer.render(c.image, rect);
+        const std::uint8_t* p = drawn.row(0, 31 - int(c.at.y)) + int(c.at.x) * 4;
+        const std::array<std::uint8_t, 4> rgba{p[2], p[1], p[0], p[3]};
+        for (std::size_t k = 0; k < 4; ++k) {
+            EXPECT_NEAR(rgba[k], c.rgba[k], 1) << k;
+        }
+        EXPECT_GT(psnr(errorsOfBGRA(drawn, c.image, rect)), 50);
+    }
+}
+
+TEST(ImageRendererTests, onlyAxisAlignedTransforms) {
+    EXPECT_THROW((void)Image::color({}).transformed({0.7, 0.7, -0.7, 0.7, 0, 0}), std::invalid_argument);
+    EXPECT_THROW((void)Image::color({}).transformed({0, 0, 0, 1, 0, 0}), std::invalid_argument);
+}
+
+} // namespace
+} // namespace tavrin
