@@ -1,0 +1,142 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "TavrinKit/Support/Geometry.h"
+#include "TavrinKit/Support/Json.h"
+#include "TavrinKit/Support/UUID.h"
+
+namespace tavrin {
+
+enum class AnnotationType { text, image, figure };
+enum class AnnotationFontWeight { regular, semibold, bold };
+enum class AnnotationTextAlignment { leading, center, trailing };
+enum class AnnotationFigureShape { arrow, rectangle, circle };
+enum class AnnotationArrowDirection { up, down, left, right, upLeft, upRight, downLeft, downRight };
+
+/// Colours are "#rrggbb"; lengths are in pixels of the output. All keys are required in JSON.
+struct AnnotationStyle {
+    std::string textColorHex = "#FFFFFF";
+    std::string fillColorHex = "#2563EB";
+    std::string strokeColorHex = "#FFFFFF";
+    double fontSize = 32; ///< 12...96
+    AnnotationFontWeight fontWeight = AnnotationFontWeight::bold;
+    AnnotationTextAlignment textAlignment = AnnotationTextAlignment::center;
+    double borderRadius = 12;    ///< 0...48
+    double strokeWidth = 4;      ///< 1...18
+    double shadowOpacity = 0.18; ///< 0...1
+
+    [[nodiscard]] AnnotationStyle normalized() const;
+
+    friend bool operator==(const AnnotationStyle&, const AnnotationStyle&) = default;
+};
+
+/// Both keys are required in JSON.
+struct AnnotationFigureData {
+    AnnotationFigureShape shape = AnnotationFigureShape::arrow;
+    AnnotationArrowDirection direction = AnnotationArrowDirection::right; ///< of an arrow
+
+    friend bool operator==(const AnnotationFigureData&, const AnnotationFigureData&) = default;
+};
+
+/// A box with text, an image or a figure, placed on the cropped picture. All keys but `imagePath` and
+/// `figure` are required in JSON.
+struct AnnotationRegion {
+    UUID id = UUID::make();
+    double startTime = 0;
+    double endTime = 0;
+    AnnotationType type = AnnotationType::text;
+    std::string content;
+    std::optional<std::string> imagePath;
+    Vec2 position{0.35, 0.35}; ///< fractions of the picture, each 0...0.95
+    Size2D size{0.3, 0.2};     ///< fractions of the picture, each 0.05...1
+    AnnotationStyle style;
+    std::int64_t zIndex = 0; ///< at least 0; higher is drawn later
+    std::optional<AnnotationFigureData> figure;
+
+    [[nodiscard]] double duration() const { return endTime - startTime; }
+    /// Both bounds included.
+    [[nodiscard]] bool isVisible(double time) const { return startTime <= time && time <= endTime; }
+
+    /// The times as in ClipTimeRange; a coordinate that is not finite becomes the default; `imagePath`
+    /// without white space at its ends, and absent when nothing is left.
+    [[nodiscard]] AnnotationRegion normalized() const;
+
+    friend bool operator==(const AnnotationRegion&, const AnnotationRegion&) = default;
+};
+
+/// Sorted by `zIndex`, then start, then id.
+struct AnnotationTrack {
+    std::vector<AnnotationRegion> regions;
+
+    [[nodiscard]] AnnotationTrack normalized() const;
+
+    friend bool operator==(const AnnotationTrack&, const AnnotationTrack&) = default;
+};
+
+template <>
+struct EnumNames<AnnotationType> {
+    static constexpr std::array<std::pair<AnnotationType, std::string_view>, 3> names{{
+        {AnnotationType::text, "text"},
+        {AnnotationType::image, "image"},
+        {AnnotationType::figure, "figure"},
+    }};
+};
+
+template <>
+struct EnumNames<AnnotationFontWeight> {
+    static constexpr std::array<std::pair<AnnotationFontWeight, std::string_view>, 3> names{{
+        {AnnotationFontWeight::regular, "regular"},
+        {AnnotationFontWeight::semibold, "semibold"},
+        {AnnotationFontWeight::bold, "bold"},
+    }};
+};
+
+template <>
+struct EnumNames<AnnotationTextAlignment> {
+    static constexpr std::array<std::pair<AnnotationTextAlignment, std::string_view>, 3> names{{
+        {AnnotationTextAlignment::leading, "leading"},
+        {AnnotationTextAlignment::center, "center"},
+        {AnnotationTextAlignment::trailing, "trailing"},
+    }};
+};
+
+template <>
+struct EnumNames<AnnotationFigureShape> {
+    static constexpr std::array<std::pair<AnnotationFigureShape, std::string_view>, 3> names{{
+        {AnnotationFigureShape::arrow, "arrow"},
+        {AnnotationFigureShape::rectangle, "rectangle"},
+        {AnnotationFigureShape::circle, "circle"},
+    }};
+};
+
+template <>
+struct EnumNames<AnnotationArrowDirection> {
+    static constexpr std::array<std::pair<AnnotationArrowDirection, std::string_view>, 8> names{{
+        {AnnotationArrowDirection::up, "up"},
+        {AnnotationArrowDirection::down, "down"},
+        {AnnotationArrowDirection::left, "left"},
+        {AnnotationArrowDirection::right, "right"},
+        {AnnotationArrowDirection::upLeft, "upLeft"},
+        {AnnotationArrowDirection::upRight, "upRight"},
+        {AnnotationArrowDirection::downLeft, "downLeft"},
+        {AnnotationArrowDirection::downRight, "downRight"},
+    }};
+};
+
+void encode(Json& json, const AnnotationStyle& value);
+void encode(Json& json, const AnnotationFigureData& value);
+void encode(Json& json, const AnnotationRegion& value);
+void encode(Json& json, const AnnotationTrack& value);
+void decode(const Json& json, AnnotationStyle& value);
+void decode(const Json& json, AnnotationFigureData& value);
+void decode(const Json& json, AnnotationRegion& value);
+void decode(const Json& json, AnnotationTrack& value);
+
+} // namespace tavrin

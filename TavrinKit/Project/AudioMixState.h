@@ -1,0 +1,63 @@
+#pragma once
+
+#include <array>
+#include <map>
+#include <string_view>
+#include <utility>
+
+#include "TavrinKit/Support/Json.h"
+
+namespace tavrin {
+
+enum class AudioTrackRole { system, microphone, camera };
+enum class NoiseReductionLevel { off, low, medium, high };
+
+/// All keys are required in JSON.
+struct AudioTrackStyle {
+    double gainDB = 0; ///< -24...24
+    bool muted = false;
+    double fadeInSeconds = 0;  ///< 0...10
+    double fadeOutSeconds = 0; ///< 0...10
+    NoiseReductionLevel noiseReductionLevel = NoiseReductionLevel::off;
+
+    [[nodiscard]] AudioTrackStyle normalized() const;
+
+    friend bool operator==(const AudioTrackStyle&, const AudioTrackStyle&) = default;
+};
+
+/// How loud the recorded sounds are. In JSON the styles are a flat list: role, style, role, style.
+struct AudioMixState {
+    std::map<AudioTrackRole, AudioTrackStyle> trackStyles;
+
+    /// The default style for a role that has none.
+    [[nodiscard]] AudioTrackStyle style(AudioTrackRole role) const;
+    void setStyle(const AudioTrackStyle& style, AudioTrackRole role);
+
+    friend bool operator==(const AudioMixState&, const AudioMixState&) = default;
+};
+
+template <>
+struct EnumNames<AudioTrackRole> {
+    static constexpr std::array<std::pair<AudioTrackRole, std::string_view>, 3> names{{
+        {AudioTrackRole::system, "system"},
+        {AudioTrackRole::microphone, "microphone"},
+        {AudioTrackRole::camera, "camera"},
+    }};
+};
+
+template <>
+struct EnumNames<NoiseReductionLevel> {
+    static constexpr std::array<std::pair<NoiseReductionLevel, std::string_view>, 4> names{{
+        {NoiseReductionLevel::off, "off"},
+        {NoiseReductionLevel::low, "low"},
+        {NoiseReductionLevel::medium, "medium"},
+        {NoiseReductionLevel::high, "high"},
+    }};
+};
+
+void encode(Json& json, const AudioTrackStyle& value);
+void encode(Json& json, const AudioMixState& value);
+void decode(const Json& json, AudioTrackStyle& value);
+void decode(const Json& json, AudioMixState& value);
+
+} // namespace tavrin

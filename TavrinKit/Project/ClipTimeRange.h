@@ -1,0 +1,25 @@
+#pragma once
+
+#include "TavrinKit/Support/Json.h"
+
+namespace tavrin {
+
+/// A stretch of time in seconds. Both keys are required in JSON and read as they stand.
+struct ClipTimeRange {
+    double startTime = 0;
+    double endTime = 0;
+
+    /// Negative when a file says so.
+    [[nodiscard]] double duration() const { return endTime - startTime; }
+
+    /// A start that is not finite or below 0 becomes 0; an end that is not finite or before it, the start.
+    /// The regions of an edit obey the same rule.
+    [[nodiscard]] ClipTimeRange normalized() const;
+
+    friend bool operator==(const ClipTimeRange&, const ClipTimeRange&) = default;
+};
+
+void encode(Json& json, const ClipTimeRange& value);
+void decode(const Json& json, ClipTimeRange& value);
+
+} // namespace tavrin

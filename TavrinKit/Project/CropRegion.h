@@ -1,0 +1,37 @@
+#pragma once
+
+#include "TavrinKit/Support/Json.h"
+
+namespace tavrin {
+
+/// The part of the source picture that is shown, in fractions of it: origin at the bottom left, y upward.
+/// All keys are required in JSON.
+struct CropRegion {
+    double x = 0;
+    double y = 0;
+    double width = 1;  ///< 0.05...1
+    double height = 1; ///< 0.05...1
+
+    [[nodiscard]] double maxX() const { return x + width; }
+    [[nodiscard]] double maxY() const { return y + height; }
+    /// Within a ten-thousandth.
+    [[nodiscard]] bool isFullFrame() const;
+
+    /// Inside the picture: a size in its range, then an origin that leaves room for it.
+    [[nodiscard]] CropRegion normalized() const;
+
+    friend bool operator==(const CropRegion&, const CropRegion&) = default;
+};
+
+struct CropTrack {
+    CropRegion region;
+
+    friend bool operator==(const CropTrack&, const CropTrack&) = default;
+};
+
+void encode(Json& json, const CropRegion& value);
+void encode(Json& json, const CropTrack& value);
+void decode(const Json& json, CropRegion& value);
+void decode(const Json& json, CropTrack& value);
+
+} // namespace tavrin

@@ -1,0 +1,113 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "TavrinKit/Project/CursorGlyphKind.h"
+#include "TavrinKit/Support/Json.h"
+
+namespace tavrin {
+
+enum class CursorSmoothingPreset { off, low, medium, high };
+enum class ClickHighlightStyle { none, ring, halo };
+enum class CursorBodyStyle { pointer, touch };
+enum class CursorEndBehavior { natural, stop, loopTail };
+enum class CursorGlyphSelectionMode { automatic, manual };
+enum class CursorTrailStyle { none, subtle, dynamic };
+
+/// The share of the way to the target that a smoothed pointer covers: 1, 0.55, 0.35, 0.2.
+[[nodiscard]] double alpha(CursorSmoothingPreset preset);
+
+/// How the pointer is drawn again. Any key may be missing in JSON, and the decoder normalises.
+struct CursorStyle {
+    double sizeMultiplier = 1.4; ///< 1...2.5
+    CursorSmoothingPreset smoothing = CursorSmoothingPreset::medium;
+    bool hideWhenIdle = true;
+    ClickHighlightStyle clickHighlightStyle = ClickHighlightStyle::ring;
+    double idleHideAfterSeconds = 1.2; ///< at least 0.2
+    CursorBodyStyle bodyStyle = CursorBodyStyle::pointer;
+    double shakeReduction = 0;            ///< 0...1
+    double glyphStabilizationSeconds = 0; ///< 0...1.2
+    CursorEndBehavior endBehavior = CursorEndBehavior::natural;
+    double endLoopDurationSeconds = 0.45; ///< 0.12...1.2
+    bool hideDuringZoomSegments = false;
+    CursorGlyphSelectionMode glyphSelectionMode = CursorGlyphSelectionMode::automatic;
+    CursorGlyphKind selectedGlyph = CursorGlyphKind::arrow;
+    double clickHighlightDurationSeconds = 0.28; ///< 0.08...1.2
+    double clickHighlightIntensity = 0.95;       ///< 0...1
+    CursorTrailStyle trailStyle = CursorTrailStyle::subtle;
+    double trailLengthSeconds = 0.45;      ///< 0...1.2
+    double trailIntensity = 0.65;          ///< 0...1
+    double idleFadeDurationSeconds = 0.28; ///< 0.05...1
+
+    [[nodiscard]] CursorStyle normalized() const;
+
+    friend bool operator==(const CursorStyle&, const CursorStyle&) = default;
+};
+
+struct CursorTrack {
+    CursorStyle style;
+
+    friend bool operator==(const CursorTrack&, const CursorTrack&) = default;
+};
+
+template <>
+struct EnumNames<CursorSmoothingPreset> {
+    static constexpr std::array<std::pair<CursorSmoothingPreset, std::string_view>, 4> names{{
+        {CursorSmoothingPreset::off, "off"},
+        {CursorSmoothingPreset::low, "low"},
+        {CursorSmoothingPreset::medium, "medium"},
+        {CursorSmoothingPreset::high, "high"},
+    }};
+};
+
+template <>
+struct EnumNames<ClickHighlightStyle> {
+    static constexpr std::array<std::pair<ClickHighlightStyle, std::string_view>, 3> names{{
+        {ClickHighlightStyle::none, "none"},
+        {ClickHighlightStyle::ring, "ring"},
+        {ClickHighlightStyle::halo, "halo"},
+    }};
+};
+
+template <>
+struct EnumNames<CursorBodyStyle> {
+    static constexpr std::array<std::pair<CursorBodyStyle, std::string_view>, 2> names{{
+        {CursorBodyStyle::pointer, "pointer"},
+        {CursorBodyStyle::touch, "touch"},
+    }};
+};
+
+template <>
+struct EnumNames<CursorEndBehavior> {
+    static constexpr std::array<std::pair<CursorEndBehavior, std::string_view>, 3> names{{
+        {CursorEndBehavior::natural, "natural"},
+        {CursorEndBehavior::stop, "stop"},
+        {CursorEndBehavior::loopTail, "loopTail"},
+    }};
+};
+
+template <>
+struct EnumNames<CursorGlyphSelectionMode> {
+    static constexpr std::array<std::pair<CursorGlyphSelectionMode, std::string_view>, 2> names{{
+        {CursorGlyphSelectionMode::automatic, "automatic"},
+        {CursorGlyphSelectionMode::manual, "manual"},
+    }};
+};
+
+template <>
+struct EnumNames<CursorTrailStyle> {
+    static constexpr std::array<std::pair<CursorTrailStyle, std::string_view>, 3> names{{
+        {CursorTrailStyle::none, "none"},
+        {CursorTrailStyle::subtle, "subtle"},
+        {CursorTrailStyle::dynamic, "dynamic"},
+    }};
+};
+
+void encode(Json& json, const CursorStyle& value);
+void encode(Json& json, const CursorTrack& value);
+void decode(const Json& json, CursorStyle& value);
+void decode(const Json& json, CursorTrack& value);
+
+} // namespace tavrin

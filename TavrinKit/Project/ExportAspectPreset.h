@@ -1,0 +1,40 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "TavrinKit/Support/Json.h"
+
+namespace tavrin {
+
+/// The shapes of picture that an export can have.
+enum class ExportAspectPreset { horizontal16x9, vertical9x16, square1x1, horizontal4x3, vertical3x4 };
+
+using AspectPreset = ExportAspectPreset;
+
+inline constexpr std::array allExportAspectPresets{
+    ExportAspectPreset::horizontal16x9, ExportAspectPreset::vertical9x16, ExportAspectPreset::square1x1,
+    ExportAspectPreset::horizontal4x3, ExportAspectPreset::vertical3x4};
+
+/// Width over height.
+[[nodiscard]] double aspectRatio(ExportAspectPreset aspect);
+
+/// As in "16:9".
+[[nodiscard]] std::string_view ratioLabel(ExportAspectPreset aspect);
+
+/// What the user calls it, as in "Wide".
+[[nodiscard]] std::string_view title(ExportAspectPreset aspect);
+
+template <>
+struct EnumNames<ExportAspectPreset> {
+    static constexpr std::array<std::pair<ExportAspectPreset, std::string_view>, 5> names{{
+        {ExportAspectPreset::horizontal16x9, "horizontal16x9"},
+        {ExportAspectPreset::vertical9x16, "vertical9x16"},
+        {ExportAspectPreset::square1x1, "square1x1"},
+        {ExportAspectPreset::horizontal4x3, "horizontal4x3"},
+        {ExportAspectPreset::vertical3x4, "vertical3x4"},
+    }};
+};
+
+} // namespace tavrin

@@ -1,0 +1,96 @@
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+
+#include "TavrinKit/Support/Json.h"
+
+namespace tavrin {
+
+/// The shadow of the framed picture, in pixels of the output. All keys are required in JSON.
+struct ShadowStyle {
+    double opacity = 0.25;  ///< 0...1
+    double blurRadius = 32; ///< at least 0
+    double offsetX = 0;
+    double offsetY = 10; ///< downward
+
+    [[nodiscard]] ShadowStyle normalized() const;
+
+    friend bool operator==(const ShadowStyle&, const ShadowStyle&) = default;
+};
+
+enum class BuiltInWallpaperStyle { aurora, ember, tide, graphite };
+
+/// What lies behind the framed picture: exactly one of four kinds.
+///
+/// In JSON an object with one key, the kind's name, whose value is an object with the kind's fields.
+struct BackgroundStyle {
+    struct Solid {
+        std::string colorHex;
+        friend bool operator==(const Solid&, const Solid&) = default;
+    };
+    struct Gradient {
+        std::string startHex;
+        std::string endHex;
+        friend bool operator==(const Gradient&, const Gradient&) = default;
+    };
+    struct Wallpaper {
+        BuiltInWallpaperStyle id = BuiltInWallpaperStyle::aurora;
+        friend bool operator==(const Wallpaper&, const Wallpaper&) = default;
+    };
+    struct Image {
+        std::string path;
+        friend bool operator==(const Image&, const Image&) = default;
+    };
+
+    std::variant<Solid, Gradient, Wallpaper, Image> content = Gradient{"#111827", "#334155"};
+
+    [[nodiscard]] static BackgroundStyle solid(std::string colorHex);
+    [[nodiscard]] static BackgroundStyle gradient(std::string startHex, std::string endHex);
+    [[nodiscard]] static BackgroundStyle wallpaper(BuiltInWallpaperStyle id);
+    [[nodiscard]] static BackgroundStyle image(std::string path);
+
+    friend bool operator==(const BackgroundStyle&, const BackgroundStyle&) = default;
+};
+
+/// How the picture stands on its background, in pixels of the output. All keys are required in JSON.
+struct FramingStyle {
+    double padding = 48;      ///< at least 0
+    double cornerRadius = 24; ///< at least 0
+    ShadowStyle shadow;
+    BackgroundStyle background;
+
+    [[nodiscard]] FramingStyle normalized() const;
+
+    friend bool operator==(const FramingStyle&, const FramingStyle&) = default;
+};
+
+struct FramingTrack {
+    FramingStyle style;
+
+    friend bool operator==(const FramingTrack&, const FramingTrack&) = default;
+};
+
+template <>
+struct EnumNames<BuiltInWallpaperStyle> {
+    static constexpr std::array<std::pair<BuiltInWallpaperStyle, std::string_view>, 4> names{{
+        {BuiltInWallpaperStyle::aurora, "aurora"},
+        {BuiltInWallpaperStyle::ember, "ember"},
+        {BuiltInWallpaperStyle::tide, "tide"},
+        {BuiltInWallpaperStyle::graphite, "graphite"},
+    }};
+};
+
+void encode(Json& json, const ShadowStyle& value);
+void encode(Json& json, const BackgroundStyle& value);
+void encode(Json& json, const FramingStyle& value);
+void encode(Json& json, const FramingTrack& value);
+void decode(const Json& json, ShadowStyle& value);
+void decode(const Json& json, BackgroundStyle& value);
+void decode(const Json& json, FramingStyle& value);
+void decode(const Json& json, FramingTrack& value);
+
+} // namespace tavrin

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "TavrinKit/Project/TimelineModel.h"
+
+/// What a new recording starts with.
+namespace tavrin::PremiumDefaults {
+
+[[nodiscard]] TimelineModel timelineModel();
+
+} // namespace tavrin::PremiumDefaults

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "TavrinKit/Project/TavrinConstants.h"
+#include "TavrinKit/Support/Date.h"
+#include "TavrinKit/Support/Json.h"
+
+namespace tavrin {
+
+/// A sound file of a package. Both keys are required in JSON.
+struct AudioTrackDescriptor {
+    enum class Kind { system, microphone };
+
+    Kind kind = Kind::system;
+    std::string fileName;
+
+    friend bool operator==(const AudioTrackDescriptor&, const AudioTrackDescriptor&) = default;
+};
+
+/// A camera movie of a package. All keys are required in JSON; the numbers are read as they stand.
+struct CameraTrackDescriptor {
+    std::string fileName;
+    double timebaseOffsetSeconds = 0;    ///< start of the camera movie after the start of the screen movie
+    double driftMillisecondsPerHour = 0; ///< what the camera's clock gains on the screen's
+
+    /// A number that is not finite becomes 0.
+    [[nodiscard]] CameraTrackDescriptor normalized() const;
+
+    friend bool operator==(const CameraTrackDescriptor&, const CameraTrackDescriptor&) = default;
+};
+
+/// The table of contents of a project package.
+///
+/// In JSON every key may be missing. A missing `schemaVersion` reads as 1, a missing `createdAt` as the
+/// current time, the others as the defaults given here.
+struct ProjectManifest {
+    std::int64_t schemaVersion = TavrinConstants::projectSchemaVersion;
+    Date createdAt = currentDate();
+    std::string screenFileName = "screen.mov";
+    bool cursorExcluded = true; ///< the screen movie is without the cursor, which is drawn from the events
+    std::vector<AudioTrackDescriptor> audioTracks;
+    std::vector<CameraTrackDescriptor> cameraTracks;
+    std::string eventsFileName = "events.json";
+    std::string editsFileName = "edits.json";
+
+    friend bool operator==(const ProjectManifest&, const ProjectManifest&) = default;
+};
+
+template <>
+struct EnumNames<AudioTrackDescriptor::Kind> {
+    static constexpr std::array<std::pair<AudioTrackDescriptor::Kind, std::string_view>, 2> names{{
+        {AudioTrackDescriptor::Kind::system, "system"},
+        {AudioTrackDescriptor::Kind::microphone, "microphone"},
+    }};
+};
+
+void encode(Json& json, const AudioTrackDescriptor& value);
+void encode(Json& json, const CameraTrackDescriptor& value);
+void encode(Json& json, const ProjectManifest& value);
+
+void decode(const Json& json, AudioTrackDescriptor& value);
+void decode(const Json& json, CameraTrackDescriptor& value);
+void decode(const Json& json, ProjectManifest& value);
+
+} // namespace tavrin

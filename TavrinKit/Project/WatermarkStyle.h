@@ -1,0 +1,63 @@
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "TavrinKit/Support/Json.h"
+
+namespace tavrin {
+
+enum class WatermarkKind { text, image };
+enum class WatermarkAnchor { topLeft, topRight, bottomLeft, bottomRight, center };
+
+/// A mark on the whole output picture. All keys but `imagePath` are required in JSON.
+struct WatermarkStyle {
+    bool enabled = false;
+    WatermarkKind kind = WatermarkKind::text;
+    std::string text = "Tavrin"; ///< without white space at its ends
+    std::optional<std::string> imagePath;
+    double opacity = 0.28;         ///< 0...1
+    double widthFraction = 0.18;   ///< of the output's width, 0.08...0.5
+    double marginFraction = 0.035; ///< 0...0.2
+    WatermarkAnchor anchor = WatermarkAnchor::bottomRight;
+    bool shadowEnabled = true;
+
+    [[nodiscard]] WatermarkStyle normalized() const;
+
+    friend bool operator==(const WatermarkStyle&, const WatermarkStyle&) = default;
+};
+
+struct WatermarkTrack {
+    WatermarkStyle style;
+
+    friend bool operator==(const WatermarkTrack&, const WatermarkTrack&) = default;
+};
+
+template <>
+struct EnumNames<WatermarkKind> {
+    static constexpr std::array<std::pair<WatermarkKind, std::string_view>, 2> names{{
+        {WatermarkKind::text, "text"},
+        {WatermarkKind::image, "image"},
+    }};
+};
+
+template <>
+struct EnumNames<WatermarkAnchor> {
+    static constexpr std::array<std::pair<WatermarkAnchor, std::string_view>, 5> names{{
+        {WatermarkAnchor::topLeft, "topLeft"},
+        {WatermarkAnchor::topRight, "topRight"},
+        {WatermarkAnchor::bottomLeft, "bottomLeft"},
+        {WatermarkAnchor::bottomRight, "bottomRight"},
+        {WatermarkAnchor::center, "center"},
+    }};
+};
+
+void encode(Json& json, const WatermarkStyle& value);
+void encode(Json& json, const WatermarkTrack& value);
+void decode(const Json& json, WatermarkStyle& value);
+void decode(const Json& json, WatermarkTrack& value);
+
+} // namespace tavrin
