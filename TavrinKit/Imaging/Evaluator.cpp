@@ -115,9 +115,8 @@ std::shared_ptr<const LeafPlanes> Evaluator::planesOf(const Layer& layer, Basis 
     if (pixels == nullptr && realisedLeaf == nullptr) {
         return nullptr;
     }
-    const std::uint64_t identity = pixels != nullptr
-                                       ? mix(1, pixels->buffer.identity())
-                                       : mix(mix(2, realisedLeaf->image.node()->hash), realisedLeaf->region);
+    const std::uint64_t identity =
+        pixels != nullptr ? mix(1, pixels->buffer.identity()) : mix(2, realisedLeaf->key);
     const std::uint64_t key = mix(identity, std::uint64_t(basis));
     if (const auto found = cache_.find(key); found != cache_.end()) {
         found->second.lastUse = picture_;
@@ -131,7 +130,7 @@ std::shared_ptr<const LeafPlanes> Evaluator::planesOf(const Layer& layer, Basis 
 }
 
 std::shared_ptr<const FloatPicture> Evaluator::realised(const Realised& leaf) {
-    const std::uint64_t key = mix(mix(3, leaf.image.node()->hash), leaf.region);
+    const std::uint64_t key = mix(3, leaf.key);
     if (const auto found = cache_.find(key); found != cache_.end()) {
         found->second.lastUse = picture_;
         return found->second.picture;

@@ -73,6 +73,8 @@ bool isTint(const ColorMatrix& m) {
            m.a[2] == 0;
 }
 
+std::uint64_t realisedKey(const Image& image, const Rect& region);
+
 /// Walks a recipe from its root and writes down the layers.
 class Flattener {
 public:
@@ -230,11 +232,42 @@ private:
         const double left = std::floor(region.minX());
         const double bottom = std::floor(region.minY());
         region = {left, bottom, std::ceil(region.maxX()) - left, std::ceil(region.maxY()) - bottom};
-        program_->push_back(leafLayer(Realised{image, region}, cropped(context, region)));
+        program_->push_back(
+            leafLayer(Realised{image, region, realisedKey(image, region)}, cropped(context, region)));
     }
 
     Program* program_;
 };
+
+/// What a whole stack shows, movies with the pixels that they show now.
+std::uint64_t programKey(const Image& image, const Rect& region) {
+    std::uint64_t key = mix(17, region);
+    for (const Layer& layer : flatten(image, region)) {
+        key = mix(key, layer.hash);
+        if (layer.isMovie) {
+            key = mix(key, std::get<Node::Pixels>(layer.leaf).buffer.identity());
+        }
+    }
+    return key;
+}
+
+/// The key of a realised node goes by the stacks beneath it rather than by its recipe: the shadow of a
+/// movie's frame is the same for every picture of the movie.
+std::uint64_t realisedKey(const Image& image, const Rect& region) {
+    const Node::Operation& operation = image.node()->operation;
+    if (const auto* blur = std::get_if<Node::Blur>(&operation)) {
+        const double reach = std::ceil(3 * blur->radius);
+        return mix(mix(mix(21, region), blur->radius), programKey(blur->image, region.inset(-reach, -reach)));
+    }
+    if (const auto* add = std::get_if<Node::Add>(&operation)) {
+        return mix(mix(22, programKey(add->first, region)), programKey(add->second, region));
+    }
+    if (const auto* mask = std::get_if<Node::Mask>(&operation)) {
+        return mix(mix(mix(23, programKey(mask->image, region)), programKey(mask->background, region)),
+                   programKey(mask->mask, region));
+    }
+    return mix(mix(24, image.node()->hash), region);
+}
 
 std::uint64_t leafHash(const Layer& layer) {
     struct Visitor {
@@ -254,9 +287,7 @@ std::uint64_t leafHash(const Layer& layer) {
                            leaf.radius1),
                        leaf.c1);
         }
-        std::uint64_t operator()(const Realised& leaf) const {
-            return mix(mix(16, leaf.image.node()->hash), leaf.region);
-        }
+        std::uint64_t operator()(const Realised& leaf) const { return mix(16, leaf.key); }
     };
     return std::visit(Visitor{}, layer.leaf);
 }

@@ -34,7 +34,8 @@ struct RoundedMask {
 /// matrix, a sum. Its pixels lie on whole coordinates of the node's space.
 struct Realised {
     Image image;
-    Rect region; ///< the part that is needed, whole pixels
+    Rect region;           ///< the part that is needed, whole pixels
+    std::uint64_t key = 0; ///< of the pixels that it will have: two recipes for the same picture share it
 };
 
 /// One picture of the stack that a recipe comes down to.
