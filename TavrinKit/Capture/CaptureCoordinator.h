@@ -93,6 +93,8 @@ private:
         std::optional<RecordingSessionState> session;
     };
 
+    [[nodiscard]] bool movePhase(Phase from, Phase to);
+    void endSession();
     void startCaptureWithTimeout(const CaptureOptions& options, const std::stop_token& stop);
     [[nodiscard]] ScreenCaptureResult stopCaptureWithTimeout(const std::stop_token& stop);
     void cancelCaptureAfterFailure(double timeoutSeconds);

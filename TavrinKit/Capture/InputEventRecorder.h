@@ -26,7 +26,7 @@ public:
     void recordMove(double time, Vec2 location);
     void recordDrag(double time, Vec2 location);
     void recordClick(double time, Vec2 location, int button);
-    /// Keeps the cleaned text and modifiers only, see `cleanedKeyText`.
+    /// Keeps the normalised event only; one without text is dropped.
     void recordKey(double time, std::string_view displayText, const std::vector<KeyModifier>& modifiers,
                    KeyEventContentKind contentKind, bool isRepeat);
     void recordCursorState(double time, Vec2 location, bool visible, const CursorAppearance& appearance);
@@ -42,8 +42,5 @@ private:
 
     Guarded<State> state_;
 };
-
-/// The text of a key event as it is kept: no newlines at its ends, its first 24 characters.
-[[nodiscard]] std::string cleanedKeyText(std::string_view displayText);
 
 } // namespace tavrin

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "TavrinKit/Project/EventTimeline.h"
+#include "TavrinKit/Project/CursorAppearance.h"
 #include "TavrinKit/Support/Geometry.h"
 
 namespace tavrin {

@@ -5,7 +5,7 @@
 #include <variant>
 #include <vector>
 
-#include "TavrinKit/Project/EventTimeline.h"
+#include "TavrinKit/Project/Events.h"
 #include "TavrinKit/Support/Geometry.h"
 
 namespace tavrin {

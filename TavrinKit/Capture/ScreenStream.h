@@ -68,10 +68,15 @@ struct ContentFilter {
 };
 
 /// How a stream delivers what its filter shows.
+///
+/// Without `scalesToFit` pictures show the source pixel for pixel from its top left corner: what is larger
+/// than the picture is cut, what is smaller leaves black at the right and below.
 struct StreamConfiguration {
-    int width = 0; ///< pixels of each delivered picture
+    int width = 0; ///< pixels of each delivered picture, even
     int height = 0;
-    int queueDepth = 4;                     ///< pictures in flight at most
+    /// Pictures that wait for the output at most. The output may keep the newest one beyond that for as long
+    /// as nothing changes.
+    int queueDepth = 4;
     double minimumFrameInterval = 1.0 / 60; ///< seconds
     bool showsCursor = true;
     bool capturesAudio = false;
@@ -137,12 +142,21 @@ class ScreenCaptureBackend {
 public:
     virtual ~ScreenCaptureBackend() = default;
 
+    /// Whether the server is known to show this process the screen. No means that only trying can tell.
+    [[nodiscard]] virtual bool preflightAccess() { return false; }
+
+    /// Asks the user for access where the server has a way to ask. @return the answer
+    [[nodiscard]] virtual bool requestAccess() { return false; }
+
+    /// Whether streams deliver sound when their configuration asks for it.
+    [[nodiscard]] virtual bool capturesSystemAudio() const { return false; }
+
     /// May hang when the server does: callers race it against a timer.
     /// @throws Error of the platform
     [[nodiscard]] virtual ShareableContent shareableContent(bool excludingDesktopWindows,
                                                             bool onScreenWindowsOnly) = 0;
 
-    /// @param output  held weakly by nobody: the stream keeps it until `removeOutput` or its own end
+    /// @param output  kept by the stream until `removeOutput` or its own end
     /// @throws Error of the platform when the source has gone
     [[nodiscard]] virtual std::unique_ptr<ScreenStream>
     makeStream(const ContentFilter& filter, const StreamConfiguration& configuration,

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <exception>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <stop_token>
+
+#include "TavrinKit/Capture/CaptureTypes.h"
+#include "TavrinKit/Support/Error.h"
+
+namespace tavrin {
+
+enum class CameraCaptureErrorKind {
+    recordingStartFailed,
+    recordingFailed,
+    alreadyStarted,
+    notStarted,
+    permissionDenied,
+    deviceUnavailable,
+    unableToAddInput,
+    unableToAddOutput,
+    outputMissing,
+};
+
+class CameraCaptureError : public ErrorFamily<CameraCaptureErrorKind> {
+public:
+    [[nodiscard]] static CameraCaptureError recordingStartFailed(const std::exception_ptr& underlying);
+    [[nodiscard]] static CameraCaptureError recordingFailed(const std::exception_ptr& underlying);
+    [[nodiscard]] static CameraCaptureError alreadyStarted();
+    [[nodiscard]] static CameraCaptureError notStarted();
+    [[nodiscard]] static CameraCaptureError permissionDenied();
+    [[nodiscard]] static CameraCaptureError deviceUnavailable();
+    [[nodiscard]] static CameraCaptureError unableToAddInput();
+    [[nodiscard]] static CameraCaptureError unableToAddOutput();
+    [[nodiscard]] static CameraCaptureError outputMissing();
+
+private:
+    using ErrorFamily::ErrorFamily;
+};
+
+/// Records a camera to a file of its own. Calls may come from any thread, `cancel` also while another call
+/// waits.
+class CameraCapturing {
+public:
+    virtual ~CameraCapturing() = default;
+
+    /// Returns once recording has really begun.
+    /// @throws CameraCaptureError, Error of the platform, CancellationError
+    virtual void start(const CameraCaptureOptions& options, std::stop_token stop) = 0;
+
+    /// @throws CameraCaptureError, Error of the platform, CancellationError
+    [[nodiscard]] virtual CameraCaptureTrackResult stop(std::stop_token stop) = 0;
+
+    /// Stops without waiting for long and removes the file. Harmless when nothing runs.
+    virtual void cancel() noexcept = 0;
+};
+
+/// Makes a capture that writes to the given file.
+using CameraCaptureFactory =
+    std::function<std::shared_ptr<CameraCapturing>(const std::filesystem::path& outputURL)>;
+
+} // namespace tavrin

@@ -1,0 +1,37 @@
+#include "TavrinKit/Capture/StreamOutputBridge.h"
+
+#include <cmath>
+#include <utility>
+
+namespace tavrin {
+
+StreamOutputBridge::StreamOutputBridge(std::shared_ptr<StreamAssetWriterSink> writer,
+                                       std::shared_ptr<GeometryTimelineRecorder> geometryRecorder)
+    : writer_(std::move(writer)), geometryRecorder_(std::move(geometryRecorder)) {}
+
+void StreamOutputBridge::didOutput(VideoSample sample) {
+    if (!std::isfinite(sample.presentationTime)) {
+        return;
+    }
+    firstScreenSampleSignal_.resolve();
+    if (geometryRecorder_) {
+        geometryRecorder_->append(sample);
+    }
+    writer_->appendVideo(std::move(sample));
+}
+
+void StreamOutputBridge::didOutput(AudioSample sample) {
+    if (std::isfinite(sample.presentationTime)) {
+        writer_->append(std::move(sample));
+    }
+}
+
+void StreamOutputBridge::didStop(std::exception_ptr error) {
+    if (!error) {
+        error = std::make_exception_ptr(Error("The screen stream ended."));
+    }
+    stopError_.with([&](std::exception_ptr& stopError) { stopError = error; });
+    firstScreenSampleSignal_.resolve(error);
+}
+
+} // namespace tavrin
