@@ -1,0 +1,20 @@
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "TavrinKit/Support/Geometry.h"
+
+namespace tavrin {
+
+/// Where the zoom camera looks. The default is the identity.
+struct CameraTransform {
+    Vec2 center;      ///< in the unit of the segments' focus; (0, 0) while there is no zoom
+    double scale = 1; ///< at least 1; at 1 there is no camera and `center` means nothing
+
+    friend bool operator==(const CameraTransform&, const CameraTransform&) = default;
+};
+
+void encode(nlohmann::json& json, const CameraTransform& value);
+void decode(const nlohmann::json& json, CameraTransform& value);
+
+} // namespace tavrin

@@ -1,0 +1,77 @@
+#include "TavrinKit/Effects/CursorPlaybackSupport.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "TavrinKit/Project/EventTimeline.h"
+#include "TavrinKit/Project/Normalizing.h"
+#include "TavrinKit/Project/ZoomTrack.h"
+
+namespace tavrin {
+namespace {
+
+constexpr double shortestLoop = 0.12;
+
+/// The last stretch of activity over and over, from `lastActivity` on.
+double loopedTime(double time, double lastActivity, double endLoopDuration) {
+    const double length =
+        std::min(atLeast(endLoopDuration, shortestLoop), atLeast(lastActivity, shortestLoop));
+    const double start = atLeast(lastActivity - length, 0);
+    const double phase = std::fmod(time - lastActivity, length);
+    return std::isfinite(phase) ? start + phase : start;
+}
+
+bool zoomsAt(double time, const ZoomSegment& segment) {
+    constexpr double leastScale = 1.0001;
+    return segment.enabled && segment.scale > leastScale && segment.startTime <= time &&
+           segment.endTime >= time;
+}
+
+} // namespace
+
+std::optional<double> CursorPlaybackSupport::lastActivityTime(const EventTimeline& events) {
+    std::optional<double> last;
+    if (!events.mouseEvents().empty()) {
+        last = events.mouseEvents().back().timestamp;
+    }
+    if (!events.cursorStates().empty()) {
+        const double lastState = events.cursorStates().back().timestamp;
+        last = last ? std::max(*last, lastState) : lastState;
+    }
+    return last;
+}
+
+double CursorPlaybackSupport::cursorTime(double frameTime, double duration,
+                                         std::optional<double> lastActivity, const CursorStyle& style) {
+    const double time = clampedTo(frameTime, 0, atLeast(duration, 0));
+    if (!lastActivity || time <= *lastActivity) {
+        return time;
+    }
+    switch (style.endBehavior) {
+    case CursorEndBehavior::natural:
+        return time;
+    case CursorEndBehavior::stop:
+        return *lastActivity;
+    case CursorEndBehavior::loopTail:
+        return loopedTime(time, *lastActivity, style.endLoopDurationSeconds);
+    }
+    return time;
+}
+
+void CursorPlaybackSupport::hideDuringZoom(CursorFrameState& cursor, double frameTime, const ZoomTrack& track,
+                                           const CursorStyle& style, bool sourceEmbedsCursor) {
+    if (!style.hideDuringZoomSegments || sourceEmbedsCursor ||
+        std::none_of(track.segments.begin(), track.segments.end(),
+                     [&](const ZoomSegment& segment) { return zoomsAt(frameTime, segment); })) {
+        return;
+    }
+    cursor.visible = false;
+    cursor.opacity = 0;
+    cursor.highlight = ClickHighlightStyle::none;
+    cursor.highlightProgress = 0;
+    cursor.highlightIntensity = 0;
+    cursor.trailPoints.clear();
+    cursor.trailOpacities.clear();
+}
+
+} // namespace tavrin

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <optional>
+
+#include "TavrinKit/Effects/CursorFrameState.h"
+
+namespace tavrin {
+
+class EventTimeline;
+struct ZoomTrack;
+
+/// The rules that stand between a frame and its cursor, the same for a preview and an export. Pure.
+struct CursorPlaybackSupport {
+    /// The time of the last mouse event or cursor state, whichever is later; nothing for a take without both.
+    [[nodiscard]] static std::optional<double> lastActivityTime(const EventTimeline& events);
+
+    /// The time at which a frame's cursor is evaluated: the frame's own, until the style's end behaviour
+    /// freezes it at the last activity or replays the last stretch of activity in a loop.
+    ///
+    /// @param frameTime     seconds; held to 0...duration first
+    /// @param duration      seconds, of what is being played
+    /// @param lastActivity  what `lastActivityTime` says of the events
+    [[nodiscard]] static double cursorTime(double frameTime, double duration,
+                                           std::optional<double> lastActivity, const CursorStyle& style);
+
+    /// Takes away body, highlight and trail of the cursor during zooms, if the style asks for it.
+    ///
+    /// @param frameTime           the frame's own time, not the cursor's
+    /// @param sourceEmbedsCursor  the recording shows a cursor of its own: nothing is hidden then
+    static void hideDuringZoom(CursorFrameState& cursor, double frameTime, const ZoomTrack& track,
+                               const CursorStyle& style, bool sourceEmbedsCursor);
+};
+
+} // namespace tavrin

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstddef>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "TavrinKit/Effects/InlineVector.h"
+
+namespace tavrin {
+
+enum class MotionBlurQualityMode {
+    preview, ///< 4 samples a frame
+    export_, ///< 16 samples a frame
+};
+
+/// How many instants of the take one frame is mixed from.
+[[nodiscard]] constexpr int sampleCount(MotionBlurQualityMode mode) {
+    return mode == MotionBlurQualityMode::preview ? 4 : 16;
+}
+
+/// The most instants that any mode asks for.
+inline constexpr std::size_t maximumMotionBlurSamples = 16;
+
+using MotionBlurTimes = InlineVector<double, maximumMotionBlurSamples>;
+
+/// At which instants around its own time a frame is sampled.
+struct MotionBlurPlan {
+    double intensity = 0; ///< the effective blur, 0...0.65: the share of a frame the shutter is open
+    int sampleCount = 0;  ///< as many as there are offsets
+    MotionBlurTimes temporalOffsets; ///< seconds relative to the frame's time, ascending
+
+    friend bool operator==(const MotionBlurPlan&, const MotionBlurPlan&) = default;
+};
+
+void encode(nlohmann::json& json, const MotionBlurPlan& value);
+/// @throws JsonError, also for more offsets than any mode makes
+void decode(const nlohmann::json& json, MotionBlurPlan& value);
+
+} // namespace tavrin

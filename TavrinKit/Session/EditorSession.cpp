@@ -1,0 +1,129 @@
+#include "TavrinKit/Session/EditorSession.h"
+
+#include <utility>
+
+#include "TavrinKit/Effects/AutoZoomMerge.h"
+#include "TavrinKit/Effects/ReframingEngine.h"
+#include "TavrinKit/Support/Json.h"
+
+namespace tavrin {
+
+EditorSession::EditorSession(ProjectPackage package, std::shared_ptr<const EventTimeline> events,
+                             EditsDocument edits, InspectorState inspector,
+                             PreviewPerformanceProfile previewPerformance)
+    : package_(std::move(package)), events_(std::move(events)),
+      edits_(std::make_shared<const EditsDocument>(std::move(edits))), inspector_(std::move(inspector)),
+      previewPerformance_(previewPerformance) {}
+
+EditorSession EditorSession::open(ProjectPackage package) {
+    package.validateIntegrity();
+    auto events = std::make_shared<const EventTimeline>(package.loadEvents());
+    EditsDocument edits = package.loadEdits();
+    return EditorSession(std::move(package), std::move(events), std::move(edits));
+}
+
+void EditorSession::applyAutoZoom(const AutoZoomGenerator& generator, const AutoZoomConfig& config,
+                                  AutoZoomApplyStrategy strategy) {
+    std::vector<ZoomSegment> proposals = generator.generate(events(), config);
+    mutateTimeline([&](TimelineModel& timeline) {
+        switch (strategy) {
+        case AutoZoomApplyStrategy::mergeNonDestructive:
+            AutoZoomMerge::merge(timeline.zoomTrack, proposals);
+            break;
+        case AutoZoomApplyStrategy::replaceTrack:
+            timeline.zoomTrack = ZoomTrack{std::move(proposals)}.normalized();
+            break;
+        }
+    });
+}
+
+void EditorSession::setZoomMode(const UUID& segmentID, ZoomMode mode) {
+    mutateTimeline([&](TimelineModel& timeline) { timeline.zoomTrack.setMode(segmentID, mode); });
+}
+
+void EditorSession::deleteZoomSegment(const UUID& segmentID) {
+    mutateTimeline([&](TimelineModel& timeline) { timeline.zoomTrack.remove(segmentID); });
+}
+
+void EditorSession::disableZoomSegment(const UUID& segmentID) {
+    mutateTimeline([&](TimelineModel& timeline) { timeline.zoomTrack.setEnabled(segmentID, false); });
+}
+
+void EditorSession::mutateTimeline(const std::function<void(TimelineModel&)>& change) {
+    mutate([&](EditsDocument& document) { change(document.timeline); });
+}
+
+void EditorSession::setAudioStyle(const AudioTrackStyle& style, AudioTrackRole role) {
+    mutateTimeline([&](TimelineModel& timeline) { timeline.audioMix.setStyle(style, role); });
+}
+
+void EditorSession::setSelectedExportAspect(std::optional<ExportAspectPreset> aspect) {
+    mutate([&](EditsDocument& document) { document.exportSettings.selectedAspect = aspect; });
+}
+
+bool EditorSession::undo() {
+    if (undoStack_.empty()) {
+        return false;
+    }
+    redoStack_.push_back(std::exchange(edits_, undoStack_.back()));
+    undoStack_.pop_back();
+    return true;
+}
+
+bool EditorSession::redo() {
+    if (redoStack_.empty()) {
+        return false;
+    }
+    undoStack_.push_back(std::exchange(edits_, redoStack_.back()));
+    redoStack_.pop_back();
+    return true;
+}
+
+void EditorSession::save() const {
+    package_.saveEdits(edits());
+}
+
+TimelineModel EditorSession::prepareReframedTimeline(Size2D sourceSize, AspectPreset aspectPreset) const {
+    TimelineModel timeline = edits().timeline;
+    timeline.zoomTrack = ReframingEngine::reframedTrack(timeline.zoomTrack, sourceSize, aspectPreset);
+    return timeline;
+}
+
+void EditorSession::mutate(const std::function<void(EditsDocument&)>& change) {
+    EditsDocument changed = edits();
+    change(changed);
+    if (changed == edits()) {
+        return;
+    }
+    recordMutation(std::exchange(edits_, std::make_shared<const EditsDocument>(std::move(changed))));
+}
+
+void EditorSession::recordMutation(Snapshot previous) {
+    undoStack_.push_back(std::move(previous));
+    if (undoStack_.size() > undoLimit) {
+        undoStack_.erase(undoStack_.begin(), undoStack_.end() - std::ptrdiff_t(undoLimit));
+    }
+    redoStack_.clear();
+}
+
+void encode(Json& json, const InspectorState& value) {
+    JsonObjectWriter(json).put("selectedTrack", value.selectedTrack);
+}
+
+void encode(Json& json, const PreviewPerformanceProfile& value) {
+    JsonObjectWriter(json)
+        .put("halfResolution", value.halfResolution)
+        .put("reduceBlurSamplesWhileScrubbing", value.reduceBlurSamplesWhileScrubbing);
+}
+
+void decode(const Json& json, InspectorState& value) {
+    JsonObject(json).required("selectedTrack", value.selectedTrack);
+}
+
+void decode(const Json& json, PreviewPerformanceProfile& value) {
+    const JsonObject object(json);
+    object.required("halfResolution", value.halfResolution);
+    object.required("reduceBlurSamplesWhileScrubbing", value.reduceBlurSamplesWhileScrubbing);
+}
+
+} // namespace tavrin
