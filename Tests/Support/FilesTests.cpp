@@ -1,0 +1,143 @@
+#include <csignal>
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "TavrinKit/Support/Files.h"
+#include "TavrinKit/Support/HostClock.h"
+#include "TavrinKit/Support/Text.h"
+#include "TavrinKit/Support/UUID.h"
+
+namespace tavrin {
+namespace {
+
+namespace fs = std::filesystem;
+
+class FilesTests : public testing::Test {
+protected:
+    FilesTests() { fs::create_directories(folder_); }
+    ~FilesTests() override { fs::remove_all(folder_); }
+
+    [[nodiscard]] std::size_t entries() const {
+        return std::size_t(std::distance(fs::directory_iterator(folder_), fs::directory_iterator()));
+    }
+
+    fs::path folder_ = fs::temp_directory_path() / ("tavrin-files-" + UUID::make().string());
+};
+
+TEST_F(FilesTests, replacesWholeAndLeavesHardLinksAlone) {
+    const fs::path file = folder_ / "a.json";
+    writeFileAtomically(file, "old");
+    fs::create_hard_link(file, folder_ / "backup");
+    writeFileAtomically(file, "new");
+    EXPECT_EQ(readFile(file), "new");
+    EXPECT_EQ(readFile(folder_ / "backup"), "old");
+    EXPECT_EQ(entries(), 2U);
+}
+
+/// A child that may not write more than a few bytes: what a full disk does.
+TEST_F(FilesTests, aWriteThatFailsHalfWayLeavesTheOldFile) {
+    const fs::path file = folder_ / "a.json";
+    writeFileAtomically(file, "old");
+    const pid_t child = fork();
+    if (child == 0) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{1000, 1000};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        try {
+            writeFileAtomically(file, std::string(5000, 'x'));
+        } catch (const FileError& error) {
+            _exit(error.kind() == FileErrorKind::tooLarge ? 7 : 1);
+        }
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(WEXITSTATUS(status), 7);
+    EXPECT_EQ(readFile(file), "old");
+    EXPECT_EQ(entries(), 1U);
+}
+
+TEST_F(FilesTests, errorsSayWhatAndWhere) {
+    const auto kindOf = [](const auto& call) {
+        try {
+            call();
+        } catch (const FileError& error) {
+            return error.kind();
+        }
+        return FileErrorKind::other;
+    };
+    EXPECT_EQ(kindOf([&] { (void)readFile(folder_ / "none"); }), FileErrorKind::notFound);
+    EXPECT_EQ(kindOf([&] { writeFileAtomically(folder_ / "none" / "a", ""); }), FileErrorKind::notFound);
+    EXPECT_THROW((void)readFile(folder_), FileError);
+    writeFileAtomically(folder_ / "big", std::string(100, 'x'));
+    EXPECT_EQ(kindOf([&] { (void)readFile(folder_ / "big", 99); }), FileErrorKind::tooLarge);
+    EXPECT_NO_THROW(removeFile(folder_ / "none"));
+}
+
+TEST_F(FilesTests, copiesOverWhatLiesThere) {
+    writeFileAtomically(folder_ / "from", std::string(3 << 20, 'm'));
+    writeFileAtomically(folder_ / "to", "old");
+    copyFile(folder_ / "from", folder_ / "to");
+    EXPECT_EQ(readFile(folder_ / "to").size(), std::size_t(3 << 20));
+    EXPECT_EQ(entries(), 2U);
+}
+
+TEST_F(FilesTests, theVideosFolderFollowsTheDesktop) {
+    createDirectories(folder_ / "config");
+    setenv("HOME", folder_.c_str(), 1);
+    setenv("XDG_CONFIG_HOME", (folder_ / "config").c_str(), 1);
+    EXPECT_EQ(videosDirectory(), folder_ / "Videos");
+    writeFileAtomically(folder_ / "config/user-dirs.dirs", "# comment\nXDG_VIDEOS_DIR=\"$HOME/Filme\"\n");
+    EXPECT_EQ(videosDirectory(), folder_ / "Filme");
+    writeFileAtomically(folder_ / "config/user-dirs.dirs", "XDG_VIDEOS_DIR=\"/srv/films\"\n");
+    EXPECT_EQ(videosDirectory(), "/srv/films");
+}
+
+TEST(Base64Tests, roundTripsAndRefuses) {
+    for (std::size_t size = 0; size < 70; ++size) {
+        Bytes bytes(size);
+        for (std::size_t i = 0; i < size; ++i) {
+            bytes[i] = std::uint8_t(i * 37 + size);
+        }
+        Bytes back;
+        ASSERT_TRUE(base64Decode(base64Encode(bytes), back));
+        EXPECT_EQ(back, bytes);
+    }
+    Bytes bytes;
+    for (const char* text : {"A", "AAA", "A===", "AA=A", "AAAA=AAA", "AA AA===", "\xff\xff\xff\xff"}) {
+        EXPECT_FALSE(base64Decode(text, bytes)) << text;
+    }
+}
+
+TEST(TextTests, charactersAreWhatAReaderCounts) {
+    const std::string family =
+        "\xF0\x9F\x91\xA8\xE2\x80\x8D\xF0\x9F\x91\xA9\xE2\x80\x8D\xF0\x9F\x91\xA7"; // one emoji of three
+    const std::string accented = "e\xCC\x81";                                       // e and a combining acute
+    EXPECT_EQ(characterCount(family + accented + "x"), 3U);
+    EXPECT_EQ(firstCharacters(family + accented + "x", 2), family + accented);
+    EXPECT_EQ(characterCount("a\r\nb"), 3U);
+    EXPECT_EQ(firstCharacters("abc", 9), "abc");
+    EXPECT_EQ(trimmedNewlines("\n\xE2\x80\xA8 a \r\n"), " a ");
+    EXPECT_EQ(trimmed("\t \xC2\xA0 a b\n"), "a b");
+    EXPECT_EQ(upperCased("stra\xC3\x9F"
+                         "e"),
+              "STRASSE");
+}
+
+TEST(HostClockTests, followsTheWallAndNeverRunsBack) {
+    const double before = double(time(nullptr));
+    double last = HostClock::now();
+    EXPECT_NEAR(last, before, 2);
+    for (int i = 0; i < 1000; ++i) {
+        const double now = HostClock::now();
+        ASSERT_GE(now, last);
+        last = now;
+    }
+}
+
+} // namespace
+} // namespace tavrin
