@@ -1,0 +1,106 @@
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "ChildProcess.h"
+#include "Examples/Walkthrough/DemoApplication.h"
+#include "Figures.h"
+#include "MotionPainter.h"
+#include "PointerMover.h"
+#include "Takes.h"
+#include "TavrinKit/Platform/X11/VirtualDisplay.h"
+#include "TavrinKit/Support/Error.h"
+
+namespace tavrin::bench {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr double fullMotionSeconds = 30;
+constexpr double stillSeconds = 15;
+
+/// What the recording child says of its take.
+struct Recorded {
+    double cpuSeconds = 0;
+    double seconds = 0;
+    double framesTaken = 0;
+    double framesDropped = 0;
+};
+
+Recorded record(const std::string& display, const fs::path& folder, double seconds) {
+    const ChildOutcome outcome =
+        runChildOrThrow({ownProgram(), "--record", display, folder.string(), fmt::format("{}", seconds)});
+    Recorded result;
+    result.cpuSeconds = outcome.cpuSeconds;
+    if (std::sscanf(outcome.output.c_str(), "%lf %lf %lf", &result.seconds, &result.framesTaken,
+                    &result.framesDropped) != 3) {
+        throw Error("The recording process gave no figures.");
+    }
+    return result;
+}
+
+/// Processor seconds of the usual recorder for as long a take.
+double grabbingCost(const std::string& display, const fs::path& folder, double seconds) {
+    return runChildOrThrow({"ffmpeg",
+                            "-nostdin",
+                            "-v",
+                            "error",
+                            "-y",
+                            "-f",
+                            "x11grab",
+                            "-framerate",
+                            "60",
+                            "-video_size",
+                            "1920x1080",
+                            "-t",
+                            fmt::format("{}", seconds),
+                            "-i",
+                            display,
+                            "-c:v",
+                            "libx264",
+                            "-preset",
+                            "ultrafast",
+                            "-pix_fmt",
+                            "yuv420p",
+                            (folder / "grabbed.mp4").string()})
+        .cpuSeconds;
+}
+
+} // namespace
+
+void captureFullMotion(Takes& takes) {
+    const VirtualDisplay display;
+    const MotionPainter painter(display.name());
+    const std::int64_t paintedBefore = painter.frames();
+    const auto start = std::chrono::steady_clock::now();
+    const Recorded ours = record(display.name(), takes.folder(), fullMotionSeconds);
+    const double paintRate = double(painter.frames() - paintedBefore) /
+                             std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    const double theirs = grabbingCost(display.name(), takes.folder(), fullMotionSeconds);
+    const double expected = ours.seconds * 60;
+    say(fmt::format(
+        "painted {:.2f} pictures a second; took {} of {:.0f} frames; {:.1f} against {:.1f} CPU seconds",
+        paintRate, ours.framesTaken, expected, ours.cpuSeconds, theirs));
+    printFigure("capture.fullmotion.dropped", std::max(0.0, 100 * (expected - ours.framesTaken) / expected),
+                "%");
+    printFigure("capture.fullmotion.dropped_by_queue", 100 * ours.framesDropped / expected, "%");
+    printFigure("capture.fullmotion.painted", paintRate, "fps");
+    printFigure("capture.fullmotion.cpu_vs_x11grab", ours.cpuSeconds / theirs, "ratio");
+}
+
+void captureStill(Takes& takes) {
+    const VirtualDisplay display;
+    { const demo::DemoApplication leavesItsWallpaper(display.name()); }
+    const PointerMover mover(display.name());
+    const Recorded ours = record(display.name(), takes.folder(), stillSeconds);
+    const double theirs = grabbingCost(display.name(), takes.folder(), stillSeconds);
+    say(fmt::format("{:.2f} against {:.2f} CPU seconds", ours.cpuSeconds, theirs));
+    printFigure("capture.still.cpu_vs_x11grab", ours.cpuSeconds / theirs, "ratio");
+}
+
+} // namespace tavrin::bench

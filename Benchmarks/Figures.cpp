@@ -1,0 +1,34 @@
+#include "Figures.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include <fmt/format.h>
+
+namespace tavrin::bench {
+
+const std::vector<Piece>& allPieces() {
+    static const std::vector<Piece> pieces{
+        {"export.walkthrough", exportWalkthrough}, {"export.fullmotion", exportFullMotion},
+        {"export.peak_memory", exportPeakMemory},  {"capture.fullmotion", captureFullMotion},
+        {"capture.still", captureStill},
+    };
+    return pieces;
+}
+
+void printFigure(std::string_view name, double value, std::string_view unit) {
+    fmt::print("{}: {:.4g} {}\n", name, value, unit);
+    std::fflush(stdout);
+}
+
+void say(std::string_view what) {
+    fmt::print(stderr, "-- {}\n", what);
+}
+
+double median(std::vector<double> values) {
+    std::ranges::sort(values);
+    const std::size_t half = values.size() / 2;
+    return values.size() % 2 == 1 ? values[half] : (values[half - 1] + values[half]) / 2;
+}
+
+} // namespace tavrin::bench

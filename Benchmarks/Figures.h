@@ -1,0 +1,36 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tavrin::bench {
+
+class Takes;
+
+/// A piece of the benchmark: it prints one or more figures whose names begin with the piece's.
+struct Piece {
+    std::string_view name;
+    std::function<void(Takes&)> run;
+};
+
+/// All pieces, in the order in which they run.
+[[nodiscard]] const std::vector<Piece>& allPieces();
+
+void exportWalkthrough(Takes& takes);
+void exportFullMotion(Takes& takes);
+void exportPeakMemory(Takes& takes);
+void captureFullMotion(Takes& takes);
+void captureStill(Takes& takes);
+
+/// Prints a figure: "name: value unit".
+void printFigure(std::string_view name, double value, std::string_view unit);
+
+/// Says on standard error what is being done.
+void say(std::string_view what);
+
+[[nodiscard]] double median(std::vector<double> values);
+
+} // namespace tavrin::bench

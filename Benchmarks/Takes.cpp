@@ -1,0 +1,86 @@
+#include "Takes.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <string>
+#include <thread>
+
+#include "ChildProcess.h"
+#include "Examples/Walkthrough/DemoApplication.h"
+#include "Examples/Walkthrough/DemoScript.h"
+#include "Examples/Walkthrough/ScreenTake.h"
+#include "Figures.h"
+#include "MotionPainter.h"
+#include "PointerMover.h"
+#include "TavrinKit/Platform/X11/VirtualDisplay.h"
+#include "TavrinKit/Support/Error.h"
+
+namespace tavrin::bench {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr double fullMotionSeconds = 10;
+constexpr int repeats = 6;
+
+} // namespace
+
+Takes::Takes() {
+    std::string pattern = (fs::temp_directory_path() / "tavrin-bench-XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr) {
+        throw Error("No temporary folder could be made.");
+    }
+    folder_ = pattern;
+}
+
+Takes::~Takes() {
+    std::error_code ignored;
+    fs::remove_all(folder_, ignored);
+}
+
+const fs::path& Takes::walkthrough() {
+    if (!walkthrough_) {
+        say("recording the walkthrough");
+        const VirtualDisplay display;
+        const demo::DemoApplication application(display.name());
+        XTestDriver hand(display.name());
+        demo::DemoScript script(hand, application.origin());
+        script.prepare();
+        demo::ScreenTake take({.display = display.name(), .outputDirectory = folder_ / "walkthrough"});
+        take.start();
+        script.run({});
+        take.finish();
+        walkthrough_ = take.packagePath();
+    }
+    return *walkthrough_;
+}
+
+const fs::path& Takes::fullMotion() {
+    if (!fullMotion_) {
+        say("recording the full-motion take");
+        const VirtualDisplay display;
+        const MotionPainter painter(display.name());
+        const PointerMover mover(display.name(), true);
+        demo::ScreenTake take({.display = display.name(), .outputDirectory = folder_ / "fullmotion"});
+        take.start();
+        std::this_thread::sleep_for(std::chrono::duration<double>(fullMotionSeconds));
+        take.finish();
+        fullMotion_ = take.packagePath();
+    }
+    return *fullMotion_;
+}
+
+const fs::path& Takes::longFullMotion() {
+    if (!longFullMotion_) {
+        const fs::path package = folder_ / "long";
+        fs::copy(fullMotion(), package, fs::copy_options::recursive);
+        runChildOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-y", "-stream_loop",
+                         std::to_string(repeats - 1), "-i", (fullMotion() / "screen.mov").string(), "-c",
+                         "copy", (package / "screen.mov").string()});
+        longFullMotion_ = package;
+    }
+    return *longFullMotion_;
+}
+
+} // namespace tavrin::bench

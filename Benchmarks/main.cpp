@@ -1,0 +1,98 @@
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "Examples/Walkthrough/ScreenTake.h"
+#include "Figures.h"
+#include "Takes.h"
+#include "TavrinKit/Support/Error.h"
+
+namespace {
+
+using namespace tavrin;
+
+/// The part of an export that is measured, as a process of its own; prints its largest memory in MiB.
+void exportPackage(const std::string& package, const std::string& movie) {
+    const EditorSession session = EditorSession::open(ProjectPackage::load(package));
+    demo::exportSession(
+        session,
+        ExportPreset::required1080p(ExportAspectPreset::horizontal16x9, ExportSpeedQualityMode::highQuality),
+        movie, {});
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with("VmHWM:")) {
+            fmt::print("{:.1f}\n", std::stod(line.substr(6)) / 1024);
+        }
+    }
+}
+
+/// The part of a recording that is measured; prints its seconds, the frames taken and the frames dropped.
+void recordDisplay(const std::string& display, const std::string& folder, double seconds) {
+    demo::ScreenTake take({.display = display, .outputDirectory = folder});
+    take.start();
+    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+    take.finish();
+    const demo::TakeFacts facts = take.facts();
+    fmt::print("{} {} {}\n", facts.durationSeconds, facts.framesTaken, facts.framesDropped);
+}
+
+bool isWanted(std::string_view piece, const std::vector<std::string>& wanted) {
+    return wanted.empty() || std::ranges::any_of(wanted, [&](const std::string& name) {
+               return piece.starts_with(name) || name.starts_with(piece);
+           });
+}
+
+int runPieces(const std::vector<std::string>& wanted) {
+    bench::Takes takes;
+    bool any = false;
+    int failures = 0;
+    for (const bench::Piece& piece : bench::allPieces()) {
+        if (!isWanted(piece.name, wanted)) {
+            continue;
+        }
+        any = true;
+        bench::say(piece.name);
+        try {
+            piece.run(takes);
+        } catch (const std::exception& error) {
+            fmt::print(stderr, "{}: {}\n", piece.name, error.what());
+            ++failures;
+        }
+    }
+    if (!any) {
+        fmt::print(stderr, "No piece has that name; --list prints them.\n");
+    }
+    return any && failures == 0 ? 0 : 1;
+}
+
+} // namespace
+
+int main(int count, char** values) {
+    const std::vector<std::string> arguments(values + 1, values + count);
+    try {
+        if (arguments.size() == 1 && arguments[0] == "--list") {
+            for (const bench::Piece& piece : bench::allPieces()) {
+                fmt::print("{}\n", piece.name);
+            }
+            return 0;
+        }
+        if (arguments.size() == 3 && arguments[0] == "--export") {
+            exportPackage(arguments[1], arguments[2]);
+            return 0;
+        }
+        if (arguments.size() == 4 && arguments[0] == "--record") {
+            recordDisplay(arguments[1], arguments[2], std::stod(arguments[3]));
+            return 0;
+        }
+        return runPieces(arguments);
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "{}\n", error.what());
+        return 1;
+    }
+}

@@ -1,0 +1,150 @@
+#include "Examples/Walkthrough/DemoScript.h"
+
+#include <cmath>
+#include <string>
+
+#include "TavrinKit/Support/Cancellation.h"
+
+namespace tavrin::demo {
+
+namespace {
+
+constexpr Vec2 restingPlace{1110, 690};
+
+Vec2 inRow(double slot, double share) {
+    const Rect row = DemoLayout::row(slot);
+    return {row.x + row.width * share, row.midY() + 4};
+}
+
+Vec2 checkboxOf(double slot) {
+    return DemoLayout::checkbox(DemoLayout::row(slot)).mid();
+}
+
+} // namespace
+
+DemoScript::DemoScript(XTestDriver& hand, Vec2 origin)
+    : hand_(hand), origin_(origin), position_(restingPlace) {}
+
+void DemoScript::prepare() {
+    hand_.moveTo(int(origin_.x + position_.x), int(origin_.y + position_.y));
+}
+
+void DemoScript::run(const std::stop_token& stop) {
+    stop_ = stop;
+    start_ = std::chrono::steady_clock::now();
+    chooseTasks();
+    reorderTasks();
+    addTask();
+    moveSlider();
+    searchAndRest();
+    waitUntil(seconds);
+}
+
+void DemoScript::chooseTasks() {
+    waitUntil(0.8);
+    click(inRow(1, 0.42), 60);
+    waitUntil(2.3);
+    click(checkboxOf(3), 24);
+    waitUntil(3.1);
+    click(inRow(3, 0.35), 60);
+    waitUntil(3.9);
+    click(checkboxOf(2), 24);
+}
+
+void DemoScript::reorderTasks() {
+    waitUntil(5.6);
+    glideTo(inRow(4, 0.5), 50);
+    drag(position_, inRow(0, 0.52), 1.7);
+}
+
+void DemoScript::addTask() {
+    waitUntil(8.7);
+    click(DemoLayout::button(Button::newTask).mid(), 40);
+    waitUntil(10.0);
+    click(DemoLayout::button(Button::share).mid(), 40);
+    waitUntil(10.7);
+    click(DemoLayout::button(Button::save).mid() + Vec2{6, 3}, 40);
+    waitUntil(11.5);
+    type("Zoom in on the export dialog");
+    pause(0.25);
+    hand_.tapKey("s", {"Control_L"});
+}
+
+void DemoScript::moveSlider() {
+    waitUntil(15.0);
+    glideTo(DemoLayout::sliderHandle(0), 24);
+    drag(position_, DemoLayout::sliderHandle(0.72), 1.3);
+    waitUntil(17.8);
+    click(DemoLayout::button(Button::assign).mid(), 44);
+    waitUntil(18.6);
+    click(DemoLayout::button(Button::markDone).mid(), 44);
+}
+
+void DemoScript::searchAndRest() {
+    waitUntil(19.6);
+    glideTo({1130, 470}, 80);
+    waitUntil(20.1);
+    hand_.tapKey("f", {"Control_L"});
+    pause(0.3);
+    type("export");
+    waitUntil(23.2); // nothing moves for more than two seconds
+    hand_.tapKey("Escape");
+    pause(0.2);
+    glideTo({760, 400}, 120);
+}
+
+void DemoScript::waitUntil(double time) const {
+    const auto due =
+        start_ + std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(time));
+    const auto left = due - std::chrono::steady_clock::now();
+    if (left > std::chrono::nanoseconds(0)) {
+        sleepFor(left, stop_);
+    }
+    throwIfCancelled(stop_);
+}
+
+void DemoScript::pause(double length) const {
+    sleepFor(std::chrono::nanoseconds(std::llround(length * 1e9)), stop_);
+}
+
+void DemoScript::glideTo(Vec2 inWindow, double targetSize, double pace) {
+    const auto begin = std::chrono::steady_clock::now();
+    for (const PathStep& step : path_.steps(position_, inWindow, targetSize, pace)) {
+        const auto due = begin + std::chrono::nanoseconds(std::llround(step.time * 1e9));
+        const auto left = due - std::chrono::steady_clock::now();
+        if (left > std::chrono::nanoseconds(0)) {
+            sleepFor(left, stop_);
+        }
+        position_ = step.position;
+        hand_.moveTo(int(std::lround(origin_.x + position_.x)), int(std::lround(origin_.y + position_.y)));
+    }
+}
+
+void DemoScript::click(Vec2 inWindow, double targetSize) {
+    const Vec2 aim{inWindow.x + path_.between(-0.1, 0.1) * targetSize,
+                   inWindow.y + path_.between(-0.1, 0.1) * targetSize};
+    glideTo(aim, targetSize);
+    pause(path_.between(0.05, 0.09));
+    hand_.press(XTestDriver::Button::left);
+    pause(path_.between(0.07, 0.11));
+    hand_.release(XTestDriver::Button::left);
+}
+
+void DemoScript::drag(Vec2 from, Vec2 to, double pace) {
+    glideTo(from, 40);
+    pause(0.12);
+    hand_.press(XTestDriver::Button::left);
+    pause(0.16);
+    glideTo(to, 20, pace);
+    pause(0.2);
+    hand_.release(XTestDriver::Button::left);
+}
+
+void DemoScript::type(std::string_view text) {
+    for (const char character : text) {
+        hand_.type(std::string_view(&character, 1));
+        pause(path_.keyInterval());
+    }
+}
+
+} // namespace tavrin::demo

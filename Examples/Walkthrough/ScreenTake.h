@@ -1,0 +1,91 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+
+#include "TavrinKit/Export/MP4Exporting.h"
+#include "TavrinKit/Project/ExportPreset.h"
+#include "TavrinKit/Session/EditorSession.h"
+
+namespace tavrin::demo {
+
+/// What a finished recording consists of.
+struct TakeFacts {
+    double durationSeconds = 0;
+    std::int64_t framesTaken = 0;
+    std::int64_t framesDropped = 0;
+    std::size_t moves = 0;
+    std::size_t clicks = 0;
+    std::size_t drags = 0;
+    std::size_t keys = 0;
+    std::size_t cursorStates = 0;
+    std::size_t zoomSegments = 0;
+};
+
+/// One take of an X display, from the first picture to the exported movie: the whole road through the
+/// library.
+///
+///     ScreenTake take({.display = ":0", .outputDirectory = folder});
+///     take.start(stop);
+///     …
+///     take.finish(stop);
+///     take.exportMovie(ExportPreset::required1080p(…), {}, stop);
+///
+/// One thread at a time. A take that is destroyed while it records leaves nothing running.
+class ScreenTake {
+public:
+    struct Settings {
+        std::string display;                   ///< as in ":0"
+        std::filesystem::path outputDirectory; ///< gets the package's folder and the movie; made when missing
+        bool excludeCursor = true;             ///< the cursor is drawn in the export, from the events
+    };
+
+    /// Connects to the display and finds out what there is to record.
+    /// @throws Error of the platform
+    explicit ScreenTake(Settings settings);
+    ~ScreenTake();
+    ScreenTake(const ScreenTake&) = delete;
+    ScreenTake& operator=(const ScreenTake&) = delete;
+
+    /// Records the main display, its input and its cursor from now on.
+    /// @throws Error, CancellationError; then nothing is left running
+    void start(const std::stop_token& stop = {});
+
+    /// Ends the recording, writes the package and opens it, with zooms generated from the clicks.
+    /// @throws Error, CancellationError
+    void finish(const std::stop_token& stop = {});
+
+    /// Present after `finish`.
+    [[nodiscard]] const EditorSession& session() const { return *session_; }
+    [[nodiscard]] TakeFacts facts() const;
+    /// The project folder.
+    [[nodiscard]] const std::filesystem::path& packagePath() const { return packagePath_; }
+    /// Where `exportMovie` puts the movie: beside the package, under its name.
+    [[nodiscard]] std::filesystem::path moviePath() const;
+
+    /// @throws Error, ExportError when cancelled; then there is no movie
+    ExportResult exportMovie(const ExportPreset& preset, const ExportProgressHandler& onProgress,
+                             const std::stop_token& stop = {}) const;
+
+private:
+    class Recorder;
+
+    const Settings settings_;
+    std::filesystem::path packagePath_;
+    std::unique_ptr<Recorder> recorder_;
+    std::optional<EditorSession> session_;
+    std::int64_t framesDropped_ = 0;
+};
+
+/// Exports an open session with the built-in road: its effects drawn while encoding.
+/// @throws Error, ExportError when cancelled
+ExportResult exportSession(const EditorSession& session, const ExportPreset& preset,
+                           const std::filesystem::path& destination, const ExportProgressHandler& onProgress,
+                           const std::stop_token& stop = {});
+
+} // namespace tavrin::demo

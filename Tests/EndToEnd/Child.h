@@ -1,0 +1,59 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace tavrin::test {
+
+/// A program that runs beside the test; killed with the object if it still runs.
+class Child {
+public:
+    /// @param arguments    the program first
+    /// @param environment  "NAME=value" to set, "NAME" to unset
+    explicit Child(const std::vector<std::string>& arguments,
+                   const std::vector<std::string>& environment = {});
+    ~Child();
+    Child(Child&& other) noexcept;
+    Child& operator=(Child&&) = delete;
+
+    /// The next line of its standard output; empty at the end.
+    std::string readLine();
+
+    /// What it writes to standard error and standard output until it ends.
+    struct Ending {
+        int exitCode = -1; ///< 128 and the signal's number when a signal ended it
+        std::string output;
+        std::string errors;
+    };
+    Ending wait();
+
+    void signal(int number) const;
+
+private:
+    std::string readAll(int descriptor);
+
+    pid_t process_ = 0;
+    int output_ = -1;
+    int errors_ = -1;
+};
+
+/// This very program.
+[[nodiscard]] std::string ownProgram();
+
+/// A folder that goes with the object.
+class TemporaryFolder {
+public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    [[nodiscard]] const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
+} // namespace tavrin::test
