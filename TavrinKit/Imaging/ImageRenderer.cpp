@@ -43,7 +43,7 @@ Block tileBlock(const TileMap& map, int tile, const Pass& pass) {
 void copyTile(const TileMap& map, int tile, const PixelBuffer& from, const PixelBuffer& to) {
     for (int plane = 0; plane < to.planeCount(); ++plane) {
         const PixelBuffer::Plane& p = to.plane(plane);
-        const Pass pass{Basis::rgba, {0, 0, 1, p.width, p.height}, plane == 0 ? 1 : 2};
+        const Pass pass{Basis::rgba, {0, 0, 1, p.width, p.height, {}}, plane == 0 ? 1 : 2};
         const Block block = tileBlock(map, tile, pass);
         const int bytes = to.format() == PixelFormat::bgra8 ? 4 : 1;
         for (int row = block.row0; row < block.row1; ++row) {
@@ -274,7 +274,7 @@ void ImageRenderer::Implementation::paintTile(TilePainter& painter, const Pass& 
     const bool onBackdrop = backdrop.isKept && layer < backdrop.layers;
     if (onBackdrop && restoreBackdrop(pass, tile, block, out, true)) {
         layer = backdrop.layers;
-    } else {
+    } else if (map.isHidden[std::size_t(tile)] == 0) {
         painter.clear(pass.basis, block, out);
     }
     for (; layer < layers.size(); ++layer) {

@@ -49,17 +49,25 @@ struct Lattice {
     double step = 1; ///< columns go right, rows go down
     int columns = 0;
     int rows = 0;
+    Rect picture; ///< what all samples together show; a sample at its edge shows only the part inside
 
     [[nodiscard]] double x(int column) const { return x0 + step * column; }
     [[nodiscard]] double y(int row) const { return y0 - step * row; }
 
     /// The pixels of a picture whose lower left corner is `origin`.
     [[nodiscard]] static Lattice full(Vec2 origin, PixelSize size) {
-        return {origin.x + 0.5, origin.y + size.height - 0.5, 1, size.width, size.height};
+        return {origin.x + 0.5, origin.y + size.height - 0.5, 1, size.width,
+                size.height,    rectOf(origin, size)};
     }
     /// Its chroma samples: on every other column, between every other pair of rows.
     [[nodiscard]] static Lattice chroma(Vec2 origin, PixelSize size) {
-        return {origin.x + 0.5, origin.y + size.height - 1, 2, (size.width + 1) / 2, (size.height + 1) / 2};
+        return {origin.x + 0.5,       origin.y + size.height - 1, 2,
+                (size.width + 1) / 2, (size.height + 1) / 2,      rectOf(origin, size)};
+    }
+
+private:
+    [[nodiscard]] static Rect rectOf(Vec2 origin, PixelSize size) {
+        return {origin.x, origin.y, double(size.width), double(size.height)};
     }
 };
 

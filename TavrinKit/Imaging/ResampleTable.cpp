@@ -14,6 +14,7 @@ struct Line {
     double scale, offset; ///< leaf coordinate: (p - offset) / scale
     double low, high;     ///< clip
     double innerLow, innerHigh;
+    double pictureLow, pictureHigh;
     std::optional<std::pair<double, double>> clamp;
 
     [[nodiscard]] double at(int i) const { return origin + step * i; }
@@ -21,9 +22,11 @@ struct Line {
         return clamp ? std::clamp(p, clamp->first, clamp->second) : p;
     }
     [[nodiscard]] double cover(int i) const {
-        const double p = at(i);
-        return coverage(p, footprint, low, high) *
-               (clamp ? coverage(held(p), footprint, innerLow, innerHigh) : 1.0);
+        const double from = std::max(at(i) - footprint / 2, pictureLow);
+        const double to = std::min(at(i) + footprint / 2, pictureHigh);
+        const double middle = (from + to) / 2;
+        return coverage(middle, to - from, low, high) *
+               (clamp ? coverage(held(middle), to - from, innerLow, innerHigh) : 1.0);
     }
 };
 
@@ -46,6 +49,8 @@ Line lineOf(const Layer& layer, Axis axis, const Lattice& lattice) {
     line.high = high(layer.clip);
     line.innerLow = low(layer.innerClip);
     line.innerHigh = high(layer.innerClip);
+    line.pictureLow = low(lattice.picture);
+    line.pictureHigh = high(lattice.picture);
     if (layer.clamp) {
         line.clamp = {low(*layer.clamp), high(*layer.clamp)};
     }

@@ -78,9 +78,11 @@ TileMap mapTiles(const Program& program, Vec2 origin, PixelSize size) {
             const Rect picture{origin.x, origin.y, double(size.width), double(size.height)};
             const Rect hidden = area.intersection(picture);
             std::size_t first = 0;
+            bool isHidden = false;
             for (std::size_t i = program.size(); i-- > 0;) {
                 if (hides(program[i], hidden)) {
                     first = i;
+                    isHidden = true;
                     break;
                 }
             }
@@ -97,6 +99,7 @@ TileMap mapTiles(const Program& program, Vec2 origin, PixelSize size) {
             }
             map.keys.push_back(key);
             map.firstLayer.push_back(std::uint16_t(first));
+            map.isHidden.push_back(isHidden ? 1 : 0);
         }
     }
     return map;

@@ -20,6 +20,7 @@ struct TileMap {
     int rows = 0;
     std::vector<std::uint64_t> keys;       ///< row by row, downward
     std::vector<std::uint16_t> firstLayer; ///< the lowest layer that is seen in each tile
+    std::vector<std::uint8_t> isHidden;    ///< nonzero where that layer fills the whole tile
 
     [[nodiscard]] int count() const { return columns * rows; }
 };

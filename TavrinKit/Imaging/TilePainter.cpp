@@ -247,21 +247,33 @@ void TilePainter::fillCover(const Lattice& lattice, const PreparedLayer& prepare
         }
     }
     for (const RoundedMask& mask : layer.masks) {
-        if (!mask.beneathClamp && showsAll(mask, pixels)) {
-            continue;
+        if (mask.beneathClamp || !showsAll(mask, pixels)) {
+            multiplyByMask(lattice, layer, mask, block);
         }
-        for (int r = 0; r < block.rows(); ++r) {
-            double y = lattice.y(block.row0 + r);
-            if (mask.beneathClamp && layer.clamp) {
-                y = std::clamp(y, layer.clamp->minY(), layer.clamp->maxY());
+    }
+}
+
+void TilePainter::multiplyByMask(const Lattice& lattice, const Layer& layer, const RoundedMask& mask,
+                                 const Block& block) {
+    const bool held = mask.beneathClamp && layer.clamp.has_value();
+    const Rect core = mask.rect.inset(lattice.step / 2, lattice.step / 2);
+    for (int r = 0; r < block.rows(); ++r) {
+        double y = lattice.y(block.row0 + r);
+        if (held) {
+            y = std::clamp(y, layer.clamp->minY(), layer.clamp->maxY());
+        }
+        const bool betweenCorners =
+            y >= mask.rect.minY() + mask.radiusY && y <= mask.rect.maxY() - mask.radiusY;
+        float* row = cover_.row(r);
+        for (int c = 0; c < block.columns(); ++c) {
+            double x = lattice.x(block.column0 + c);
+            if (held) {
+                x = std::clamp(x, layer.clamp->minX(), layer.clamp->maxX());
             }
-            for (int c = 0; c < block.columns(); ++c) {
-                double x = lattice.x(block.column0 + c);
-                if (mask.beneathClamp && layer.clamp) {
-                    x = std::clamp(x, layer.clamp->minX(), layer.clamp->maxX());
-                }
-                cover_.row(r)[c] *= float(maskCoverage(mask, x, y, lattice.step));
+            if (betweenCorners && x >= core.minX() && x <= core.maxX()) {
+                continue;
             }
+            row[c] *= float(maskCoverage(mask, x, y, lattice.step));
         }
     }
 }

@@ -53,6 +53,8 @@ private:
     void fillGradient(Basis basis, const PreparedLayer& layer, const Block& block);
     void fillColor(Basis basis, const Color& color, const Block& block, bool timesAlpha);
     void fillCover(const Lattice& lattice, const PreparedLayer& layer, const Block& block, double opacity);
+    void multiplyByMask(const Lattice& lattice, const Layer& layer, const RoundedMask& mask,
+                        const Block& block);
     void blend(Basis basis, const Block& block, const FloatBlock& out, bool hasAlpha);
 
     const Kernels* kernels_;
