@@ -16,7 +16,7 @@ MediaAsset openScreenMovie(const ProjectPackage& package) {
     try {
         MediaAsset asset = MediaAsset::open(package.screenURL());
         if (!asset.hasVideo()) {
-            throw MediaError(MediaErrorKind::noVideoTrack, "The screen movie has no video track.");
+            throw MediaError::noVideoTrack(asset.path());
         }
         return asset;
     } catch (...) {

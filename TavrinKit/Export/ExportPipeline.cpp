@@ -92,7 +92,7 @@ void ExportPipeline::decode() {
     for (std::int64_t frame = 0; frame < plan_.frameCount; ++frame) {
         const std::optional<DecodedFrame> decoded = movie.frame(timeOf(frame) + stampTolerance);
         if (!decoded) {
-            throw MediaError(MediaErrorKind::decodingFailed, "The movie has no picture that can be decoded.");
+            throw MediaError::decodingFailed(plan_.asset.path(), "it has no picture that can be decoded");
         }
         if (index != decoded->index) {
             index = decoded->index;

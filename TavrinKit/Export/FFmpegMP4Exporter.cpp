@@ -87,10 +87,10 @@ void removeOldFile(const ExportRequest& request) {
 MediaAsset usableAsset(const ExportRequest& request) {
     MediaAsset asset = request.sourceAsset ? *request.sourceAsset : MediaAsset::open(request.sourceURL);
     if (!asset.hasVideo()) {
-        throw MediaError(MediaErrorKind::noVideoTrack, "The movie has no video track.");
+        throw MediaError::noVideoTrack(asset.path());
     }
     if (!std::isfinite(asset.duration()) || asset.duration() <= durationRounding) {
-        throw MediaError(MediaErrorKind::unreadable, "The movie doesn't say how long it is.");
+        throw MediaError::unreadable(asset.path(), "it doesn't say how long it is");
     }
     return asset;
 }
@@ -224,7 +224,7 @@ bool FFmpegMP4Exporter::shouldApplyVideoComposition(const MediaAsset& asset, con
 
 Size2D FFmpegMP4Exporter::resolvedDisplaySize(const MediaAsset& asset) {
     if (!asset.hasVideo()) {
-        throw MediaError(MediaErrorKind::noVideoTrack, "The movie has no video track.");
+        throw MediaError::noVideoTrack(asset.path());
     }
     const PixelSize size = asset.info().video.front().displaySize;
     return {double(size.width), double(size.height)};
