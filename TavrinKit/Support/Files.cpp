@@ -1,5 +1,6 @@
 #include "TavrinKit/Support/Files.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -131,7 +132,8 @@ fs::path homeDirectory() {
 /// XDG_VIDEOS_DIR out of user-dirs.dirs, which holds shell-like lines: XDG_VIDEOS_DIR="$HOME/Videos"
 fs::path videosFromUserDirs() {
     const char* config = std::getenv("XDG_CONFIG_HOME");
-    const fs::path folder = config != nullptr && *config == '/' ? fs::path(config) : homeDirectory() / ".config";
+    const fs::path folder =
+        config != nullptr && *config == '/' ? fs::path(config) : homeDirectory() / ".config";
     std::ifstream file(folder / "user-dirs.dirs");
     constexpr std::string_view key = "XDG_VIDEOS_DIR=\"";
     for (std::string line; std::getline(file, line);) {
@@ -158,39 +160,66 @@ FileError::FileError(std::string_view operation, const fs::path& path, int code)
                                             std::strerror(code), advice(kindOf(code)))),
       path_(path), code_(code) {}
 
-std::string readFile(const fs::path& path, std::size_t maximumSize) {
-    const Descriptor file(path, O_RDONLY, "read");
+FileInput::FileInput(fs::path path, std::size_t maximumSize)
+    : path_(std::move(path)), fd_(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
     struct stat status {};
-    if (::fstat(file.get(), &status) != 0) {
-        throw FileError("read", path, errno);
+    int failed = fd_ < 0 || ::fstat(fd_, &status) != 0 ? errno : 0;
+    if (failed == 0 && !S_ISREG(status.st_mode)) {
+        failed = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
     }
-    if (S_ISDIR(status.st_mode)) {
-        throw FileError("read", path, EISDIR);
+    if (failed == 0 && std::size_t(status.st_size) > maximumSize) {
+        failed = EFBIG;
     }
-    if (status.st_size > 0 && std::size_t(status.st_size) > maximumSize) {
-        throw FileError("read", path, EFBIG);
+    if (failed != 0) {
+        if (fd_ >= 0) {
+            ::close(fd_);
+        }
+        throw FileError("read", path_, failed);
     }
-    std::string contents(std::size_t(status.st_size), '\0');
+    size_ = std::size_t(status.st_size);
+}
+
+FileInput::~FileInput() {
+    ::close(fd_);
+}
+
+std::size_t FileInput::read(char* buffer, std::size_t count) {
+    for (;;) {
+        const ssize_t got = ::read(fd_, buffer, std::min(count, size_ - position_));
+        if (got >= 0) {
+            position_ += std::size_t(got);
+            return std::size_t(got);
+        }
+        if (errno != EINTR) {
+            throw FileError("read", path_, errno);
+        }
+    }
+}
+
+std::string readAll(FileInput& file) {
+    std::string contents(file.size(), '\0');
     std::size_t filled = 0;
-    while (filled < contents.size()) {
-        const ssize_t count = ::read(file.get(), contents.data() + filled, contents.size() - filled);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count < 0) {
-            throw FileError("read", path, errno);
-        }
-        if (count == 0) {
-            break;
-        }
-        filled += std::size_t(count);
+    while (const std::size_t count = file.read(contents.data() + filled, contents.size() - filled)) {
+        filled += count;
     }
     contents.resize(filled);
     return contents;
 }
 
+std::string readFile(const fs::path& path, std::size_t maximumSize) {
+    FileInput file(path, maximumSize);
+    return readAll(file);
+}
+
 void writeFileAtomically(const fs::path& path, std::string_view contents) {
     replaceWhole(path, [&](const Descriptor& file) { file.writeAll(contents.data(), contents.size()); });
+}
+
+void writeFileAtomically(const fs::path& path,
+                         const std::function<void(const std::function<void(std::string_view)>&)>& produce) {
+    replaceWhole(path, [&](const Descriptor& file) {
+        produce([&](std::string_view piece) { file.writeAll(piece.data(), piece.size()); });
+    });
 }
 
 void copyFile(const fs::path& from, const fs::path& to) {
@@ -211,6 +240,12 @@ void copyFile(const fs::path& from, const fs::path& to) {
             file.writeAll(chunk.data(), std::size_t(count));
         }
     });
+}
+
+void linkOrCopyFile(const fs::path& from, const fs::path& to) {
+    if (::linkat(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), AT_SYMLINK_FOLLOW) != 0) {
+        copyFile(from, to);
+    }
 }
 
 void moveFile(const fs::path& from, const fs::path& to) {
@@ -234,6 +269,12 @@ void createDirectories(const fs::path& path) {
     }
 }
 
+void createNewDirectory(const fs::path& path) {
+    if (::mkdir(path.c_str(), 0777) != 0) {
+        throw FileError("create the folder", path, errno);
+    }
+}
+
 fs::path videosDirectory() {
     const fs::path configured = videosFromUserDirs();
     return configured.empty() ? homeDirectory() / "Videos" : configured;
@@ -246,7 +287,8 @@ fs::path applicationSupportDirectory() {
 }
 
 namespace {
-constexpr std::string_view base64Alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr std::string_view base64Alphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 constexpr std::array<std::int8_t, 256> base64Values = [] {
     std::array<std::int8_t, 256> values{};

@@ -7,8 +7,6 @@
 namespace tavrin {
 namespace {
 
-constexpr int maximumDepth = 128;
-
 std::string sentence(const std::string& reason, const std::string& path) {
     return path.empty() ? fmt::format("The data couldn't be read: {}", reason)
                         : fmt::format("The data couldn't be read at \"{}\": {}", path, reason);
@@ -23,7 +21,7 @@ void assertEncodable(const Json& json, int depth) {
     if (json.is_number_float() && !std::isfinite(json.get<double>())) {
         throw JsonError(JsonErrorKind::notEncodable, "A number is not finite.");
     }
-    if (depth > maximumDepth) {
+    if (depth > maximumJsonDepth) {
         throw JsonError(JsonErrorKind::notEncodable, "The document is nested too deeply.");
     }
     if (json.is_structured()) {
@@ -57,7 +55,7 @@ void rethrowBelow(const JsonError& error, const std::string& step) {
 Json parseJson(std::string_view text) {
     bool tooDeep = false;
     const Json::parser_callback_t watchDepth = [&](int depth, Json::parse_event_t, Json&) {
-        tooDeep = tooDeep || depth > maximumDepth;
+        tooDeep = tooDeep || depth > maximumJsonDepth;
         if (tooDeep) {
             throw JsonError(JsonErrorKind::malformed, "The document is nested too deeply.");
         }

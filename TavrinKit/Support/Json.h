@@ -35,7 +35,10 @@ private:
     std::string path_;
 };
 
-/// Parses a document; nesting beyond 128 levels is refused.
+/// How deep a document may be nested.
+inline constexpr int maximumJsonDepth = 128;
+
+/// Parses a document; nesting beyond `maximumJsonDepth` levels is refused.
 /// @throws JsonError
 [[nodiscard]] Json parseJson(std::string_view text);
 

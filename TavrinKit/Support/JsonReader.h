@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "TavrinKit/Support/Json.h"
@@ -15,7 +16,8 @@ namespace tavrin {
 /// Reads one JSON document token by token, for documents too large for a tree.
 ///
 /// As strict as `parseJson`: the same grammar, UTF-8 and depth limit, the same errors with their paths, and
-/// as there the last of several equal keys holds, and a null counts as a missing key. A record is read by a
+/// as there the last of several equal keys holds, and a null counts as a missing key. After an error the
+/// reader is of no more use. A record is read by a
 /// function `read(JsonReader&, T&)`, most simply by handing its fields to `readRecord`.
 class JsonReader {
 public:
@@ -29,10 +31,9 @@ public:
     /// @throws JsonError, as all that follow, for malformed text or another type
     [[nodiscard]] bool readBool();
     [[nodiscard]] double readNumber();
+    [[nodiscard]] std::int64_t readInteger();
     /// @return valid until the next call
     [[nodiscard]] std::string_view readString();
-    /// Any value, as a tree; for small parts of a document.
-    [[nodiscard]] Json readValue();
     void skipValue();
     /// Takes a null if that is what comes next.
     [[nodiscard]] bool readNull();
@@ -99,7 +100,7 @@ public:
             }
         });
         std::uint32_t bit = 1;
-        (assertSeen(fields.key, !fields.isRequired || (seen & bit) != 0, bit), ...);
+        (assertSeen(fields.key, (seen & std::exchange(bit, bit << 1)) != 0 || !fields.isRequired), ...);
     }
 
     /// @throws JsonError unless the document ends here
@@ -124,7 +125,7 @@ private:
         }
         return true;
     }
-    static void assertSeen(const char* key, bool fine, std::uint32_t& bit);
+    static void assertSeen(const char* key, bool fine);
 
     void enter(char open);
     bool nextElement(bool first);
@@ -133,11 +134,14 @@ private:
     void skipSpace();
     [[nodiscard]] char peek();
     bool refill(const char*& token);
+    void ensure(std::size_t count, const char*& token);
     [[nodiscard]] std::string_view scanNumber();
     [[nodiscard]] std::string_view scanString();
-    void unescapeInto(const char*& token, std::size_t done);
+    void scanCharacter(const char*& token);
+    void scanEscape();
+    [[nodiscard]] std::uint32_t scanHex();
     void expectWord(std::string_view word);
-    [[noreturn]] void fail(const std::string& reason) const;
+    [[noreturn]] void fail(const char* reason) const;
     [[noreturn]] void mismatch(const char* expected);
 
     Source source_;
