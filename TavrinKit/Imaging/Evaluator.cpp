@@ -11,15 +11,16 @@ using Node = Image::Node;
 
 constexpr int blockSize = 128;
 
-bool isBlack(const Layer& layer) {
-    const auto black = [](const Color& c) {
-        return c.r == 0 && c.g == 0 && c.b == 0;
+/// Leaves out the colours of a picture that is black all over, as every shadow is.
+void dropBlack(FloatPicture& picture) {
+    const auto isZero = [](const std::vector<float>& plane) {
+        return std::all_of(plane.begin(), plane.end(), [](float value) { return value == 0; });
     };
-    if (layer.tint) {
-        return black(*layer.tint);
+    if (isZero(picture.red) && isZero(picture.green) && isZero(picture.blue)) {
+        picture.red.clear();
+        picture.green.clear();
+        picture.blue.clear();
     }
-    const auto* solid = std::get_if<Node::Solid>(&layer.leaf);
-    return solid != nullptr && black(solid->color);
 }
 
 void applyMatrix(const ColorMatrix& m, FloatPicture& picture) {
@@ -192,17 +193,13 @@ FloatPicture Evaluator::draw(const Image& image, const Rect& region) {
             painter.paint(Basis::rgba, lattice, layer, block, out);
         }
     });
-    if (std::all_of(program.begin(), program.end(), isBlack)) {
-        picture.red.clear();
-        picture.green.clear();
-        picture.blue.clear();
-    }
     return picture;
 }
 
 FloatPicture Evaluator::blur(const Image& image, double radius, const Rect& region) {
     const double reach = std::ceil(3 * radius);
-    const FloatPicture sharp = draw(image, region.inset(-reach, -reach));
+    FloatPicture sharp = draw(image, region.inset(-reach, -reach));
+    dropBlack(sharp);
     FloatPicture result;
     result.region = region;
     result.columns = int(region.width);

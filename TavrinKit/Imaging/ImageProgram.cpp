@@ -98,6 +98,9 @@ private:
     }
 
     void add(const Image&, const Node::Solid& solid, const Context& context) {
+        if (solid.color.a <= 0) {
+            return;
+        }
         Layer layer = leafLayer(solid, context);
         layer.isOpaque = solid.color.a >= 1;
         program_->push_back(std::move(layer));
@@ -176,7 +179,8 @@ private:
         }
         Program below = layersOf(node.image, context);
         const bool plainMask = mask.size() == 1 && std::holds_alternative<Node::Solid>(mask.front().leaf);
-        if (!node.background.isEmpty() || !plainMask || below.size() != 1) {
+        const bool onNothing = layersOf(node.background, context).empty();
+        if (!onNothing || !plainMask || below.size() != 1) {
             realise(image, context);
             return;
         }

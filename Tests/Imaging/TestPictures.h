@@ -66,7 +66,8 @@ inline Image framedPicture(const Image& movie, Size2D size, double zoom, Vec2 cu
     const double tx = inner.midX() - scale * size.width / 2;
     const double ty = inner.midY() - scale * size.height / 2;
     picture = picture.clampedToExtent().transformed({scale, 0, 0, scale, tx, ty}).cropped(inner);
-    picture = picture.blendedWithMask({}, Image::roundedRectangle(inner, 14, {1, 1, 1, 1}));
+    const Image nothing = Image::color({0, 0, 0, 0}).cropped(inner);
+    picture = picture.blendedWithMask(nothing, Image::roundedRectangle(inner, 14, {1, 1, 1, 1}));
     const Image shadow =
         picture.colorMatrix(ColorMatrix::shadow(0.4)).translated(0, -6).blurred(7).cropped(frame);
     const Image background =
