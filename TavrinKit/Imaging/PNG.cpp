@@ -28,8 +28,8 @@ std::optional<Claim> claimedSize(std::span<const std::uint8_t> data) {
         return {};
     }
     const auto number = [&](std::size_t at) {
-        return std::size_t(data[at]) << 24 | std::size_t(data[at + 1]) << 16 | std::size_t(data[at + 2]) << 8 |
-               std::size_t(data[at + 3]);
+        return std::size_t(data[at]) << 24 | std::size_t(data[at + 1]) << 16 |
+               std::size_t(data[at + 2]) << 8 | std::size_t(data[at + 3]);
     };
     return Claim{number(16), number(20)};
 }
@@ -53,8 +53,9 @@ cairo_status_t writeBytes(void* closure, const unsigned char* data, unsigned int
 std::optional<PixelBuffer> copied(cairo_surface_t* source) {
     const PixelSize size{cairo_image_surface_get_width(source), cairo_image_surface_get_height(source)};
     PixelBuffer picture = PixelBuffer::allocate(PixelFormat::bgra8, size);
-    const Surface target(cairo_image_surface_create_for_data(picture.row(0, 0), CAIRO_FORMAT_ARGB32, size.width,
-                                                             size.height, int(picture.plane(0).stride)),
+    const Surface target(cairo_image_surface_create_for_data(picture.row(0, 0), CAIRO_FORMAT_ARGB32,
+                                                             size.width, size.height,
+                                                             int(picture.plane(0).stride)),
                          &cairo_surface_destroy);
     cairo_t* cairo = cairo_create(target.get());
     cairo_set_operator(cairo, CAIRO_OPERATOR_SOURCE);
@@ -73,7 +74,8 @@ std::optional<PixelBuffer> decodePNG(std::span<const std::uint8_t> data, std::si
     if (!claim || claim->width == 0 || claim->height == 0 || claim->height > maximumPixels / claim->width) {
         return {};
     }
-    const Surface surface(cairo_image_surface_create_from_png_stream(readBytes, &data), &cairo_surface_destroy);
+    const Surface surface(cairo_image_surface_create_from_png_stream(readBytes, &data),
+                          &cairo_surface_destroy);
     if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) {
         return {};
     }

@@ -20,7 +20,9 @@ bool areFinite(std::initializer_list<double> numbers) {
 }
 
 bool isFinite(const VectorPath& path, const AffineTransform& t) {
-    const auto finitePoint = [](Vec2 p) { return p.isFinite(); };
+    const auto finitePoint = [](Vec2 p) {
+        return p.isFinite();
+    };
     return areFinite({t.a, t.b, t.c, t.d, t.tx, t.ty}) && t.determinant() != 0 &&
            std::all_of(path.polygons.begin(), path.polygons.end(),
                        [&](const VectorPath::Polygon& polygon) {
@@ -181,7 +183,8 @@ PixelBuffer Raster::pixels() const {
     const int stride = cairo_image_surface_get_stride(context_->surface);
     PixelBuffer result = PixelBuffer::allocate(PixelFormat::bgra8, context_->size);
     for (int y = 0; y < context_->size.height; ++y) {
-        std::memcpy(result.row(0, y), data + std::ptrdiff_t(stride) * y, std::size_t(context_->size.width) * 4);
+        std::memcpy(result.row(0, y), data + std::ptrdiff_t(stride) * y,
+                    std::size_t(context_->size.width) * 4);
     }
     return result;
 }

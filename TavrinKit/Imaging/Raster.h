@@ -32,7 +32,8 @@ public:
     void fill(const VectorPath& path, const Color& color, const AffineTransform& transform = {});
     /// Strokes with round joins and caps.
     /// @param lineWidth  pixels; the transform moves the path and not the pen
-    void stroke(const VectorPath& path, double lineWidth, const Color& color, const AffineTransform& transform = {});
+    void stroke(const VectorPath& path, double lineWidth, const Color& color,
+                const AffineTransform& transform = {});
 
     void fillCircle(Vec2 center, double radius, const Color& color);
     void strokeCircle(Vec2 center, double radius, double lineWidth, const Color& color);

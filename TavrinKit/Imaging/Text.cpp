@@ -54,7 +54,8 @@ PangoLayout* makeLayout(std::string_view text, const TextFont& font) {
     char* valid = g_utf8_make_valid(text.data(), gssize(text.size()));
     std::string line(valid);
     g_free(valid);
-    std::replace_if(line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
     pango_layout_set_single_paragraph_mode(layout, TRUE);
     pango_layout_set_text(layout, line.data(), int(line.size()));
     return layout;

@@ -24,6 +24,7 @@ struct StillImageLimits {
 /// @return bgra8, premultiplied
 /// @throws FileError
 /// @throws MediaError (unreadable, decodingFailed)
-[[nodiscard]] PixelBuffer readStillImage(const std::filesystem::path& path, const StillImageLimits& limits = {});
+[[nodiscard]] PixelBuffer readStillImage(const std::filesystem::path& path,
+                                         const StillImageLimits& limits = {});
 
 } // namespace tavrin

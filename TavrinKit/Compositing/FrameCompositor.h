@@ -1,0 +1,57 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+#include "TavrinKit/Compositing/CursorLayer.h"
+#include "TavrinKit/Compositing/FramingLayer.h"
+#include "TavrinKit/Effects/CameraAnimator.h"
+#include "TavrinKit/Effects/CursorRenderer.h"
+#include "TavrinKit/Imaging/Image.h"
+#include "TavrinKit/Project/EventTimeline.h"
+#include "TavrinKit/Project/TimelineModel.h"
+#include "TavrinKit/Project/TimelineTimeMapper.h"
+
+namespace tavrin {
+
+/// Draws one frame of the finished movie: given a decoded picture of the recording and the edit, it chains
+/// the effects over it. This is what gives preview and export their look.
+///
+/// Layers from the bottom: the recording, zoomed, cropped and framed on its background; the cursor's trail,
+/// its body, the click highlight. Nothing is drawn here: the answer is a recipe, and what stays the same from
+/// frame to frame is the same piece of it. Geometry is in pixels of the working frame, y upward; normalised
+/// values are multiplied straight into it. No input makes a frame fail: an overlay that cannot be made is
+/// left out.
+///
+/// Immutable after construction: any number of threads may compose at once, in any order of times.
+class FrameCompositor {
+public:
+    struct Inputs {
+        std::shared_ptr<const EventTimeline> events; ///< on the recording's clock; absent counts as none
+        TimelineModel timeline;
+        TimelineTimeMapper timeMapper;
+        double sourceDuration = 0;       ///< seconds of the recording; where the cursor's clock ends
+        bool sourceEmbedsCursor = false; ///< the recording shows a cursor itself: none is drawn over it
+        std::optional<std::filesystem::path> packageRoot; ///< where relative picture paths start
+        PixelSize outputSize;
+    };
+
+    explicit FrameCompositor(Inputs inputs);
+
+    /// @param editedTime  seconds on the clock of the finished movie
+    /// @param source      the recording's picture then
+    /// @return a recipe whose extent is the output rectangle, from (0, 0)
+    [[nodiscard]] Image compose(double editedTime, const Image& source) const;
+
+private:
+    [[nodiscard]] CursorFrameState cursorState(double sourceTime) const;
+
+    Inputs inputs_;
+    std::optional<double> lastActivity_; ///< seconds on the recording's clock
+    CameraAnimator cameraAnimator_;
+    FramingLayer framing_;
+    CursorLayer cursor_;
+};
+
+} // namespace tavrin
