@@ -23,35 +23,36 @@ enum class MovieContainer { quickTime, mp4 };
 /// The video track of a movie to be written. Always BT.709, limited range, 4:2:0, tagged so in the stream
 /// and in the container.
 struct VideoTrackSettings {
-    PixelSize size;                          ///< even on both axes; the writer refuses others
+    PixelSize size; ///< even on both axes; the writer refuses others
     VideoCodec codec = VideoCodec::h264;
     VideoProfile profile = VideoProfile::h264High;
     EncoderEffort effort = EncoderEffort::veryfast;
     std::optional<std::int64_t> averageBitRate; ///< bits per second
-    double constantQuality = 18;             ///< the encoder's CRF; used when there is no bit rate
+    double constantQuality = 18;                ///< the encoder's CRF; used when there is no bit rate
     /// Frames per second of a constant-rate movie. Absent: frames are stamped with their own times, in
     /// microseconds.
     std::optional<int> frameRate;
-    int maximumKeyFrameInterval = 120;       ///< frames
-    bool lowLatency = false;                 ///< no look-ahead: every picture leaves the encoder at once
-    int threads = 0;                         ///< 0: as many as the encoder likes
+    int maximumKeyFrameInterval = 120; ///< frames
+    bool lowLatency = false;           ///< no look-ahead: every picture leaves the encoder at once
+    int threads = 0;                   ///< 0: as many as the encoder likes
 };
 
 struct AudioTrackSettings {
     int sampleRate = 48000;
     int channels = 2;
-    int bitRate = 192000;                    ///< bits per second, AAC
+    int bitRate = 192000; ///< bits per second, AAC
 };
 
 struct MovieWriterSettings {
-    std::filesystem::path path;              ///< must not exist, or is replaced
+    std::filesystem::path path; ///< must not exist, or is replaced when the movie is complete
     MovieContainer container = MovieContainer::mp4;
     std::optional<VideoTrackSettings> video;
     std::optional<AudioTrackSettings> audio;
     /// Write in fragments, so that what was written can be played after a crash; `finish` then turns the
-    /// file into a plain one.
+    /// file into a plain one. Such a file stands at `path` from the start; any other one grows under a hidden
+    /// name beside it.
     bool crashSafe = false;
-    bool optimizeForNetworkUse = false;      ///< the index before the media
+    bool optimizeForNetworkUse = false; ///< the index before the media
 };
 
 /// Encodes pictures and sound into a movie.
@@ -68,25 +69,36 @@ public:
     MovieWriter(const MovieWriter&) = delete;
     MovieWriter& operator=(const MovieWriter&) = delete;
 
-    /// @param picture  i420 of the track's size; read before the call returns
-    /// @throws MediaError
+    /// @param picture  i420 of the track's size; read before the call returns. With times of its own a movie
+    ///                 keeps the last one, without copying it, to repeat it in a pause of half an hour.
+    /// @throws MediaError; after writingFailed nothing more can be written
     void appendVideo(const PixelBuffer& picture, double time);
 
     /// @param interleaved  -1...1
-    /// @param time         of the first frame; a gap behind the earlier sound becomes silence
+    /// @param time         of the first frame; a gap behind the earlier sound becomes silence, what overlaps
+    ///                     it or lies before the movie is dropped. A difference below 10 ms is jitter: the
+    ///                     sound goes on without a break.
     /// @throws MediaError
     void appendAudio(std::span<const float> interleaved, double time);
 
-    /// Flushes what is in the encoders to the disk as a fragment; only with `crashSafe`.
+    /// What has left the encoders leaves the process as a fragment; only with `crashSafe`. With `lowLatency`
+    /// that is every picture so far.
+    /// @throws MediaError
     void flushFragment();
 
     /// Drains the encoders and completes the file. The last picture stays on screen until `endTime`, when
-    /// one is given and it is later.
+    /// one is given and it is later; else for one frame, or 1/60 s.
+    ///
+    /// A crash-safe movie that cannot be made plain, because the disk is full say, stays in fragments: it
+    /// plays as well, and the failure is only logged.
     /// @throws MediaError, FileError
     void finish(std::optional<double> endTime = {});
 
     /// Stops and removes the file. Harmless after `finish`.
     void cancel() noexcept;
+
+    /// Stops and leaves a crash-safe file with what was flushed; removes any other. Harmless after `finish`.
+    void abandon() noexcept;
 
     [[nodiscard]] std::int64_t videoFrameCount() const;
 

@@ -1,0 +1,78 @@
+#include "TavrinKit/Media/FFmpeg.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+#include <new>
+#include <utility>
+
+extern "C" {
+#include <libavutil/error.h>
+#include <libavutil/log.h>
+}
+
+#include <fmt/format.h>
+
+namespace tavrin::ffmpeg {
+namespace {
+
+thread_local std::string lastComplaint;
+
+void keepComplaint(void*, int level, const char* format, va_list arguments) {
+    if (level > AV_LOG_ERROR) {
+        return;
+    }
+    std::array<char, 512> line{};
+    std::vsnprintf(line.data(), line.size(), format, arguments);
+    std::string words = line.data();
+    while (!words.empty() && (words.back() == '\n' || words.back() == '.' || words.back() == ' ')) {
+        words.pop_back();
+    }
+    if (!words.empty()) {
+        lastComplaint = std::move(words);
+    }
+}
+
+} // namespace
+
+Frame makeFrame() {
+    Frame frame(av_frame_alloc());
+    if (!frame) {
+        throw std::bad_alloc();
+    }
+    return frame;
+}
+
+Packet makePacket() {
+    Packet packet(av_packet_alloc());
+    if (!packet) {
+        throw std::bad_alloc();
+    }
+    return packet;
+}
+
+void quietLogging() {
+    static std::once_flag once;
+    std::call_once(once, [] { av_log_set_callback(&keepComplaint); });
+    lastComplaint.clear();
+}
+
+std::string text(int code) {
+    std::array<char, AV_ERROR_MAX_STRING_SIZE> buffer{};
+    av_strerror(code, buffer.data(), buffer.size());
+    return buffer.data();
+}
+
+std::string reason(int code) {
+    const std::string complaint = std::exchange(lastComplaint, {});
+    return complaint.empty() ? text(code) : fmt::format("{} ({})", text(code), complaint);
+}
+
+bool isReasonable(PixelSize size) {
+    return size.width > 0 && size.height > 0 && std::max(size.width, size.height) <= mostPixelsPerSide &&
+           std::int64_t(size.width) * size.height <= mostPixels;
+}
+
+} // namespace tavrin::ffmpeg

@@ -1,0 +1,140 @@
+#include "TavrinKit/Media/MediaFile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <string_view>
+
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+#include "TavrinKit/Media/MediaError.h"
+#include "TavrinKit/Support/Files.h"
+
+namespace tavrin {
+namespace {
+
+/// Formats that hold their media themselves. Playlists and the like are not among them.
+constexpr const char* formats = "mov,matroska,avi,mpegts,mpeg,flv,ogg,wav,w64,aiff,caf,flac,mp3,aac,ac3,asf";
+
+bool isMov(const AVFormatContext& context) {
+    return std::string_view(context.iformat->name).find("mov") != std::string_view::npos;
+}
+
+void checkIsRegularFile(const std::filesystem::path& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) {
+        throw FileError("read", path, errno);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        throw MediaError::unreadable(path,
+                                     S_ISDIR(status.st_mode) ? "it is a folder" : "it is no ordinary file");
+    }
+    if (status.st_size == 0) {
+        throw MediaError::unreadable(path, "it is empty");
+    }
+}
+
+std::string_view explain(int code) {
+    switch (code) {
+    case AVERROR_INVALIDDATA:
+    case AVERROR_EOF:
+        return "it is no movie of a known kind, or its end is missing";
+    default:
+        return {};
+    }
+}
+
+} // namespace
+
+MediaFile::MediaFile(const std::filesystem::path& path) : path_(path) {
+    ffmpeg::quietLogging();
+    checkIsRegularFile(path);
+    ffmpeg::Options options;
+    options.set("format_whitelist", formats).set("protocol_whitelist", "file");
+    const std::string url = "file:" + path.string();
+    if (const int code = avformat_open_input(&context_, url.c_str(), nullptr, options.get()); code < 0) {
+        if (code == AVERROR(EACCES) || code == AVERROR(EPERM)) {
+            throw FileError("read", path, AVUNERROR(code));
+        }
+        const std::string_view known = explain(code);
+        throw MediaError::unreadable(path, known.empty() ? ffmpeg::reason(code) : std::string(known));
+    }
+    // Times in a MOV or MP4 count from the movie's start, whatever its tracks begin with.
+    if (!isMov(*context_) && context_->start_time != AV_NOPTS_VALUE) {
+        origin_ = double(context_->start_time) / AV_TIME_BASE;
+    }
+}
+
+MediaFile::~MediaFile() {
+    avformat_close_input(&context_);
+}
+
+void MediaFile::analyse() {
+    if (const int code = avformat_find_stream_info(context_, nullptr); code < 0) {
+        throw MediaError::unreadable(path_, ffmpeg::reason(code));
+    }
+    if (!isMov(*context_) && context_->start_time != AV_NOPTS_VALUE) {
+        origin_ = double(context_->start_time) / AV_TIME_BASE;
+    }
+}
+
+int MediaFile::track(AVMediaType type, int number) const {
+    for (int i = 0; i < trackCount(); ++i) {
+        const bool isCover = (stream(i).disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+        if (stream(i).codecpar->codec_type == type && !isCover && number-- == 0) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+void MediaFile::readOnly(int index) {
+    for (int i = 0; i < trackCount(); ++i) {
+        stream(i).discard = i == index ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+    }
+}
+
+bool MediaFile::read(AVPacket& packet) {
+    const int code = av_read_frame(context_, &packet);
+    if (code < 0) {
+        failure_ = code == AVERROR_EOF ? (context_->pb != nullptr ? context_->pb->error : 0) : code;
+    }
+    return code >= 0;
+}
+
+void MediaFile::rewind() {
+    failure_ = 0;
+    if (avformat_seek_file(context_, -1, INT64_MIN, INT64_MIN, INT64_MAX, 0) < 0) {
+        av_seek_frame(context_, -1, 0, AVSEEK_FLAG_BYTE);
+    }
+}
+
+void MediaFile::seek(int index, std::int64_t time) {
+    failure_ = 0;
+    if (av_seek_frame(context_, index, time, AVSEEK_FLAG_BACKWARD) < 0) {
+        rewind();
+    }
+}
+
+double MediaFile::seconds(int index, std::int64_t time) const {
+    return double(time) * av_q2d(stream(index).time_base) - origin_;
+}
+
+std::int64_t MediaFile::units(int index, double seconds) const {
+    constexpr double most = 4e18;
+    return std::llround(std::clamp((seconds + origin_) / av_q2d(stream(index).time_base), -most, most));
+}
+
+double MediaFile::end(int index) const {
+    const AVStream& track = stream(index);
+    if (track.duration == AV_NOPTS_VALUE || track.duration <= 0) {
+        return 0;
+    }
+    const std::int64_t start = track.start_time == AV_NOPTS_VALUE ? 0 : track.start_time;
+    return std::max(0.0, start == 0
+                             ? double(track.duration) * av_q2d(track.time_base)
+                             : seconds(index, start) + double(track.duration) * av_q2d(track.time_base));
+}
+
+} // namespace tavrin

@@ -1,0 +1,195 @@
+#include "TavrinKit/Media/MovieFile.h"
+
+#include <cerrno>
+#include <new>
+#include <utility>
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "TavrinKit/Support/Files.h"
+#include "TavrinKit/Support/UUID.h"
+
+namespace tavrin {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int bufferSize = 1 << 18;
+constexpr std::int64_t writebackStep = 1 << 23;
+
+/// A device or a pipe is written to as it stands; only a regular file can be replaced by a rename.
+bool canBeReplaced(const fs::path& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode);
+}
+
+fs::path hiddenNameBeside(const fs::path& path) {
+    return path.parent_path() / fmt::format(".{}.{}.tmp", path.filename().string(), UUID::make().string());
+}
+
+int openForWriting(const fs::path& file, const fs::path& path) {
+    const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (descriptor < 0) {
+        throw FileError("write", path, errno);
+    }
+    return descriptor;
+}
+
+} // namespace
+
+MovieFile::MovieFile(const fs::path& path, MovieContainer container, Form form)
+    : path_(path), form_(form),
+      file_(form == Form::fragmented || !canBeReplaced(path) ? path : hiddenNameBeside(path)) {
+    ffmpeg::quietLogging();
+    if (fs::is_directory(path)) {
+        throw FileError("write", path, EISDIR);
+    }
+    descriptor_ = openForWriting(file_, path_);
+    const char* format = container == MovieContainer::quickTime ? "mov" : "mp4";
+    const std::string url = "file:" + file_.string();
+    auto* buffer = static_cast<unsigned char*>(av_malloc(bufferSize));
+    io_ = buffer == nullptr ? nullptr
+                            : avio_alloc_context(buffer, bufferSize, 1, this, nullptr, &writeBytes, &seek);
+    if (io_ == nullptr || avformat_alloc_output_context2(&context_, nullptr, format, url.c_str()) < 0) {
+        if (io_ == nullptr) {
+            av_free(buffer);
+        }
+        close();
+        ::unlink(file_.c_str());
+        throw std::bad_alloc();
+    }
+    context_->pb = io_;
+    context_->flags |= AVFMT_FLAG_CUSTOM_IO;
+    context_->flush_packets = 0;
+}
+
+MovieFile::~MovieFile() {
+    close();
+    if (isOwned_ && canBeReplaced(file_)) {
+        ::unlink(file_.c_str());
+    }
+}
+
+int MovieFile::addTrack(const AVCodecParameters& parameters, AVRational timeBase) {
+    AVStream* stream = avformat_new_stream(context_, nullptr);
+    if (stream == nullptr || avcodec_parameters_copy(stream->codecpar, &parameters) < 0) {
+        throw std::bad_alloc();
+    }
+    stream->codecpar->codec_tag = parameters.codec_id == AV_CODEC_ID_HEVC ? MKTAG('h', 'v', 'c', '1') : 0;
+    stream->time_base = timeBase;
+    if (parameters.codec_type == AVMEDIA_TYPE_VIDEO) {
+        stream->sample_aspect_ratio = parameters.sample_aspect_ratio;
+        if (timeBase.den < 100'000) {
+            stream->avg_frame_rate = av_inv_q(timeBase);
+        }
+    }
+    timeBases_.push_back(timeBase);
+    return stream->index;
+}
+
+void MovieFile::begin() {
+    ffmpeg::Options options;
+    if (form_ == Form::fragmented) {
+        // The head is written before any packet; a track that starts late says so in its first fragment.
+        options.set("movflags", "frag_custom+empty_moov+default_base_moof+frag_discont")
+            .set("use_editlist", "0");
+    } else if (form_ == Form::indexFirst) {
+        options.set("movflags", "faststart");
+    }
+    check(avformat_write_header(context_, options.get()));
+    if (form_ == Form::fragmented) {
+        avio_flush(io_);
+        check(0);
+    }
+}
+
+void MovieFile::write(AVPacket& packet, int track) {
+    const auto index = std::size_t(track);
+    packet.stream_index = track;
+    packet.pos = -1;
+    av_packet_rescale_ts(&packet, timeBases_[index], context_->streams[track]->time_base);
+    check(av_interleaved_write_frame(context_, &packet));
+}
+
+void MovieFile::flushFragment() {
+    check(av_interleaved_write_frame(context_, nullptr)); // what waits for its turn
+    check(av_write_frame(context_, nullptr));             // the fragment
+    avio_flush(io_);
+    check(0);
+}
+
+void MovieFile::complete() {
+    const int code = av_write_trailer(context_);
+    avio_flush(io_);
+    check(code);
+    if (canBeReplaced(file_) && ::fsync(descriptor_) != 0) {
+        throw MediaError::writingFailed(path_, errno);
+    }
+    close();
+    if (isHidden()) {
+        moveFile(file_, path_);
+    }
+    isOwned_ = false;
+}
+
+void MovieFile::abandon() noexcept {
+    close();
+    isOwned_ = false;
+}
+
+void MovieFile::check(int code) {
+    if (error_ != 0) {
+        throw MediaError::writingFailed(path_, error_);
+    }
+    if (code < 0) {
+        throw MediaError::writingFailed(path_, ffmpeg::reason(code));
+    }
+}
+
+void MovieFile::close() noexcept {
+    avformat_free_context(std::exchange(context_, nullptr));
+    if (io_ != nullptr) {
+        av_freep(&io_->buffer);
+        avio_context_free(&io_);
+    }
+    if (descriptor_ >= 0) {
+        ::close(std::exchange(descriptor_, -1));
+    }
+}
+
+int MovieFile::writeBytes(void* self, std::uint8_t* bytes, int count) {
+    auto& file = *static_cast<MovieFile*>(self);
+    for (int written = 0; written < count;) {
+        const ssize_t step = ::write(file.descriptor_, bytes + written, std::size_t(count - written));
+        if (step < 0 && errno == EINTR) {
+            continue;
+        }
+        if (step < 0) {
+            file.error_ = file.error_ != 0 ? file.error_ : errno;
+            return AVERROR(errno);
+        }
+        written += int(step);
+    }
+    // The disk starts early on what the flush at the end would otherwise have to wait for.
+    file.unflushed_ += count;
+    if (file.unflushed_ >= writebackStep) {
+        file.unflushed_ = 0;
+        ::sync_file_range(file.descriptor_, 0, 0, SYNC_FILE_RANGE_WRITE);
+    }
+    return count;
+}
+
+std::int64_t MovieFile::seek(void* self, std::int64_t offset, int whence) {
+    const auto& file = *static_cast<MovieFile*>(self);
+    if (whence == AVSEEK_SIZE) {
+        struct stat status {};
+        return ::fstat(file.descriptor_, &status) == 0 ? std::int64_t(status.st_size) : AVERROR(errno);
+    }
+    const off_t position = ::lseek(file.descriptor_, offset, whence & ~AVSEEK_FORCE);
+    return position < 0 ? AVERROR(errno) : std::int64_t(position);
+}
+
+} // namespace tavrin

@@ -1,0 +1,92 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "TavrinKit/Media/FFmpeg.h"
+#include "TavrinKit/Media/MovieWriter.h"
+
+namespace tavrin {
+
+/// A movie file that takes encoded packets: the container around the encoders' output.
+///
+/// A plain file grows under a hidden name beside its path and takes its place when it is complete, so that
+/// no half movie ever bears the name; a fragmented one stands at its path from the start. One thread at a
+/// time.
+class MovieFile {
+public:
+    enum class Form { plain, indexFirst, fragmented };
+
+    /// Creates the file.
+    /// @throws FileError
+    MovieFile(const std::filesystem::path& path, MovieContainer container, Form form);
+    ~MovieFile(); ///< removes the file unless `complete` or `abandon` was called
+    MovieFile(const MovieFile&) = delete;
+    MovieFile& operator=(const MovieFile&) = delete;
+
+    /// @param timeBase  what the packets' times are counted in
+    /// @return the track's index
+    int addTrack(const AVCodecParameters& parameters, AVRational timeBase);
+
+    /// Writes the head. All tracks have been added.
+    /// @throws MediaError
+    void begin();
+
+    /// Takes the packet's contents. Tracks are interleaved by time.
+    /// @throws MediaError
+    void write(AVPacket& packet, int track);
+
+    /// Everything written so far leaves this process as a fragment that can be played.
+    /// @throws MediaError
+    void flushFragment();
+
+    /// Writes the index, flushes to the disk and gives a plain file its name.
+    /// @throws MediaError, FileError
+    void complete();
+
+    /// Closes the file and leaves it as it is.
+    void abandon() noexcept;
+
+    [[nodiscard]] const std::filesystem::path& path() const { return path_; }
+
+private:
+    static int writeBytes(void* self, std::uint8_t* bytes, int count);
+    static std::int64_t seek(void* self, std::int64_t offset, int whence);
+    void check(int code);
+    void close() noexcept;
+    [[nodiscard]] bool isHidden() const { return file_ != path_; }
+
+    const std::filesystem::path path_;
+    const Form form_;
+    std::filesystem::path file_; ///< what is open: `path_`, or its hidden stand-in
+    int descriptor_ = -1;
+    int error_ = 0; ///< errno of the first write that failed
+    std::int64_t unflushed_ = 0;
+    AVFormatContext* context_ = nullptr;
+    AVIOContext* io_ = nullptr;
+    std::vector<AVRational> timeBases_;
+    bool isOwned_ = true; ///< the file goes with this object
+};
+
+/// Copies the packets of a fragmented file into a plain one that takes its place: same tracks and times, with
+/// an index and edit lists.
+struct PlainCopy {
+    MovieContainer container = MovieContainer::mp4;
+    bool indexFirst = false;
+    struct Track {
+        const AVCodecParameters* parameters = nullptr;
+        AVRational timeBase{};
+        std::vector<ffmpeg::Packet> preamble;     ///< go before the file's own packets
+        std::optional<std::int64_t> lastDuration; ///< of the last packet
+    };
+    std::vector<Track> tracks; ///< in the file's order
+
+    /// On failure the file is as it was.
+    /// @throws MediaError, FileError
+    void replace(const std::filesystem::path& path);
+};
+
+} // namespace tavrin
