@@ -19,23 +19,44 @@ constexpr double pixelsPerUnit = 3.8;
 using Surface = std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)>;
 using Context = std::unique_ptr<cairo_t, decltype(&cairo_destroy)>;
 
-void addPath(cairo_t* context, const VectorPath& path) {
+/// Where the glyph's coordinates lie in the bitmap.
+struct Placement {
+    double scale;
+
+    [[nodiscard]] Vec2 apply(Vec2 point) const { return glyphOrigin + point * scale; }
+};
+
+void addPolygon(cairo_t* context, const VectorPath::Polygon& polygon, const Placement& placement) {
+    cairo_new_sub_path(context);
+    for (const Vec2& point : polygon.points) {
+        const Vec2 placed = placement.apply(point);
+        cairo_line_to(context, placed.x, placed.y);
+    }
+    cairo_close_path(context);
+}
+
+void addEllipse(cairo_t* context, const VectorPath::Ellipse& ellipse, const Placement& placement) {
+    const Vec2 middle = placement.apply(ellipse.bounds.mid());
+    const double radiusX = ellipse.bounds.width / 2 * placement.scale;
+    const double radiusY = ellipse.bounds.height / 2 * placement.scale;
+    if (radiusX == 0 || radiusY == 0) {
+        return;
+    }
+    cairo_save(context);
+    cairo_translate(context, middle.x, middle.y);
+    cairo_scale(context, radiusX, radiusY);
+    cairo_new_sub_path(context);
+    cairo_arc(context, 0, 0, 1, 0, 2 * std::numbers::pi);
+    cairo_close_path(context);
+    cairo_restore(context);
+}
+
+void addPath(cairo_t* context, const VectorPath& path, const Placement& placement) {
     for (const VectorPath::Polygon& polygon : path.polygons) {
-        cairo_new_sub_path(context);
-        for (const Vec2& point : polygon.points) {
-            cairo_line_to(context, point.x, point.y);
-        }
-        cairo_close_path(context);
+        addPolygon(context, polygon, placement);
     }
     for (const VectorPath::Ellipse& ellipse : path.ellipses) {
-        cairo_matrix_t matrix;
-        cairo_get_matrix(context, &matrix);
-        cairo_translate(context, ellipse.bounds.midX(), ellipse.bounds.midY());
-        cairo_scale(context, ellipse.bounds.width / 2, ellipse.bounds.height / 2);
-        cairo_new_sub_path(context);
-        cairo_arc(context, 0, 0, 1, 0, 2 * std::numbers::pi);
-        cairo_close_path(context);
-        cairo_set_matrix(context, &matrix);
+        addEllipse(context, ellipse, placement);
     }
 }
 
@@ -45,9 +66,7 @@ Surface rasterized(CursorGlyphKind glyph, double scale) {
     const Context context(cairo_create(surface.get()), &cairo_destroy);
     cairo_set_antialias(context.get(), CAIRO_ANTIALIAS_BEST);
     cairo_set_fill_rule(context.get(), CAIRO_FILL_RULE_WINDING);
-    cairo_translate(context.get(), glyphOrigin.x, glyphOrigin.y);
-    cairo_scale(context.get(), scale * pixelsPerUnit, scale * pixelsPerUnit);
-    addPath(context.get(), CursorGlyph::path(glyph));
+    addPath(context.get(), CursorGlyph::path(glyph), {scale * pixelsPerUnit});
     cairo_fill(context.get());
     cairo_surface_flush(surface.get());
     const bool drawn = cairo_status(context.get()) == CAIRO_STATUS_SUCCESS &&

@@ -1,0 +1,323 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "PlainCursor.h"
+#include "TavrinKit/Support/Json.h"
+
+namespace tavrin {
+namespace {
+
+constexpr double inf = std::numeric_limits<double>::infinity();
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+MouseEvent moved(double time, double x, double y) {
+    return {time, {x, y}, MouseEventKind::moved, {}};
+}
+
+MouseEvent clicked(double time, double x, double y, std::optional<std::int64_t> button = 0) {
+    return {time, {x, y}, MouseEventKind::clicked, button};
+}
+
+CursorStateEvent seen(double time, double x, double y, bool visible = true) {
+    return {time, {x, y}, visible, CursorAppearance("arrow", {1, 2, 3}, {1, 2}, {16, 24})};
+}
+
+/// Everything that could blur a comparison switched off.
+CursorStyle plainStyle() {
+    CursorStyle style;
+    style.smoothing = CursorSmoothingPreset::off;
+    style.trailStyle = CursorTrailStyle::none;
+    style.hideWhenIdle = false;
+    return style;
+}
+
+/// Bursts of pointer moves with pauses, so that windows are full, thin and empty; some times occur twice.
+class RandomTake {
+public:
+    explicit RandomTake(std::uint32_t seed) : random_(seed) {}
+
+    double between(double low, double high) { return std::uniform_real_distribution(low, high)(random_); }
+    int below(int count) { return std::uniform_int_distribution(0, count - 1)(random_); }
+    template <typename Enum>
+    Enum oneOf(int count) {
+        return Enum(below(count));
+    }
+
+    EventTimeline events() {
+        std::vector<MouseEvent> mouse;
+        std::vector<CursorStateEvent> states;
+        Vec2 place{0.5, 0.5};
+        double time = between(0, 1);
+        for (int i = below(250); i > 0; --i) {
+            const int gap = below(40);
+            time += gap == 0 ? between(0.2, 2) : gap < 4 ? 0 : between(0.001, 0.03);
+            const double reach = below(3) == 0 ? 0.05 : 0.0008;
+            place = {std::clamp(place.x + between(-reach, reach), 0.0, 1.0),
+                     std::clamp(place.y + between(-reach, reach), 0.0, 1.0)};
+            const int kind = below(12);
+            if (kind == 0) {
+                const int button = below(5);
+                mouse.push_back(clicked(time, place.x, place.y,
+                                        button == 4 ? std::nullopt : std::optional<std::int64_t>(button)));
+            } else {
+                mouse.push_back(moved(time, place.x, place.y));
+                mouse.back().kind = kind == 1 ? MouseEventKind::dragged : MouseEventKind::moved;
+            }
+            if (below(6) == 0) {
+                states.push_back(seen(time + between(-0.01, 0.01), place.x + between(-0.001, 0.001), place.y,
+                                      below(5) != 0));
+            }
+        }
+        return EventTimeline(mouse, {}, states);
+    }
+
+    CursorStyle style() {
+        CursorStyle style;
+        style.sizeMultiplier = between(1, 2.5);
+        style.smoothing = oneOf<CursorSmoothingPreset>(4);
+        style.hideWhenIdle = below(3) != 0;
+        style.clickHighlightStyle = oneOf<ClickHighlightStyle>(3);
+        style.idleHideAfterSeconds = between(0.2, 1);
+        style.bodyStyle = oneOf<CursorBodyStyle>(2);
+        style.shakeReduction = below(3) == 0 ? 0 : between(0, 1);
+        style.glyphStabilizationSeconds = below(3) == 0 ? 0 : between(0, 1.2);
+        style.glyphSelectionMode =
+            below(5) == 0 ? CursorGlyphSelectionMode::manual : CursorGlyphSelectionMode::automatic;
+        style.selectedGlyph = CursorGlyphKind::openHand;
+        style.clickHighlightDurationSeconds = between(0.02, 1.2);
+        style.trailStyle = oneOf<CursorTrailStyle>(3);
+        style.trailLengthSeconds = between(0, 1.2);
+        style.trailIntensity = between(0, 1);
+        style.idleFadeDurationSeconds = between(0, 1);
+        return style;
+    }
+
+    /// Anywhere in the take and around it, at its events, and where they leave a window.
+    double instant(const EventTimeline& events) {
+        const auto& mouse = events.mouseEvents();
+        if (mouse.empty() || below(2) == 0) {
+            return between(-0.5, mouse.empty() ? 3 : mouse.back().timestamp + 3);
+        }
+        constexpr double windows[] = {0, 0.16, 0.35, 0.785, 1.045, 1.24};
+        return mouse[std::size_t(below(int(mouse.size())))].timestamp + windows[below(6)];
+    }
+
+private:
+    std::mt19937 random_;
+};
+
+void expectNear(const CursorFrameState& a, const CursorFrameState& b) {
+    constexpr double tolerance = 1e-12;
+    const auto expectClose = [&](Vec2 p, Vec2 q, const char* what) {
+        EXPECT_NEAR(p.x, q.x, tolerance) << what;
+        EXPECT_NEAR(p.y, q.y, tolerance) << what;
+    };
+    expectClose(a.position, b.position, "position");
+    expectClose(a.highlightPosition, b.highlightPosition, "highlightPosition");
+    EXPECT_EQ(a.visible, b.visible);
+    EXPECT_NEAR(a.opacity, b.opacity, tolerance);
+    EXPECT_EQ(a.sizeMultiplier, b.sizeMultiplier);
+    EXPECT_EQ(a.highlight, b.highlight);
+    EXPECT_NEAR(a.highlightProgress, b.highlightProgress, tolerance);
+    EXPECT_NEAR(a.highlightIntensity, b.highlightIntensity, tolerance);
+    EXPECT_EQ(a.glyph, b.glyph);
+    EXPECT_EQ(a.appearance, b.appearance);
+    EXPECT_EQ(a.bodyStyle, b.bodyStyle);
+    EXPECT_EQ(a.bodyVisible, b.bodyVisible);
+    ASSERT_EQ(a.trailPoints.size(), b.trailPoints.size());
+    ASSERT_EQ(a.trailOpacities.size(), b.trailOpacities.size());
+    for (std::size_t i = 0; i < a.trailPoints.size(); ++i) {
+        expectClose(a.trailPoints[i], b.trailPoints[i], "trail");
+        EXPECT_NEAR(a.trailOpacities[i], b.trailOpacities[i], tolerance);
+    }
+}
+
+TEST(CursorRenderer, AgreesWithAWalkOverAllEvents) {
+    for (std::uint32_t seed = 0; seed < 400; ++seed) {
+        RandomTake take(seed);
+        const EventTimeline events = take.events();
+        const CursorStyle style = take.style();
+        for (int i = 0; i < 25; ++i) {
+            const double time = take.instant(events);
+            SCOPED_TRACE(testing::Message() << "seed " << seed << ", time " << time);
+            expectNear(CursorRenderer::frameState(time, events, style),
+                       test::plainCursor(time, events, style));
+            if (HasFailure()) {
+                return;
+            }
+        }
+    }
+}
+
+TEST(CursorRenderer, FramesDontDependOnTheOrderInWhichTheyAreAsked) {
+    RandomTake take(7);
+    const EventTimeline events = take.events();
+    const CursorStyle style = take.style();
+    std::vector<int> order(300);
+    std::iota(order.begin(), order.end(), 0);
+    std::vector<CursorFrameState> inOrder;
+    for (const int i : order) {
+        inOrder.push_back(CursorRenderer::frameState(i / 60.0, events, style));
+    }
+    std::shuffle(order.begin(), order.end(), std::mt19937(1));
+    for (const int i : order) {
+        EXPECT_EQ(CursorRenderer::frameState(i / 60.0, events, style), inOrder[std::size_t(i)]);
+    }
+}
+
+TEST(CursorRenderer, AnswersForAnyTimeAndAnyStyle) {
+    const EventTimeline events({clicked(0, 1e308, -1e308), moved(0.1, -1e308, 1e308), moved(0.15, 0.5, 0.5)},
+                               {}, {seen(0.12, 1e308, 1e308)});
+    for (const double value : {nan, inf, -inf, 1e308, -1.0, 0.0}) {
+        CursorStyle style;
+        style.sizeMultiplier = style.idleHideAfterSeconds = style.shakeReduction = value;
+        style.glyphStabilizationSeconds = style.clickHighlightDurationSeconds = value;
+        style.clickHighlightIntensity = style.trailLengthSeconds = style.trailIntensity = value;
+        style.idleFadeDurationSeconds = style.endLoopDurationSeconds = value;
+        for (const double time : {nan, inf, -inf, 1e308, -1e308, 0.0, 0.15, 1.0}) {
+            SCOPED_TRACE(testing::Message() << "style " << value << ", time " << time);
+            const CursorFrameState state = CursorRenderer::frameState(time, events, style);
+            for (const double number :
+                 {state.position.x, state.position.y, state.opacity, state.sizeMultiplier,
+                  state.highlightProgress, state.highlightIntensity, state.highlightPosition.x,
+                  state.highlightPosition.y}) {
+                EXPECT_FALSE(std::isnan(number));
+            }
+            for (std::size_t i = 0; i < state.trailPoints.size(); ++i) {
+                EXPECT_FALSE(std::isnan(state.trailPoints[i].x) || std::isnan(state.trailOpacities[i]));
+            }
+        }
+    }
+}
+
+TEST(CursorRenderer, WithoutEventsOnlyTheStyleSpeaks) {
+    CursorStyle style = plainStyle();
+    style.glyphSelectionMode = CursorGlyphSelectionMode::manual;
+    style.selectedGlyph = CursorGlyphKind::zoomIn;
+    style.bodyStyle = CursorBodyStyle::touch;
+    const EventTimeline later({moved(5, 0.3, 0.3)});
+    for (const EventTimeline& events : {EventTimeline(), later}) {
+        const CursorFrameState state = CursorRenderer::frameState(4.9, events, style);
+        EXPECT_TRUE(state.visible);
+        EXPECT_EQ(state.opacity, 1);
+        EXPECT_EQ(state.position, Vec2());
+        EXPECT_EQ(state.glyph, CursorGlyphKind::arrow);
+        EXPECT_EQ(state.bodyStyle, CursorBodyStyle::touch);
+    }
+    style.hideWhenIdle = true;
+    EXPECT_FALSE(CursorRenderer::frameState(1, {}, style).visible);
+    EXPECT_EQ(CursorRenderer::frameState(1, {}, style).opacity, 0);
+}
+
+TEST(CursorRenderer, OldEventsAreNotRevived) {
+    // The click is the last event, but every window has closed since.
+    const EventTimeline events({moved(1, 0.1, 0.1), clicked(1.01, 0.2, 0.2)});
+    CursorStyle style = plainStyle();
+    style.smoothing = CursorSmoothingPreset::high;
+    style.trailStyle = CursorTrailStyle::dynamic;
+    style.glyphStabilizationSeconds = 1.2;
+    style.clickHighlightDurationSeconds = 1.2;
+    const CursorFrameState state = CursorRenderer::frameState(2.3, events, style);
+    EXPECT_EQ(state.position, (Vec2{0.2, 0.2}));
+    EXPECT_EQ(state.glyph, CursorGlyphKind::arrow);
+    EXPECT_EQ(state.highlight, ClickHighlightStyle::none);
+    EXPECT_EQ(state.trailPoints.size(), 1U);
+}
+
+TEST(CursorRenderer, TheFresherWitnessDecidesTheBase) {
+    struct Case {
+        const char* what;
+        double stateTime;
+        double stateX;
+        double expectedX;
+    };
+    for (const Case& c :
+         {Case{"state later and elsewhere", 1.0015, 0.6, 0.6}, Case{"too soon after", 1.0005, 0.6, 0.5},
+          Case{"at the same place", 1.5, 0.5004, 0.5}, Case{"state earlier", 0.5, 0.6, 0.5}}) {
+        const EventTimeline events({moved(1, 0.5, 0.5)}, {}, {seen(c.stateTime, c.stateX, 0.5)});
+        EXPECT_EQ(CursorRenderer::frameState(2, events, plainStyle()).position.x, c.expectedX) << c.what;
+    }
+    EXPECT_EQ(
+        CursorRenderer::frameState(2, EventTimeline({}, {}, {seen(1, 0.7, 0.8)}), plainStyle()).position,
+        (Vec2{0.7, 0.8}));
+}
+
+TEST(CursorRenderer, TremblingIsPulledToItsMiddleByAtLeastAThird) {
+    CursorStyle style = plainStyle();
+    style.shakeReduction = 0.002;
+    const EventTimeline two({moved(1, 0.5, 0.5), moved(1.05, 0.501, 0.5)});
+    EXPECT_EQ(CursorRenderer::frameState(1.1, two, style).position.x, 0.501);
+    const EventTimeline three({moved(1, 0.5, 0.5), moved(1.05, 0.5, 0.5), moved(1.08, 0.5015, 0.5)});
+    EXPECT_NEAR(CursorRenderer::frameState(1.1, three, style).position.x, 0.5015 - 0.001 * 0.3513, 1e-12);
+    const EventTimeline travelling({moved(1, 0.4, 0.5), moved(1.05, 0.45, 0.5), moved(1.08, 0.5, 0.5)});
+    EXPECT_EQ(CursorRenderer::frameState(1.1, travelling, style).position.x, 0.5);
+}
+
+TEST(CursorRenderer, TheHighlightStaysAtTheClick) {
+    CursorStyle style = plainStyle();
+    style.clickHighlightDurationSeconds = 0.01;
+    const EventTimeline events({clicked(1, 0.2, 0.3), moved(1.02, 0.4, 0.5), moved(1.04, 0.6, 0.7)});
+    const CursorFrameState live = CursorRenderer::frameState(1.04, events, style);
+    EXPECT_EQ(live.highlight, ClickHighlightStyle::ring);
+    EXPECT_NEAR(live.highlightProgress, 0.5, 1e-9);
+    EXPECT_EQ(live.highlightPosition, (Vec2{0.2, 0.3}));
+    EXPECT_EQ(live.position, (Vec2{0.6, 0.7}));
+    const CursorFrameState over = CursorRenderer::frameState(1.0801, events, style);
+    EXPECT_EQ(over.highlight, ClickHighlightStyle::none);
+    EXPECT_EQ(over.highlightPosition, over.position);
+}
+
+TEST(CursorRenderer, AHiddenCursorLeavesOnlyTheInvisibleHeadOfItsTrail) {
+    CursorStyle style = plainStyle();
+    style.trailStyle = CursorTrailStyle::subtle;
+    style.trailIntensity = 1;
+    std::vector<MouseEvent> mouse;
+    for (int i = 0; i < 40; ++i) {
+        mouse.push_back(moved(1 + i * 0.01, i * 0.01, 0.5));
+    }
+    const CursorFrameState shown = CursorRenderer::frameState(1.4, EventTimeline(mouse), style);
+    ASSERT_EQ(shown.trailPoints.size(), 8U);
+    EXPECT_EQ(shown.trailOpacities.back(), 1);
+    EXPECT_TRUE(std::is_sorted(shown.trailOpacities.begin(), shown.trailOpacities.end()));
+    EXPECT_LE(shown.trailOpacities[6], 0.75);
+
+    const EventTimeline hiding(mouse, {}, {seen(1.2, 0.2, 0.5, false)});
+    const CursorFrameState hidden = CursorRenderer::frameState(1.4, hiding, style);
+    EXPECT_FALSE(hidden.visible);
+    EXPECT_EQ(hidden.opacity, 0);
+    ASSERT_EQ(hidden.trailOpacities.size(), 1U);
+    EXPECT_EQ(hidden.trailOpacities[0], 0);
+}
+
+TEST(CursorRenderer, FadesOverNoLessThanATwentiethOfASecond) {
+    CursorStyle style = plainStyle();
+    style.hideWhenIdle = true;
+    style.idleHideAfterSeconds = 0.5;
+    style.idleFadeDurationSeconds = 0;
+    const EventTimeline events({moved(1, 0.5, 0.5)});
+    EXPECT_EQ(CursorRenderer::frameState(1.5, events, style).opacity, 1);
+    EXPECT_NEAR(CursorRenderer::frameState(1.525, events, style).opacity, 0.5, 1e-9);
+    EXPECT_FALSE(CursorRenderer::frameState(1.55, events, style).visible);
+}
+
+TEST(CursorRenderer, AFrameStateSurvivesJson) {
+    RandomTake take(3);
+    const EventTimeline events = take.events();
+    CursorStyle style;
+    for (const CursorGlyphSelectionMode mode :
+         {CursorGlyphSelectionMode::automatic, CursorGlyphSelectionMode::manual}) {
+        style.glyphSelectionMode = mode;
+        const CursorFrameState state =
+            CursorRenderer::frameState(events.mouseEvents().back().timestamp, events, style);
+        EXPECT_EQ(decodeDocument<CursorFrameState>(encodeDocument(state)), state);
+        EXPECT_EQ(state.appearance.has_value(), mode == CursorGlyphSelectionMode::automatic);
+    }
+}
+
+} // namespace
+} // namespace tavrin
