@@ -18,8 +18,6 @@ namespace tavrin::demo {
 
 namespace {
 
-constexpr const char* frameCountPrefix = "frames_dropped:";
-
 /// Where the main display lies in the space of the events: y upward, its own bottom left at the origin.
 CaptureCoordinateMappingContext mappingContext(const ShareableContent& content,
                                                const ShareableDisplay& display) {
@@ -27,34 +25,6 @@ CaptureCoordinateMappingContext mappingContext(const ShareableContent& content,
     return {Rect{display.frame.minX(), top - display.frame.height, display.frame.width, display.frame.height},
             content.mainDisplayHeight};
 }
-
-/// Hands a capture's work through and keeps what it says of dropped pictures.
-class WatchedCapture : public ScreenStreamCapture {
-public:
-    explicit WatchedCapture(std::shared_ptr<ScreenStreamCapture> capture) : capture_(std::move(capture)) {}
-
-    void start(const CaptureOptions& options, std::stop_token stop) override {
-        capture_->start(options, std::move(stop));
-    }
-    ScreenCaptureResult stop(std::stop_token stop) override {
-        ScreenCaptureResult result = capture_->stop(std::move(stop));
-        for (const std::string& warning : result.warnings) {
-            if (warning.starts_with(frameCountPrefix)) {
-                dropped_.with([&](std::int64_t& count) {
-                    count = std::stoll(warning.substr(std::char_traits<char>::length(frameCountPrefix)));
-                });
-            }
-        }
-        return result;
-    }
-    void cancelRecording(std::stop_token stop) override { capture_->cancelRecording(std::move(stop)); }
-
-    [[nodiscard]] std::int64_t droppedFrames() const { return dropped_.copy(); }
-
-private:
-    const std::shared_ptr<ScreenStreamCapture> capture_;
-    Guarded<std::int64_t> dropped_;
-};
 
 } // namespace
 
@@ -85,8 +55,9 @@ public:
         temporaryDirectory_ =
             packagePath.parent_path() / ("." + packagePath.filename().string() + ".recording");
         createDirectories(temporaryDirectory_);
-        capture_ = std::make_shared<WatchedCapture>(
-            std::make_shared<DesktopStreamCapture>(backend_, temporaryDirectory_));
+        DesktopStreamCapture::Services services;
+        services.backend = backend_;
+        capture_ = std::make_shared<DesktopStreamCapture>(services, temporaryDirectory_);
         coordinator_ = std::make_shared<CaptureCoordinator>(capture_, std::make_shared<InputEventRecorder>());
         flow_ = std::make_unique<PrimaryFlowController>(coordinator_);
         options_.excludeCursorFromSource = excludeCursor;
@@ -107,7 +78,7 @@ public:
         return session;
     }
 
-    [[nodiscard]] std::int64_t droppedFrames() const { return capture_->droppedFrames(); }
+    [[nodiscard]] std::int64_t droppedFrames() const { return capture_->statistics().droppedFrames; }
 
 private:
     void stopMonitors() {
@@ -136,7 +107,7 @@ private:
     const std::shared_ptr<X11CaptureBackend> backend_;
     CaptureOptions options_;
     std::filesystem::path temporaryDirectory_;
-    std::shared_ptr<WatchedCapture> capture_;
+    std::shared_ptr<DesktopStreamCapture> capture_;
     std::shared_ptr<CaptureCoordinator> coordinator_;
     std::unique_ptr<PrimaryFlowController> flow_;
     bool recording_ = false;
