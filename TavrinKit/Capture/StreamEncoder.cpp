@@ -153,10 +153,18 @@ void StreamEncoder::finish(double endTime) {
 }
 
 void StreamEncoder::abandon() noexcept {
-    if (writer_) {
-        writer_->abandon();
-        writer_.reset();
+    if (!writer_) {
+        return;
     }
+    try {
+        if (!failure_) {
+            writer_->flushFragment();
+        }
+    } catch (...) {
+        fail("abandon");
+    }
+    writer_->abandon();
+    writer_.reset();
 }
 
 bool StreamEncoder::startSession(double time) noexcept {

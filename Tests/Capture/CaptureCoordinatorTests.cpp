@@ -1,0 +1,331 @@
+#include <atomic>
+#include <condition_variable>
+#include <fstream>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "CaptureFixtures.h"
+#include "TavrinKit/Capture/CaptureCoordinator.h"
+#include "TavrinKit/Capture/CapturePackageAssembler.h"
+#include "TavrinKit/Capture/MockScreenStreamCapture.h"
+#include "TavrinKit/Support/Cancellation.h"
+#include "TavrinKit/Support/Files.h"
+
+namespace tavrin {
+namespace {
+
+using test::TemporaryDirectory;
+using Kind = AudioTrackDescriptor::Kind;
+
+/// Hangs until it is let go, whatever it is asked.
+class Gate {
+public:
+    void open() {
+        const std::lock_guard lock(mutex_);
+        isOpen_ = true;
+        opened_.notify_all();
+    }
+    void wait() {
+        std::unique_lock lock(mutex_);
+        opened_.wait(lock, [&] { return isOpen_; });
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable opened_;
+    bool isOpen_ = false;
+};
+
+/// A capture of which each step can be made to fail or hang, and that takes down what is asked of it.
+class ScriptedCapture : public ScreenStreamCapture {
+public:
+    using Step = std::function<void(std::stop_token)>;
+    Step onStart, onStop, onCancel;
+    ScreenCaptureResult result;
+
+    void start(const CaptureOptions&, std::stop_token stop) override { run("start", onStart, stop); }
+    ScreenCaptureResult stop(std::stop_token stop) override {
+        run("stop", onStop, stop);
+        return result;
+    }
+    void cancelRecording(std::stop_token stop) override { run("cancel", onCancel, stop); }
+    std::string calls() const { return calls_.copy(); }
+
+private:
+    void run(const char* name, const Step& step, const std::stop_token& stop) {
+        calls_.with([&](std::string& calls) { calls += std::string(name) + " "; });
+        if (step) {
+            step(stop);
+        }
+    }
+    Guarded<std::string> calls_;
+};
+
+MockScreenStreamCapture::Configuration mockTake(std::filesystem::path movie, double start, double end) {
+    MockScreenStreamCapture::Configuration configuration;
+    configuration.fixtureURL = std::move(movie);
+    configuration.startTime = start;
+    configuration.endTime = end;
+    return configuration;
+}
+
+class CaptureCoordinatorTest : public ::testing::Test {
+protected:
+    CaptureCoordinatorTest() {
+        options.target = RecordingTarget::display("main");
+        writeFileAtomically(movie, "movie");
+        capture->result.screenSourceURL = movie;
+    }
+
+    std::filesystem::path file(const std::string& name, const std::string& contents) {
+        writeFileAtomically(folder / name, contents);
+        return folder / name;
+    }
+    CaptureCoordinator coordinatorOver(std::shared_ptr<ScreenStreamCapture> over) {
+        return {std::move(over), recorder, 0.1, 0.1};
+    }
+    ProjectPackage recordWith(MockScreenStreamCapture::Configuration configuration) {
+        auto coordinator = coordinatorOver(std::make_shared<MockScreenStreamCapture>(configuration));
+        coordinator.startRecording(project, options);
+        return coordinator.stopRecording({});
+    }
+
+    TemporaryDirectory folder;
+    std::filesystem::path project = folder / "session";
+    std::filesystem::path movie = folder / "capture.mov";
+    CaptureOptions options;
+    std::shared_ptr<InputEventRecorder> recorder = std::make_shared<InputEventRecorder>();
+    std::shared_ptr<ScriptedCapture> capture = std::make_shared<ScriptedCapture>();
+};
+
+template <typename Function>
+CaptureCoordinatorErrorKind coordinatorError(Function function) {
+    try {
+        function();
+    } catch (const CaptureCoordinatorError& error) {
+        return error.kind();
+    }
+    throw std::logic_error("no error");
+}
+
+TEST_F(CaptureCoordinatorTest, WritesAPackageThatOpens) {
+    auto coordinator =
+        coordinatorOver(std::make_shared<MockScreenStreamCapture>(mockTake(movie, 5000, 5010)));
+    options.excludeCursorFromSource = true;
+    options.mappingContext = CaptureCoordinateMappingContext{Rect{0, 0, 200, 100}, {}};
+    coordinator.recordMouseMove(4999, 10, 10);
+    coordinator.startRecording(project, options);
+    EXPECT_FALSE(std::filesystem::exists(project));
+    coordinator.recordMouseClick(5002, 50, 75, 0);
+    coordinator.recordKeyPress(5003, "\na", {KeyModifier::shift}, KeyEventContentKind::printable, false);
+    coordinator.recordMouseMove(5004, 1000, 10);
+    EditsDocument edits;
+    edits.audioRouting.normalizeBeforeMix = true;
+    const ProjectPackage written = coordinator.stopRecording(edits);
+    EXPECT_FALSE(coordinator.activeSession());
+
+    const ProjectPackage package = ProjectPackage::load(project);
+    EXPECT_EQ(package.manifest(), written.manifest());
+    EXPECT_TRUE(package.manifest().cursorExcluded);
+    EXPECT_EQ(package.manifest().schemaVersion, 2);
+    const EventTimeline events = package.loadEvents();
+    ASSERT_EQ(events.mouseEvents().size(), 1u);
+    EXPECT_EQ(events.mouseEvents()[0], (MouseEvent{2, {0.25, 0.75}, MouseEventKind::clicked, 0}));
+    ASSERT_EQ(events.keyEvents().size(), 1u);
+    EXPECT_EQ(package.loadEdits(), edits);
+    EXPECT_EQ(readFile(package.screenURL()), "movie");
+    EXPECT_TRUE(std::filesystem::exists(movie));
+}
+
+TEST_F(CaptureCoordinatorTest, PlacesTheSoundThatWasAskedFor) {
+    auto configuration = mockTake(movie, 0, 1);
+    configuration.optionalAudio = {{Kind::system, file("a", "system")}, {Kind::microphone, file("b", "mic")}};
+    options.audio = {true, true};
+    EXPECT_EQ(recordWith(configuration).manifest().audioTracks,
+              (std::vector<AudioTrackDescriptor>{{Kind::microphone, "mic_audio.m4a"},
+                                                 {Kind::system, "system_audio.m4a"}}));
+    EXPECT_EQ(readFile(project / "mic_audio.m4a"), "mic");
+
+    options.audio = {false, true};
+    project = folder / "second";
+    EXPECT_EQ(recordWith(configuration).manifest().audioTracks.size(), 1u);
+    EXPECT_FALSE(std::filesystem::exists(project / "system_audio.m4a"));
+}
+
+TEST_F(CaptureCoordinatorTest, TurnsThePictureInPictureOnForACameraThatWasAskedFor) {
+    auto configuration = mockTake(movie, 1000, 1100);
+    configuration.cameraTrack = CameraCaptureTrackResult{file("c", "camera"), 1000.25, 1100.75};
+    EXPECT_TRUE(recordWith(configuration).manifest().cameraTracks.empty());
+    EXPECT_FALSE(ProjectPackage::load(project).loadEdits().timeline.cameraPiPTrack.style.enabled);
+
+    options.camera.includeCamera = true;
+    project = folder / "second";
+    const ProjectManifest manifest = recordWith(configuration).manifest();
+    ASSERT_EQ(manifest.cameraTracks.size(), 1u);
+    EXPECT_NEAR(manifest.cameraTracks[0].timebaseOffsetSeconds, 0.25, 1e-9);
+    EXPECT_NEAR(manifest.cameraTracks[0].driftMillisecondsPerHour, 18000, 1e-6);
+    EXPECT_TRUE(ProjectPackage::load(project).loadEdits().timeline.cameraPiPTrack.style.enabled);
+    EXPECT_EQ(readFile(project / "camera.mov"), "camera");
+}
+
+TEST(CameraClock, KeepsAShortTakesRatioSane) {
+    ScreenCaptureResult screen;
+    screen.startedAt = 10;
+    screen.endedAt = 10.4;
+    EXPECT_NEAR(cameraTrackDescriptor(screen, {{}, 10, 10.5}, "c").driftMillisecondsPerHour, -1'800'000,
+                1e-3);
+    const double inf = std::numeric_limits<double>::infinity();
+    const auto odd = cameraTrackDescriptor(screen, {{}, -inf, inf}, "c");
+    EXPECT_EQ(odd.timebaseOffsetSeconds, 0);
+    EXPECT_EQ(odd.driftMillisecondsPerHour, 0);
+}
+
+TEST_F(CaptureCoordinatorTest, LeavesAMovieThatAlreadyLiesInPlace) {
+    std::filesystem::create_directories(project);
+    std::filesystem::create_directory_symlink(project, folder / "link");
+    writeFileAtomically(project / "screen.mov", "in place");
+    static_cast<void>(recordWith(mockTake(folder / "link" / "screen.mov", 0, 1)));
+    EXPECT_EQ(readFile(project / "screen.mov"), "in place");
+    static_cast<void>(recordWith(mockTake(movie, 0, 1)));
+    EXPECT_EQ(readFile(project / "screen.mov"), "movie");
+}
+
+TEST_F(CaptureCoordinatorTest, RefusesASecondStartAndAStopOutOfTurn) {
+    auto coordinator = coordinatorOver(capture);
+    const auto start = [&] {
+        coordinator.startRecording(project, options);
+    };
+    const auto stop = [&] {
+        static_cast<void>(coordinator.stopRecording({}));
+    };
+    EXPECT_EQ(coordinatorError(stop), CaptureCoordinatorErrorKind::noActiveSession);
+    start();
+    EXPECT_EQ(coordinatorError(start), CaptureCoordinatorErrorKind::alreadyRecording);
+    EXPECT_EQ(coordinator.activeSession()->projectURL, project);
+    stop();
+    EXPECT_EQ(coordinatorError(stop), CaptureCoordinatorErrorKind::noActiveSession);
+    EXPECT_EQ(capture->calls(), "start stop ");
+}
+
+TEST_F(CaptureCoordinatorTest, AFailedStartIsCancelledAndLeavesNothing) {
+    auto coordinator = coordinatorOver(capture);
+    capture->onStart = [](auto) {
+        throw Error("no screen");
+    };
+    capture->onCancel = [](auto) {
+        throw Error("nor a cancel");
+    };
+    try {
+        coordinator.startRecording(project, options);
+        ADD_FAILURE();
+    } catch (const Error& error) {
+        EXPECT_STREQ(error.what(), "no screen");
+    }
+    EXPECT_EQ(capture->calls(), "start cancel ");
+    EXPECT_FALSE(recorder->isRecording());
+    capture->onStart = nullptr;
+    coordinator.startRecording(project, options);
+}
+
+TEST_F(CaptureCoordinatorTest, AHangingStartTimesOutAlthoughItsCancelHangsToo) {
+    auto coordinator = coordinatorOver(capture);
+    const auto gate = std::make_shared<Gate>();
+    const auto sawStop = std::make_shared<std::atomic<bool>>(false);
+    capture->onStart = [gate, sawStop](const std::stop_token& stop) {
+        try {
+            sleepFor(std::chrono::hours(1), stop);
+        } catch (const CancellationError&) {
+            *sawStop = true;
+        }
+        gate->wait();
+    };
+    capture->onCancel = [gate](auto) {
+        gate->wait();
+    };
+    try {
+        coordinator.startRecording(project, options);
+        ADD_FAILURE();
+    } catch (const CaptureCoordinatorError& error) {
+        EXPECT_STREQ(error.what(), "Recording start timed out after 0.1 seconds.");
+    }
+    EXPECT_TRUE(*sawStop);
+    gate->open();
+    recorder->recordMove(1, {});
+    EXPECT_TRUE(recorder->stop().isEmpty());
+}
+
+TEST_F(CaptureCoordinatorTest, ACallersStopRequestEndsAStart) {
+    auto coordinator = coordinatorOver(capture);
+    std::stop_source source;
+    capture->onStart = [&](const std::stop_token& stop) {
+        source.request_stop();
+        sleepFor(std::chrono::hours(1), stop);
+    };
+    EXPECT_THROW(coordinator.startRecording(project, options, source.get_token()), CancellationError);
+    EXPECT_FALSE(coordinator.activeSession());
+}
+
+TEST_F(CaptureCoordinatorTest, AStopThatFailsOrHangsEndsTheTake) {
+    auto coordinator = coordinatorOver(capture);
+    const auto gate = std::make_shared<Gate>();
+    const auto stop = [&] {
+        static_cast<void>(coordinator.stopRecording({}));
+    };
+
+    coordinator.startRecording(project, options);
+    capture->onStop = [](auto) {
+        throw Error("broken");
+    };
+    EXPECT_THROW(stop(), Error);
+    EXPECT_FALSE(coordinator.activeSession());
+    EXPECT_FALSE(recorder->isRecording());
+
+    coordinator.startRecording(project, options);
+    capture->onStop = [gate](auto) {
+        gate->wait();
+    };
+    EXPECT_EQ(coordinatorError(stop), CaptureCoordinatorErrorKind::stopTimedOut);
+    EXPECT_FALSE(std::filesystem::exists(project));
+    EXPECT_EQ(capture->calls(), "start stop cancel start stop cancel ");
+    gate->open();
+
+    capture->onStop = nullptr;
+    coordinator.startRecording(project, options);
+    stop();
+    EXPECT_TRUE(std::filesystem::exists(project / "manifest.json"));
+}
+
+TEST_F(CaptureCoordinatorTest, AFailureWhileThePackageIsWrittenEndsTheTakeWithoutACancel) {
+    auto coordinator = coordinatorOver(capture);
+    capture->result.screenSourceURL = folder / "gone.mov";
+    coordinator.startRecording(project, options);
+    EXPECT_THROW(static_cast<void>(coordinator.stopRecording({})), FileError);
+    EXPECT_FALSE(coordinator.activeSession());
+    EXPECT_TRUE(std::filesystem::is_directory(project));
+    EXPECT_EQ(capture->calls(), "start stop ");
+}
+
+TEST(MockCapture, HandsBackWhatItWasGiven) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const struct {
+        double start, end, expectedStart, expectedEnd;
+    } cases[] = {{1, 3, 1, 3}, {3, 1, 3, 3}, {nan, 2, 0, 2}, {2, nan, 2, 2}};
+    for (const auto& row : cases) {
+        MockScreenStreamCapture capture(mockTake("f.mov", row.start, row.end));
+        EXPECT_THROW(static_cast<void>(capture.stop({})), MockCaptureError);
+        capture.start({}, {});
+        capture.start({}, {});
+        const ScreenCaptureResult result = capture.stop({});
+        EXPECT_EQ(result.startedAt, row.expectedStart);
+        EXPECT_EQ(result.endedAt, row.expectedEnd);
+        capture.start({}, {});
+        capture.cancelRecording({});
+        EXPECT_THROW(static_cast<void>(capture.stop({})), MockCaptureError);
+    }
+}
+
+} // namespace
+} // namespace tavrin

@@ -1,0 +1,67 @@
+#include "CaptureFixtures.h"
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+
+#include "TavrinKit/Support/UUID.h"
+
+namespace tavrin::test {
+
+TemporaryDirectory::TemporaryDirectory()
+    : path_(std::filesystem::temp_directory_path() / ("tavrin-capture-" + UUID::make().string())) {
+    std::filesystem::create_directories(path_);
+}
+
+TemporaryDirectory::~TemporaryDirectory() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+}
+
+std::vector<std::string> TemporaryDirectory::entries() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(path_)) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+PixelBuffer greyPicture(PixelSize size, int luma) {
+    PixelBuffer picture = PixelBuffer::allocate(PixelFormat::i420, size);
+    for (int index = 0; index < picture.planeCount(); ++index) {
+        for (int y = 0; y < picture.plane(index).height; ++y) {
+            std::memset(picture.row(index, y), index == 0 ? luma : 128,
+                        std::size_t(picture.plane(index).width));
+        }
+    }
+    return picture;
+}
+
+PixelBuffer noisePicture(PixelSize size, std::uint32_t seed) {
+    PixelBuffer picture = greyPicture(size, 128);
+    std::minstd_rand random(seed + 1);
+    for (int y = 0; y < size.height; ++y) {
+        std::generate_n(picture.row(0, y), size.width, [&] { return std::uint8_t(16 + random() % 220); });
+    }
+    return picture;
+}
+
+VideoSample videoSample(PixelBuffer picture, double time) {
+    VideoSample sample;
+    sample.pixels = std::move(picture);
+    sample.presentationTime = time;
+    return sample;
+}
+
+std::vector<MovieFrame> framesOf(const std::filesystem::path& movie) {
+    VideoReader reader(movie);
+    std::vector<MovieFrame> frames;
+    while (const auto frame = reader.next()) {
+        const PixelSize size = frame->pixels.size();
+        frames.push_back({frame->time, frame->pixels.row(0, size.height / 2)[size.width / 2]});
+    }
+    return frames;
+}
+
+} // namespace tavrin::test

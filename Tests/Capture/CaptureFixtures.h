@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "TavrinKit/Capture/ScreenStream.h"
+#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Support/PixelBuffer.h"
+
+namespace tavrin::test {
+
+/// A folder that goes with the test.
+class TemporaryDirectory {
+public:
+    TemporaryDirectory();
+    ~TemporaryDirectory();
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+    [[nodiscard]] const std::filesystem::path& path() const { return path_; }
+    [[nodiscard]] std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+    /// Names in it, sorted.
+    [[nodiscard]] std::vector<std::string> entries() const;
+
+private:
+    std::filesystem::path path_;
+};
+
+/// A plain grey picture of this luma.
+[[nodiscard]] PixelBuffer greyPicture(PixelSize size, int luma);
+
+/// A picture that no encoder can make small.
+[[nodiscard]] PixelBuffer noisePicture(PixelSize size, std::uint32_t seed);
+
+[[nodiscard]] VideoSample videoSample(PixelBuffer picture, double time);
+
+struct MovieFrame {
+    double time = 0;
+    int luma = 0; ///< of the pixel in the middle
+};
+
+/// All frames of a movie, decoded.
+[[nodiscard]] std::vector<MovieFrame> framesOf(const std::filesystem::path& movie);
+
+} // namespace tavrin::test

@@ -1,0 +1,148 @@
+#include <limits>
+#include <memory>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "CaptureFixtures.h"
+#include "TavrinKit/Capture/FirstScreenSampleSignal.h"
+#include "TavrinKit/Capture/GeometryTimelineRecorder.h"
+#include "TavrinKit/Capture/StreamOutputBridge.h"
+
+namespace tavrin {
+namespace {
+
+using test::greyPicture;
+using test::TemporaryDirectory;
+using test::videoSample;
+
+constexpr PixelSize size{64, 48};
+
+const std::exception_ptr failure = std::make_exception_ptr(Error("gone"));
+
+TEST(FirstScreenSampleSignal, IsDecidedOnce) {
+    FirstScreenSampleSignal good;
+    good.resolve();
+    good.resolve(failure);
+    good.wait({});
+    good.wait({});
+
+    FirstScreenSampleSignal bad;
+    bad.resolve(failure);
+    bad.resolve();
+    EXPECT_THROW(bad.wait({}), Error);
+}
+
+TEST(FirstScreenSampleSignal, WakesWhoWaits) {
+    FirstScreenSampleSignal signal;
+    std::jthread other([&] { signal.resolve(); });
+    signal.wait({});
+}
+
+TEST(FirstScreenSampleSignal, ACancelledWaitDecidesForEverybody) {
+    FirstScreenSampleSignal signal;
+    std::stop_source source;
+    std::jthread other([&] { source.request_stop(); });
+    EXPECT_THROW(signal.wait(source.get_token()), CancellationError);
+    signal.resolve();
+    EXPECT_THROW(signal.wait({}), CancellationError);
+}
+
+VideoSample placedAt(Rect screenRect) {
+    VideoSample sample;
+    sample.screenRect = screenRect;
+    return sample;
+}
+
+TEST(GeometryTimelineRecorder, TakesDownMovesOnly) {
+    GeometryTimelineRecorder recorder({200, 100});
+    const struct {
+        Rect screenRect;
+        std::optional<Rect> contentRect;
+        std::optional<double> scale;
+        std::size_t count;
+    } steps[] = {
+        {{0, 0, 100, 50}, {}, 2, 1},
+        {{0, 0, 100, 50}, {}, 2, 1},
+        {{0.5, -0.5, 100.5, 49.5}, {}, 2.01, 1},
+        {{0.6, 0, 100, 50}, {}, 2, 2},
+        {{1, 0, 100, 50}, {}, 2, 2}, // compared with the last one kept
+        {{1, 0, 100, 50}, {}, 2.02, 3},
+        {{1, 0, 100, 50}, Rect{0, 0, 98, 48}, 2.02, 4},
+        {{101, 50, -100, -50}, Rect{0, 0, 98, 48}, 2.02, 4},
+    };
+    for (const auto& step : steps) {
+        VideoSample sample = placedAt(step.screenRect);
+        sample.contentRect = step.contentRect;
+        sample.scaleFactor = step.scale;
+        recorder.append(sample);
+        EXPECT_EQ(recorder.samples().size(), step.count) << step.screenRect.x;
+    }
+    const CaptureGeometrySample first = recorder.samples()[0];
+    EXPECT_EQ(first.contentRect, (Rect{0, 0, 100, 50}));
+    EXPECT_EQ(first.surfaceSizePixels, (Size2D{200, 100}));
+    EXPECT_GT(first.timestamp, 1e9);
+}
+
+TEST(GeometryTimelineRecorder, LooksAtSamplesWithAPlaceAndAPicture) {
+    const struct {
+        FrameStatus status;
+        bool hasPlace;
+        std::size_t count;
+    } cases[] = {
+        {FrameStatus::complete, true, 1},  {FrameStatus::started, true, 1},
+        {FrameStatus::blank, true, 0},     {FrameStatus::idle, true, 0},
+        {FrameStatus::suspended, true, 0}, {FrameStatus::complete, false, 0},
+        {FrameStatus::stopped, true, 0},
+    };
+    for (const auto& row : cases) {
+        GeometryTimelineRecorder recorder({std::numeric_limits<double>::quiet_NaN(), -1});
+        VideoSample sample = placedAt({0, 0, 10, 10});
+        sample.status = row.status;
+        sample.scaleFactor = 0.5; // never enlarges the surface
+        if (!row.hasPlace) {
+            sample.screenRect.reset();
+        }
+        recorder.append(sample);
+        ASSERT_EQ(recorder.samples().size(), row.count) << int(row.status);
+        if (row.count == 1) {
+            EXPECT_EQ(recorder.samples()[0].surfaceSizePixels, (Size2D{0, 0}));
+        }
+    }
+}
+
+TEST(StreamOutputBridge, SignalsAnySampleThatHasATime) {
+    TemporaryDirectory folder;
+    const auto sink =
+        std::make_shared<StreamAssetWriterSink>(folder / "m.mov", size.width, size.height, false);
+    const auto geometry = std::make_shared<GeometryTimelineRecorder>(Size2D{64, 48});
+    StreamOutputBridge bridge(sink, geometry);
+    bridge.didOutput(videoSample(greyPicture(size, 60), std::numeric_limits<double>::quiet_NaN()));
+    EXPECT_EQ(sink->receivedFrames(), 0);
+
+    VideoSample idle = placedAt({0, 0, 10, 10});
+    idle.presentationTime = 5;
+    bridge.didOutput(idle);
+    bridge.firstScreenSampleSignal().wait({});
+
+    VideoSample blank = videoSample(greyPicture(size, 60), 6);
+    blank.status = FrameStatus::blank;
+    blank.screenRect = Rect{50, 50, 10, 10};
+    bridge.didOutput(blank);
+    EXPECT_EQ(sink->receivedFrames(), 1);
+    EXPECT_EQ(geometry->samples().size(), 1u);
+
+    EXPECT_FALSE(bridge.stopError());
+    bridge.didStop(failure);
+    bridge.firstScreenSampleSignal().wait({});
+    EXPECT_EQ(sentenceOf(bridge.stopError()), "gone");
+}
+
+TEST(StreamOutputBridge, AStreamThatStopsFirstFailsTheWait) {
+    StreamOutputBridge bridge(std::make_shared<StreamAssetWriterSink>("unused.mov", 2, 2, false), nullptr);
+    bridge.didStop(nullptr);
+    EXPECT_THROW(bridge.firstScreenSampleSignal().wait({}), Error);
+}
+
+} // namespace
+} // namespace tavrin
