@@ -52,13 +52,13 @@ struct AnnotationRegion {
     double startTime = 0;
     double endTime = 0;
     AnnotationType type = AnnotationType::text;
-    std::string content;
-    std::optional<std::string> imagePath;
+    std::string content{};
+    std::optional<std::string> imagePath{};
     Vec2 position{0.35, 0.35}; ///< fractions of the picture, each 0...0.95
     Size2D size{0.3, 0.2};     ///< fractions of the picture, each 0.05...1
-    AnnotationStyle style;
+    AnnotationStyle style{};
     std::int64_t zIndex = 0; ///< at least 0; higher is drawn later
-    std::optional<AnnotationFigureData> figure;
+    std::optional<AnnotationFigureData> figure{};
 
     [[nodiscard]] double duration() const { return endTime - startTime; }
     /// Both bounds included.
@@ -73,7 +73,7 @@ struct AnnotationRegion {
 
 /// Sorted by `zIndex`, then start, then id.
 struct AnnotationTrack {
-    std::vector<AnnotationRegion> regions;
+    std::vector<AnnotationRegion> regions{};
 
     [[nodiscard]] AnnotationTrack normalized() const;
 

@@ -27,7 +27,7 @@ struct AudioTrackStyle {
 
 /// How loud the recorded sounds are. In JSON the styles are a flat list: role, style, role, style.
 struct AudioMixState {
-    std::map<AudioTrackRole, AudioTrackStyle> trackStyles;
+    std::map<AudioTrackRole, AudioTrackStyle> trackStyles{};
 
     /// The default style for a role that has none.
     [[nodiscard]] AudioTrackStyle style(AudioTrackRole role) const;

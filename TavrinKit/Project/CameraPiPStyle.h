@@ -34,7 +34,7 @@ struct CameraPiPStyle {
 };
 
 struct CameraPiPTrack {
-    CameraPiPStyle style;
+    CameraPiPStyle style{};
 
     friend bool operator==(const CameraPiPTrack&, const CameraPiPTrack&) = default;
 };

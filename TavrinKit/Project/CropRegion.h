@@ -24,7 +24,7 @@ struct CropRegion {
 };
 
 struct CropTrack {
-    CropRegion region;
+    CropRegion region{};
 
     friend bool operator==(const CropTrack&, const CropTrack&) = default;
 };

@@ -47,7 +47,7 @@ struct CursorStyle {
 };
 
 struct CursorTrack {
-    CursorStyle style;
+    CursorStyle style{};
 
     friend bool operator==(const CursorTrack&, const CursorTrack&) = default;
 };

@@ -19,16 +19,16 @@ struct AudioRoutingMetadata {
 };
 
 struct ExportSettingsMetadata {
-    std::optional<ExportAspectPreset> selectedAspect;
+    std::optional<ExportAspectPreset> selectedAspect{};
 
     friend bool operator==(const ExportSettingsMetadata&, const ExportSettingsMetadata&) = default;
 };
 
 /// What a package keeps of an edit; one undo step is one whole document. Any key may be missing in JSON.
 struct EditsDocument {
-    TimelineModel timeline;
-    AudioRoutingMetadata audioRouting;
-    ExportSettingsMetadata exportSettings;
+    TimelineModel timeline{};
+    AudioRoutingMetadata audioRouting{};
+    ExportSettingsMetadata exportSettings{};
 
     friend bool operator==(const EditsDocument&, const EditsDocument&) = default;
 };

@@ -23,9 +23,9 @@ enum class MouseEventKind : std::uint8_t { moved, clicked, dragged };
 
 struct MouseEvent {
     double timestamp = 0;
-    Vec2 location;
+    Vec2 location{};
     MouseEventKind kind = MouseEventKind::moved;
-    std::optional<std::int64_t> button; ///< of a click: 0 left, 1 right, 2 any other
+    std::optional<std::int64_t> button{}; ///< of a click: 0 left, 1 right, 2 any other
 
     friend bool operator==(const MouseEvent&, const MouseEvent&) = default;
 };
@@ -46,8 +46,8 @@ enum class KeyEventContentKind : std::uint8_t {
 
 struct KeyEvent {
     double timestamp = 0;
-    std::string displayText;
-    std::vector<KeyModifier> modifiers;
+    std::string displayText{};
+    std::vector<KeyModifier> modifiers{};
     KeyEventContentKind contentKind = KeyEventContentKind::printable;
     bool isRepeat = false;
 
@@ -72,9 +72,9 @@ struct KeyEvent {
 /// Where the pointer was and how it looked, from this moment on.
 struct CursorStateEvent {
     double timestamp = 0;
-    Vec2 location;
+    Vec2 location{};
     bool visible = true;
-    CursorAppearance appearance;
+    CursorAppearance appearance{};
 
     friend bool operator==(const CursorStateEvent&, const CursorStateEvent&) = default;
 };

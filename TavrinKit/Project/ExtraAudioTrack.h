@@ -13,7 +13,7 @@ struct ExtraAudioRegion {
     UUID id = UUID::make();
     double startTime = 0;
     double endTime = 0;
-    std::string filePath;
+    std::string filePath{};
     double volume = 1; ///< 0...2
 
     [[nodiscard]] double duration() const { return endTime - startTime; }
@@ -26,7 +26,7 @@ struct ExtraAudioRegion {
 
 /// Sorted by start, then id.
 struct ExtraAudioTrack {
-    std::vector<ExtraAudioRegion> regions;
+    std::vector<ExtraAudioRegion> regions{};
 
     [[nodiscard]] ExtraAudioTrack normalized() const;
 

@@ -29,12 +29,12 @@ enum class BuiltInWallpaperStyle { aurora, ember, tide, graphite };
 /// In JSON an object with one key, the kind's name, whose value is an object with the kind's fields.
 struct BackgroundStyle {
     struct Solid {
-        std::string colorHex;
+        std::string colorHex{};
         friend bool operator==(const Solid&, const Solid&) = default;
     };
     struct Gradient {
-        std::string startHex;
-        std::string endHex;
+        std::string startHex{};
+        std::string endHex{};
         friend bool operator==(const Gradient&, const Gradient&) = default;
     };
     struct Wallpaper {
@@ -42,7 +42,7 @@ struct BackgroundStyle {
         friend bool operator==(const Wallpaper&, const Wallpaper&) = default;
     };
     struct Image {
-        std::string path;
+        std::string path{};
         friend bool operator==(const Image&, const Image&) = default;
     };
 
@@ -60,8 +60,8 @@ struct BackgroundStyle {
 struct FramingStyle {
     double padding = 48;      ///< at least 0
     double cornerRadius = 24; ///< at least 0
-    ShadowStyle shadow;
-    BackgroundStyle background;
+    ShadowStyle shadow{};
+    BackgroundStyle background{};
 
     [[nodiscard]] FramingStyle normalized() const;
 
@@ -69,7 +69,7 @@ struct FramingStyle {
 };
 
 struct FramingTrack {
-    FramingStyle style;
+    FramingStyle style{};
 
     friend bool operator==(const FramingTrack&, const FramingTrack&) = default;
 };

@@ -18,14 +18,14 @@ struct AudioTrackDescriptor {
     enum class Kind { system, microphone };
 
     Kind kind = Kind::system;
-    std::string fileName;
+    std::string fileName{};
 
     friend bool operator==(const AudioTrackDescriptor&, const AudioTrackDescriptor&) = default;
 };
 
 /// A camera movie of a package. All keys are required in JSON; the numbers are read as they stand.
 struct CameraTrackDescriptor {
-    std::string fileName;
+    std::string fileName{};
     double timebaseOffsetSeconds = 0;    ///< start of the camera movie after the start of the screen movie
     double driftMillisecondsPerHour = 0; ///< what the camera's clock gains on the screen's
 
@@ -44,8 +44,8 @@ struct ProjectManifest {
     Date createdAt = currentDate();
     std::string screenFileName = "screen.mov";
     bool cursorExcluded = true; ///< the screen movie is without the cursor, which is drawn from the events
-    std::vector<AudioTrackDescriptor> audioTracks;
-    std::vector<CameraTrackDescriptor> cameraTracks;
+    std::vector<AudioTrackDescriptor> audioTracks{};
+    std::vector<CameraTrackDescriptor> cameraTracks{};
     std::string eventsFileName = "events.json";
     std::string editsFileName = "edits.json";
 

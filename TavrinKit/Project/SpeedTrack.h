@@ -32,7 +32,7 @@ struct SpeedRegion {
 /// The operations keep the regions sorted by start, then id; those that name a region which isn't there do
 /// nothing.
 struct SpeedTrack {
-    std::vector<SpeedRegion> regions;
+    std::vector<SpeedRegion> regions{};
 
     [[nodiscard]] SpeedTrack normalized() const;
 

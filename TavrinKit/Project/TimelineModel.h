@@ -26,20 +26,20 @@ namespace tavrin {
 /// must be complete as its own type says. The values here are the plain defaults; a new recording starts
 /// with those of PremiumDefaults.h.
 struct TimelineModel {
-    VideoTrack videoTrack;
-    std::optional<ClipTimeRange> trimRange;
-    CropTrack cropTrack;
-    SpeedTrack speedTrack;
-    ZoomTrack zoomTrack;
-    CursorTrack cursorTrack;
-    FramingTrack framingTrack;
-    WatermarkTrack watermarkTrack;
-    CameraPiPTrack cameraPiPTrack;
-    MotionBlurStyle motionBlurStyle;
-    TypingTrack typingTrack;
-    AnnotationTrack annotationTrack;
-    ExtraAudioTrack extraAudioTrack;
-    AudioMixState audioMix;
+    VideoTrack videoTrack{};
+    std::optional<ClipTimeRange> trimRange{};
+    CropTrack cropTrack{};
+    SpeedTrack speedTrack{};
+    ZoomTrack zoomTrack{};
+    CursorTrack cursorTrack{};
+    FramingTrack framingTrack{};
+    WatermarkTrack watermarkTrack{};
+    CameraPiPTrack cameraPiPTrack{};
+    MotionBlurStyle motionBlurStyle{};
+    TypingTrack typingTrack{};
+    AnnotationTrack annotationTrack{};
+    ExtraAudioTrack extraAudioTrack{};
+    AudioMixState audioMix{};
 
     friend bool operator==(const TimelineModel&, const TimelineModel&) = default;
 };

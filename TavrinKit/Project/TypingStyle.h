@@ -21,7 +21,7 @@ struct TypingStyle {
 };
 
 struct TypingTrack {
-    TypingStyle style;
+    TypingStyle style{};
 
     friend bool operator==(const TypingTrack&, const TypingTrack&) = default;
 };

@@ -14,11 +14,11 @@ namespace tavrin {
 /// A stretch of a source on a lane of the timeline. All keys but `takeGroupID` are required in JSON.
 struct TimelineClip {
     UUID id = UUID::make();
-    std::string sourceID;
-    ClipTimeRange sourceRange;
-    ClipTimeRange timelineRange;
+    std::string sourceID{};
+    ClipTimeRange sourceRange{};
+    ClipTimeRange timelineRange{};
     std::int64_t lane = 0; ///< at least 0
-    std::optional<UUID> takeGroupID;
+    std::optional<UUID> takeGroupID{};
 
     [[nodiscard]] double duration() const { return timelineRange.duration(); }
     [[nodiscard]] TimelineClip normalized() const;
@@ -29,9 +29,9 @@ struct TimelineClip {
 /// One of several stretches of source that a clip can play. All keys are required in JSON.
 struct ClipTake {
     UUID id = UUID::make();
-    std::string sourceID;
-    ClipTimeRange sourceRange;
-    std::string label;
+    std::string sourceID{};
+    ClipTimeRange sourceRange{};
+    std::string label{};
 
     friend bool operator==(const ClipTake&, const ClipTake&) = default;
 };
@@ -39,10 +39,10 @@ struct ClipTake {
 /// The takes of a clip. All keys but `previewTakeID` are required in JSON.
 struct TakeGroup {
     UUID id = UUID::make();
-    UUID clipID;
-    std::vector<ClipTake> takes;
-    UUID committedTakeID;
-    std::optional<UUID> previewTakeID;
+    UUID clipID{};
+    std::vector<ClipTake> takes{};
+    UUID committedTakeID{};
+    std::optional<UUID> previewTakeID{};
 
     /// The take on trial if there is one, else the committed one.
     [[nodiscard]] UUID activeTakeID() const { return previewTakeID.value_or(committedTakeID); }
@@ -52,8 +52,8 @@ struct TakeGroup {
 
 /// The clips of an edit, by lane, then start, then id, and their takes. Both keys are required in JSON.
 struct VideoTrack {
-    std::vector<TimelineClip> clips;
-    std::vector<TakeGroup> takeGroups;
+    std::vector<TimelineClip> clips{};
+    std::vector<TakeGroup> takeGroups{};
 
     [[nodiscard]] VideoTrack normalized() const;
     void normalizeClipOrder();

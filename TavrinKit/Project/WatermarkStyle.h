@@ -18,7 +18,7 @@ struct WatermarkStyle {
     bool enabled = false;
     WatermarkKind kind = WatermarkKind::text;
     std::string text = "Tavrin"; ///< without white space at its ends
-    std::optional<std::string> imagePath;
+    std::optional<std::string> imagePath{};
     double opacity = 0.28;         ///< 0...1
     double widthFraction = 0.18;   ///< of the output's width, 0.08...0.5
     double marginFraction = 0.035; ///< 0...0.2
@@ -31,7 +31,7 @@ struct WatermarkStyle {
 };
 
 struct WatermarkTrack {
-    WatermarkStyle style;
+    WatermarkStyle style{};
 
     friend bool operator==(const WatermarkTrack&, const WatermarkTrack&) = default;
 };

@@ -20,7 +20,7 @@ struct ZoomSegment {
     UUID id = UUID::make();
     double startTime = 0;
     double endTime = 0; ///< at least `startTime`
-    Vec2 focus;         ///< a fraction of the picture when both are in 0...1, else pixels; y upward
+    Vec2 focus{};       ///< a fraction of the picture when both are in 0...1, else pixels; y upward
     double scale = 1;   ///< at least 1
     bool enabled = true;
     ZoomMode mode = ZoomMode::automatic;
@@ -35,7 +35,7 @@ struct ZoomSegment {
 /// All zooms of an edit. The operations keep the segments sorted by start; those that name a segment which
 /// isn't there do nothing.
 struct ZoomTrack {
-    std::vector<ZoomSegment> segments;
+    std::vector<ZoomSegment> segments{};
 
     /// Sorted by start; segments of one start stay in their order.
     [[nodiscard]] ZoomTrack normalized() const;

@@ -61,6 +61,9 @@ Json parseJson(std::string_view text) {
         }
         return true;
     };
+    if (text.find('\0') != std::string_view::npos) { // the parser would take it for the end
+        throw JsonError(JsonErrorKind::malformed, "A zero byte in the text.");
+    }
     try {
         return Json::parse(text.begin(), text.end(), watchDepth);
     } catch (const nlohmann::json::exception& error) {

@@ -1,0 +1,347 @@
+#include <cctype>
+#include <limits>
+#include <set>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "TavrinKit/Project/EditsDocument.h"
+#include "TavrinKit/Project/PremiumDefaults.h"
+
+namespace tavrin {
+namespace {
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+/// A document in which every key is there, and no value is its default.
+EditsDocument full() {
+    EditsDocument document;
+    TimelineModel& timeline = document.timeline;
+    const UUID group = UUID::make();
+    const TimelineClip clip{
+        .sourceID = "a", .sourceRange = {1, 2}, .timelineRange = {3, 4}, .lane = 2, .takeGroupID = group};
+    const ClipTake take{.sourceID = "b", .sourceRange = {5, 6}, .label = "second"};
+    timeline.videoTrack = {{clip}, {{group, clip.id, {take}, take.id, take.id}}};
+    timeline.trimRange = ClipTimeRange{0.5, 9.25};
+    timeline.cropTrack.region = {0.1, 0.2, 0.3, 0.4};
+    timeline.speedTrack.regions = {{.startTime = 1, .endTime = 2, .speed = PlaybackSpeed::x025},
+                                   {.startTime = 2, .endTime = 3, .speed = PlaybackSpeed::x175}};
+    timeline.zoomTrack.segments = {{.startTime = 1,
+                                    .endTime = 2,
+                                    .focus = {0.5, 700},
+                                    .scale = 2,
+                                    .enabled = false,
+                                    .mode = ZoomMode::manual,
+                                    .transitionStyle = ZoomTransitionStyle::snappy}};
+    timeline.cursorTrack.style = {1.5,
+                                  CursorSmoothingPreset::high,
+                                  false,
+                                  ClickHighlightStyle::halo,
+                                  3,
+                                  CursorBodyStyle::touch,
+                                  0.5,
+                                  0.6,
+                                  CursorEndBehavior::loopTail,
+                                  0.7,
+                                  true,
+                                  CursorGlyphSelectionMode::manual,
+                                  CursorGlyphKind::zoomOut,
+                                  0.8,
+                                  0.1,
+                                  CursorTrailStyle::dynamic,
+                                  0.2,
+                                  0.3,
+                                  0.4};
+    timeline.framingTrack.style = {
+        1, 2, {0.3, 4, 5, 6}, BackgroundStyle::wallpaper(BuiltInWallpaperStyle::graphite)};
+    timeline.watermarkTrack.style = {true, WatermarkKind::image,    " x ", "/logo.png", 0.5, 0.3,
+                                     0.1,  WatermarkAnchor::center, false};
+    timeline.cameraPiPTrack.style = {true,
+                                     CameraPiPAnchor::topLeft,
+                                     0.3,
+                                     0.1,
+                                     0.2,
+                                     0.4,
+                                     0.5,
+                                     6,
+                                     CameraPiPShape::circle,
+                                     CameraPiPLayoutMode::focusAware,
+                                     0.1,
+                                     CameraPiPBackgroundTreatment::glow};
+    timeline.motionBlurStyle.intensity = 0.5;
+    timeline.typingTrack.style = {false, 0.5, 2, 0.7, 0.6, 3};
+    timeline.annotationTrack.regions = {
+        {.startTime = 1,
+         .endTime = 2,
+         .type = AnnotationType::figure,
+         .content = "c",
+         .imagePath = "  ",
+         .position = {0.1, 0.2},
+         .size = {0.5, 0.6},
+         .style = {"#1", "#2", "#3", 20, AnnotationFontWeight::semibold, AnnotationTextAlignment::trailing, 1,
+                   2, 0.3},
+         .zIndex = 4,
+         .figure = AnnotationFigureData{AnnotationFigureShape::circle, AnnotationArrowDirection::downLeft}}};
+    timeline.extraAudioTrack.regions = {{.startTime = 1, .endTime = 2, .filePath = " a.wav ", .volume = 0.5}};
+    timeline.audioMix.setStyle({-3, true, 1, 2, NoiseReductionLevel::medium}, AudioTrackRole::camera);
+    timeline.audioMix.setStyle({4, false, 3, 4, NoiseReductionLevel::low}, AudioTrackRole::system);
+    document.audioRouting = {{AudioTrackRole::camera, AudioTrackRole::system}, true};
+    document.exportSettings.selectedAspect = ExportAspectPreset::vertical3x4;
+    return document;
+}
+
+TEST(EditsDocumentTests, comesBackWhole) {
+    for (const EditsDocument& document :
+         {full(), EditsDocument(), EditsDocument{PremiumDefaults::timelineModel(), {}, {}}}) {
+        EXPECT_EQ(decodeDocument<EditsDocument>(encodeDocument(document)), document);
+    }
+    for (const BackgroundStyle& background :
+         {BackgroundStyle::solid("#123456"), BackgroundStyle::gradient("#1", "#2"),
+          BackgroundStyle::image("/a b.png")}) {
+        EXPECT_EQ(decodeDocument<BackgroundStyle>(encodeDocument(background)), background);
+    }
+}
+
+/// The names in a file are a contract with every file that exists.
+TEST(EditsDocumentTests, itsFormIsWhatFilesHold) {
+    Json json;
+    encode(json, full());
+    const Json& timeline = json["timeline"];
+    EXPECT_EQ(timeline["audioMix"]["trackStyles"][0], "system");
+    EXPECT_EQ(timeline["audioMix"]["trackStyles"][1]["noiseReductionLevel"], "low");
+    EXPECT_EQ(timeline["audioMix"]["trackStyles"][2], "camera");
+    EXPECT_EQ(timeline["speedTrack"]["regions"][0]["speed"], 0.25);
+    EXPECT_EQ(timeline["speedTrack"]["regions"][1]["speed"], 1.75);
+    EXPECT_EQ(timeline["framingTrack"]["style"]["background"], (Json{{"wallpaper", {{"id", "graphite"}}}}));
+    EXPECT_EQ(timeline["zoomTrack"]["segments"][0]["focus"], (Json{{"x", 0.5}, {"y", 700.0}}));
+    EXPECT_EQ(json["exportSettings"], (Json{{"selectedAspect", "vertical3x4"}}));
+    Json empty;
+    encode(empty, EditsDocument());
+    EXPECT_FALSE(empty["timeline"].contains("trimRange"));
+    EXPECT_EQ(empty["exportSettings"], Json::object());
+    Json automatic;
+    encode(automatic, ZoomSegment());
+    EXPECT_EQ(automatic["mode"], "auto");
+}
+
+TEST(EditsDocumentTests, anEmptyObjectIsTheDefaultDocument) {
+    const auto document = decodeDocument<EditsDocument>("{}");
+    EXPECT_EQ(document, EditsDocument());
+    EXPECT_THAT(document.audioRouting.preferredRoles,
+                testing::ElementsAre(AudioTrackRole::microphone, AudioTrackRole::system));
+    EXPECT_EQ(decodeDocument<TimelineModel>(R"({"cursorTrack":{"style":{}}})"), TimelineModel());
+}
+
+/// Takes every key out of a full document in turn. Which of them may be missing is stated here by the object
+/// that holds them; all others must be refused with their place.
+TEST(EditsDocumentTests, exactlyTheToleratedKeysMayBeMissing) {
+    const std::set<std::string> tolerantObjects{"",
+                                                "/timeline",
+                                                "/exportSettings",
+                                                "/timeline/cursorTrack/style",
+                                                "/timeline/cameraPiPTrack/style",
+                                                "/timeline/typingTrack/style",
+                                                "/timeline/zoomTrack/segments/0"};
+    const std::set<std::string> optionalKeys{"takeGroupID", "previewTakeID", "imagePath", "figure"};
+    Json whole;
+    encode(whole, full());
+    std::set<std::string> keys;
+    const Json leaves = whole.flatten();
+    for (const auto& [leaf, value] : leaves.items()) {
+        for (Json::json_pointer key(leaf); !key.empty(); key.pop_back()) {
+            if (!std::isdigit(key.back()[0])) {
+                keys.insert(key.to_string());
+            }
+        }
+    }
+    EXPECT_GT(keys.size(), 130U);
+    for (const std::string& key : keys) {
+        const Json::json_pointer pointer(key);
+        Json document = whole;
+        const Json::json_pointer parent = pointer.parent_pointer();
+        document[parent].erase(pointer.back());
+        const bool tolerated =
+            tolerantObjects.contains(parent.to_string()) || optionalKeys.contains(pointer.back());
+        std::string path = "accepted";
+        try {
+            static_cast<void>(decodeDocument<EditsDocument>(encodeJson(document)));
+        } catch (const JsonError& error) {
+            path = error.path();
+        }
+        std::string expected = "accepted";
+        if (!tolerated) { // "/a/0/b" is a[0].b
+            expected = key.substr(1);
+            for (std::size_t at = 0; (at = expected.find('/', at)) != std::string::npos;) {
+                const bool isIndex = std::isdigit(expected[at + 1]) != 0;
+                expected.replace(at, isIndex ? 2 : 1, isIndex ? "[" + expected.substr(at + 1, 1) + "]" : ".");
+            }
+        }
+        EXPECT_EQ(path,
+                  key.starts_with("/timeline/framingTrack/style/background/wallpaper") && key.ends_with("r")
+                      ? "timeline.framingTrack.style.background"
+                      : expected);
+    }
+}
+
+TEST(EditsDocumentTests, refusesWrongValuesWithTheirPlace) {
+    const struct {
+        const char* pointer;
+        const char* value;
+        const char* path;
+    } cases[] = {
+        {"/timeline/cursorTrack", "{}", "timeline.cursorTrack.style"},
+        {"/timeline/cursorTrack/style/smoothing", "\"huge\"", "timeline.cursorTrack.style.smoothing"},
+        {"/timeline/typingTrack/style/maxVisibleChips", "1.5", "timeline.typingTrack.style.maxVisibleChips"},
+        {"/timeline/speedTrack/regions/1/speed", "1.0", "timeline.speedTrack.regions[1].speed"},
+        {"/timeline/speedTrack/regions/0/id", "\"1234\"", "timeline.speedTrack.regions[0].id"},
+        {"/timeline/speedTrack/regions", "{}", "timeline.speedTrack.regions"},
+        {"/timeline/zoomTrack/segments/0/enabled", "1", "timeline.zoomTrack.segments[0].enabled"},
+        {"/timeline/audioMix/trackStyles", "[\"system\"]", "timeline.audioMix.trackStyles"},
+        {"/timeline/audioMix/trackStyles/2", "\"speaker\"", "timeline.audioMix.trackStyles[2]"},
+        {"/timeline/trimRange", "[1, 2]", "timeline.trimRange"},
+        {"/timeline/framingTrack/style/background", "{}", "timeline.framingTrack.style.background"},
+        {"/timeline/framingTrack/style/background/solid", R"({"colorHex":"#1"})",
+         "timeline.framingTrack.style.background"},
+        {"/exportSettings/selectedAspect", "\"16:9\"", "exportSettings.selectedAspect"},
+        {"/timeline", "[]", "timeline"},
+    };
+    for (const auto& [pointer, value, path] : cases) {
+        Json json;
+        encode(json, full());
+        json[Json::json_pointer(pointer)] = parseJson(value);
+        try {
+            static_cast<void>(decodeDocument<EditsDocument>(encodeJson(json)));
+            ADD_FAILURE() << pointer;
+        } catch (const JsonError& error) {
+            EXPECT_EQ(error.path(), path);
+            if (error.path().ends_with("background")) {
+                EXPECT_EQ(error.reason(), "Invalid number of keys found, expected one.");
+            }
+        }
+    }
+    EXPECT_THROW(static_cast<void>(decodeDocument<EditsDocument>("[]")), JsonError);
+}
+
+TEST(EditsDocumentTests, someDecodersNormalizeAndOthersKeepWhatTheFileSays) {
+    const auto cursor = decodeDocument<CursorStyle>(
+        R"({"sizeMultiplier":9,"idleHideAfterSeconds":0,"shakeReduction":-1,"glyphStabilizationSeconds":2,
+            "endLoopDurationSeconds":0,"clickHighlightDurationSeconds":2,"clickHighlightIntensity":2,
+            "trailLengthSeconds":2,"trailIntensity":-1,"idleFadeDurationSeconds":0})");
+    EXPECT_EQ(cursor, (CursorStyle{.sizeMultiplier = 2.5,
+                                   .idleHideAfterSeconds = 0.2,
+                                   .shakeReduction = 0,
+                                   .glyphStabilizationSeconds = 1.2,
+                                   .endLoopDurationSeconds = 0.12,
+                                   .clickHighlightDurationSeconds = 1.2,
+                                   .clickHighlightIntensity = 1,
+                                   .trailLengthSeconds = 1.2,
+                                   .trailIntensity = 0,
+                                   .idleFadeDurationSeconds = 0.05}));
+    EXPECT_EQ(
+        decodeDocument<TypingStyle>(
+            R"({"burstGapSeconds":0,"holdDurationSeconds":9,"fadeDurationSeconds":9,"keyPopDurationSeconds":9,
+                      "maxVisibleChips":100})"),
+        (TypingStyle{true, 0.08, 3, 1.4, 0.7, 16}));
+    EXPECT_EQ(decodeDocument<TypingStyle>(R"({"maxVisibleChips":0})").maxVisibleChips, 1);
+    const auto camera = decodeDocument<CameraPiPStyle>(
+        R"({"widthFraction":1,"marginFraction":0,"cornerRadiusFraction":1,"shadowOpacity":-1,"borderOpacity":2,
+            "borderWidth":11,"focusReactionStrength":2})");
+    EXPECT_EQ(camera, (CameraPiPStyle{.widthFraction = 0.45,
+                                      .marginFraction = 0.01,
+                                      .cornerRadiusFraction = 0.5,
+                                      .shadowOpacity = 0,
+                                      .borderOpacity = 1,
+                                      .borderWidth = 10,
+                                      .focusReactionStrength = 1}));
+    const auto zoom = decodeDocument<ZoomSegment>(R"({"startTime":5,"endTime":3,"scale":0.5})");
+    EXPECT_EQ(zoom, (ZoomSegment{.id = zoom.id, .startTime = 5, .endTime = 5}));
+    EXPECT_NE(zoom.id, decodeDocument<ZoomSegment>("{}").id);
+
+    EditsDocument raw = full();
+    raw.timeline.watermarkTrack.style.opacity = 7;
+    raw.timeline.motionBlurStyle.intensity = 3;
+    raw.timeline.cropTrack.region = {-1, 2, 0, 5};
+    raw.timeline.trimRange = ClipTimeRange{5, -1};
+    raw.timeline.framingTrack.style.padding = -1;
+    raw.timeline.framingTrack.style.shadow.opacity = 2;
+    raw.timeline.videoTrack.clips[0].lane = -4;
+    std::swap(raw.timeline.speedTrack.regions[0], raw.timeline.speedTrack.regions[1]);
+    raw.timeline.annotationTrack.regions[0].style.fontSize = 1000;
+    EXPECT_EQ(decodeDocument<EditsDocument>(encodeDocument(raw)), raw);
+}
+
+TEST(RecordTests, normalizingHoldsEveryValueInItsRange) {
+    EXPECT_EQ((ClipTimeRange{-1, nan}.normalized()), (ClipTimeRange{0, 0}));
+    EXPECT_EQ((ClipTimeRange{infinity, 3}.normalized()), (ClipTimeRange{0, 3}));
+    EXPECT_EQ((ClipTimeRange{4, 3}.normalized()), (ClipTimeRange{4, 4}));
+    EXPECT_EQ((ClipTimeRange{4, infinity}.normalized()), (ClipTimeRange{4, 4}));
+    EXPECT_EQ(MotionBlurStyle{nan}.normalized().intensity, 0);
+    EXPECT_EQ(MotionBlurStyle{1}.normalized().intensity, 0.65);
+    EXPECT_EQ((ShadowStyle{2, -1, -5, nan}.normalized().blurRadius), 0);
+    const WatermarkStyle mark =
+        WatermarkStyle{
+            .text = " \n a b\t", .imagePath = "  ", .opacity = 7, .widthFraction = 0, .marginFraction = 1}
+            .normalized();
+    EXPECT_EQ(
+        mark,
+        (WatermarkStyle{
+            .text = "a b", .imagePath = "", .opacity = 1, .widthFraction = 0.08, .marginFraction = 0.2}));
+    const AnnotationRegion region = AnnotationRegion{.startTime = -3,
+                                                     .endTime = nan,
+                                                     .imagePath = " \t ",
+                                                     .position = {nan, 2},
+                                                     .size = {0, infinity},
+                                                     .zIndex = -2}
+                                        .normalized();
+    EXPECT_EQ(region, (AnnotationRegion{.id = region.id, .position = {0.35, 0.95}, .size = {0.05, 0.2}}));
+    EXPECT_EQ((AnnotationStyle{.fontSize = 200, .borderRadius = -1, .strokeWidth = 0, .shadowOpacity = 2}
+                   .normalized()),
+              (AnnotationStyle{.fontSize = 96, .borderRadius = 0, .strokeWidth = 1, .shadowOpacity = 1}));
+    for (const auto& [volume, expected] : {std::pair{nan, 1.0}, {infinity, 1.0}, {3.0, 2.0}, {-1.0, 0.0}}) {
+        EXPECT_EQ(ExtraAudioRegion{.volume = volume}.normalized().volume, expected);
+    }
+    EXPECT_EQ((AudioTrackStyle{-30, true, -1, 20, {}}.normalized()), (AudioTrackStyle{-24, true, 0, 10, {}}));
+    EXPECT_EQ(TimelineClip{.lane = -1}.normalized().lane, 0);
+}
+
+TEST(RecordTests, aCropStaysInThePicture) {
+    const struct {
+        CropRegion given;
+        CropRegion expected;
+    } cases[] = {
+        {{nan, -1, infinity, nan}, {0, 0, 1, 1}},
+        {{0.5, 0.5, 1, 1}, {0, 0, 1, 1}},
+        {{0.9, 2, 0.5, 0}, {0.5, 0.95, 0.5, 0.05}},
+        {{0.25, 0.5, 0.5, 0.25}, {0.25, 0.5, 0.5, 0.25}},
+    };
+    for (const auto& [given, expected] : cases) {
+        const CropRegion crop = given.normalized();
+        EXPECT_NEAR(crop.x, expected.x, 1e-15);
+        EXPECT_NEAR(crop.y, expected.y, 1e-15);
+        EXPECT_NEAR(crop.width, expected.width, 1e-15);
+        EXPECT_NEAR(crop.height, expected.height, 1e-15);
+        EXPECT_LE(crop.maxX(), 1);
+        EXPECT_LE(crop.maxY(), 1);
+    }
+    EXPECT_TRUE((CropRegion{0.00009, 0, 1, 0.99991}.isFullFrame()));
+    EXPECT_FALSE((CropRegion{0, 0, 0.9998, 1}.isFullFrame()));
+}
+
+TEST(RecordTests, aNewRecordingStartsWithMoreThanThePlainDefaults) {
+    TimelineModel expected;
+    expected.cursorTrack.style.sizeMultiplier = 1.6;
+    expected.cursorTrack.style.shakeReduction = 0.35;
+    expected.cursorTrack.style.glyphStabilizationSeconds = 0.18;
+    expected.framingTrack.style = {
+        52, 22, {0.28, 34, 0, 12}, BackgroundStyle::gradient("#0f172a", "#334155")};
+    expected.cameraPiPTrack.style.widthFraction = 0.22;
+    expected.cameraPiPTrack.style.borderOpacity = 0.22;
+    expected.cameraPiPTrack.style.layoutMode = CameraPiPLayoutMode::focusAware;
+    expected.cameraPiPTrack.style.focusReactionStrength = 0.85;
+    expected.cameraPiPTrack.style.backgroundTreatment = CameraPiPBackgroundTreatment::plate;
+    EXPECT_EQ(PremiumDefaults::timelineModel(), expected);
+}
+
+} // namespace
+} // namespace tavrin

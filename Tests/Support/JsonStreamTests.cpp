@@ -1,0 +1,305 @@
+#include <cmath>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "TavrinKit/Support/JsonReader.h"
+#include "TavrinKit/Support/JsonWriter.h"
+
+namespace tavrin {
+namespace {
+
+/// A source that hands out a few bytes at a time, so that every token meets an end of the buffer.
+JsonReader::Source inPieces(std::string_view text, std::size_t size) {
+    return [text, size](char* buffer, std::size_t room) mutable {
+        const std::size_t count = std::min({size, room, text.size()});
+        text.copy(buffer, count);
+        text.remove_prefix(count);
+        return count;
+    };
+}
+
+/// Reads an object whose keys say by their first letter what their values are.
+Json readTree(JsonReader& reader) {
+    Json tree;
+    reader.readObject([&](std::string_view keyView) {
+        const std::string key(keyView);
+        switch (key[0]) {
+        case 's':
+            tree[key] = reader.readString();
+            break;
+        case 'n':
+            tree[key] = reader.readNumber();
+            break;
+        case 'b':
+            tree[key] = reader.readBool();
+            break;
+        case 'a':
+            tree[key] = Json::array();
+            reader.readArray([&](std::size_t) {
+                tree[key].push_back(reader.readNull() ? Json() : Json(reader.readNumber()));
+            });
+            break;
+        default:
+            reader.skipValue();
+        }
+    });
+    reader.finish();
+    return tree;
+}
+
+const std::string document =
+    R"({"s1": "plain text that is longer than eight", "s2": "\u00e9\ud83d\ude00\n\\\"\/",
+  "s3": "é😀 ߿ࠀ￿", "s4": "", "skey\u0041": "escaped key", "n1": -0.5e-3, "n2": 12345678901234567890,
+  "n3": 1e-400, "n4": 0, "b1": true, "b2" : false, "a1": [], "a2": [1, null,2.25 ], "x": {"y": [[{}], "z", null]}} )";
+
+TEST(JsonReaderTests, readsTheSameValuesHoweverTheTextArrives) {
+    Json expected = parseJson(document);
+    expected.erase("x");
+    for (const std::size_t size : {1, 2, 3, 7, 64, 100000}) {
+        JsonReader reader(inPieces(document, size));
+        EXPECT_EQ(readTree(reader), expected) << size;
+    }
+    JsonReader reader{std::string_view(document)};
+    EXPECT_EQ(readTree(reader), expected);
+}
+
+bool accepts(JsonReader&& reader) {
+    try {
+        reader.skipValue();
+        reader.finish();
+        return true;
+    } catch (const JsonError& error) {
+        EXPECT_EQ(error.kind(), JsonErrorKind::malformed);
+        return false;
+    }
+}
+
+bool treeAccepts(const std::string& text) {
+    try {
+        static_cast<void>(parseJson(text));
+        return true;
+    } catch (const JsonError&) {
+        return false;
+    }
+}
+
+/// The two ways of reading must agree on what is JSON: on cases that are easily got wrong, and on a document
+/// whose bytes are changed, removed or doubled at random.
+TEST(JsonReaderTests, agreesWithTheTreeParser) {
+    std::vector<std::string> texts{"",
+                                   " ",
+                                   "nul",
+                                   "nulll",
+                                   "NaN",
+                                   "Infinity",
+                                   "-Infinity",
+                                   "-",
+                                   "01",
+                                   "1.",
+                                   ".5",
+                                   "1e",
+                                   "1e+",
+                                   "+1",
+                                   "-0",
+                                   "1e400",
+                                   "-1e400",
+                                   "1E5",
+                                   "0x10",
+                                   "[1,]",
+                                   "[,1]",
+                                   "[1 2]",
+                                   "{\"a\":1,}",
+                                   "{\"a\"}",
+                                   "{a:1}",
+                                   "{\"a\":}",
+                                   "[1]]",
+                                   "[1] 2",
+                                   "\"",
+                                   "\"\\",
+                                   "\"\\x\"",
+                                   "\"\\u12g4\"",
+                                   "\"\\ud800\"",
+                                   "\"\\ud800\\u0041\"",
+                                   "\"\\udc00\"",
+                                   "\"\\u-123\"",
+                                   "\"\t\"",
+                                   "\"\x7f\"",
+                                   "\"\xc3\"",
+                                   "\"\xc0\xaf\"",
+                                   "\"\xed\xa0\x80\"",
+                                   "\"\xf4\x90\x80\x80\"",
+                                   "\"\xe0\x80\x80\"",
+                                   "\"\xf0\x9f\x98\x80\"",
+                                   "//x\n1",
+                                   "[1}",
+                                   "{\"a\":1]",
+                                   std::string("\"a\0b\"", 5),
+                                   "'a'",
+                                   "tru",
+                                   "[true, false,null]"};
+    std::mt19937 random(7);
+    for (int i = 0; i < 20000; ++i) {
+        std::string text = document;
+        for (unsigned changes = random() % 3 + 1; changes > 0; --changes) {
+            const std::size_t at = random() % text.size();
+            switch (random() % 4) {
+            case 0:
+                text[at] = char(random());
+                break;
+            case 1:
+                text.erase(at, random() % 4 + 1);
+                break;
+            case 2:
+                text.insert(at, text, random() % text.size(), random() % 6);
+                break;
+            default:
+                text[at] = "{}[]\",:\\0e.-"[random() % 12];
+            }
+            if (text.empty()) {
+                text = " ";
+            }
+        }
+        texts.push_back(std::move(text));
+    }
+    int accepted = 0;
+    for (const std::string& text : texts) {
+        const bool expected = treeAccepts(text);
+        accepted += expected;
+        ASSERT_EQ(accepts(JsonReader(std::string_view(text))), expected) << text;
+        ASSERT_EQ(accepts(JsonReader(inPieces(text, 5))), expected) << text;
+    }
+    EXPECT_GT(accepted, 1000);
+    EXPECT_LT(accepted, 15000);
+}
+
+TEST(JsonReaderTests, refusesDeepNestingAtTheSameLevel) {
+    for (const bool objects : {false, true}) {
+        for (const int depth : {maximumJsonDepth - 1, maximumJsonDepth, maximumJsonDepth + 2, 1000000}) {
+            std::string text;
+            for (int i = 0; i < depth; ++i) {
+                text += objects ? "{\"a\":" : "[";
+            }
+            text += "0";
+            text.append(std::size_t(depth), objects ? '}' : ']');
+            EXPECT_EQ(accepts(JsonReader(std::string_view(text))), depth <= maximumJsonDepth) << depth;
+            EXPECT_EQ(treeAccepts(text), depth <= maximumJsonDepth) << depth;
+        }
+    }
+}
+
+TEST(JsonReaderTests, aTokenMayBeLargerThanTheBuffer) {
+    const std::string text =
+        "[\"" + std::string(3000000, 'x') + "\", 1" + std::string(1000000, '0') + "e-1000000]";
+    JsonReader reader(inPieces(text, 50001));
+    std::size_t length = 0;
+    double number = 0;
+    reader.readArray([&](std::size_t index) {
+        if (index == 0) {
+            length = reader.readString().size();
+        } else {
+            number = reader.readNumber();
+        }
+    });
+    reader.finish();
+    EXPECT_EQ(length, 3000000U);
+    EXPECT_EQ(number, 1);
+}
+
+struct Record {
+    double number = -1;
+    std::optional<std::int64_t> count;
+    Vec2 place;
+};
+
+Record readRecordOf(std::string_view text) {
+    Record record;
+    JsonReader reader(text);
+    reader.readRecord(JsonReader::required("number", record.number),
+                      JsonReader::tolerated("count", record.count),
+                      JsonReader::required("place", record.place));
+    reader.finish();
+    return record;
+}
+
+TEST(JsonReaderTests, recordsAreReadAsTheTreeDoes) {
+    const Record record =
+        readRecordOf(R"({"place":{"y":2,"x":1,"z":[]}, "count":3.0, "number":4, "number":5, "more":{}})");
+    EXPECT_EQ(record.number, 5);
+    EXPECT_EQ(record.count, 3);
+    EXPECT_EQ(record.place, (Vec2{1, 2}));
+    EXPECT_FALSE(readRecordOf(R"({"place":{"y":2,"x":1}, "count":3, "count":null, "number":4})").count);
+
+    const struct {
+        const char* text;
+        JsonErrorKind kind;
+        const char* path;
+    } cases[] = {
+        {R"({"place":{"x":1,"y":2}})", JsonErrorKind::missingKey, "number"},
+        {R"({"number":1,"number":null,"place":{"x":1,"y":2}})", JsonErrorKind::missingKey, "number"},
+        {R"({"number":1,"place":{"x":1}})", JsonErrorKind::missingKey, "place.y"},
+        {R"({"number":1,"place":{"x":1,"y":"2"}})", JsonErrorKind::typeMismatch, "place.y"},
+        {R"({"number":1,"place":[1,2]})", JsonErrorKind::typeMismatch, "place"},
+        {R"({"number":1,"place":{"x":1,"y":2},"count":1.5})", JsonErrorKind::typeMismatch, "count"},
+        {R"({"number":1,"place":{"x":1,"y":2},"count":9223372036854775808})", JsonErrorKind::typeMismatch,
+         "count"},
+        {R"({"number":NaN,"place":{"x":1,"y":2}})", JsonErrorKind::malformed, ""},
+        {R"([])", JsonErrorKind::typeMismatch, ""},
+    };
+    for (const auto& [text, kind, path] : cases) {
+        try {
+            readRecordOf(text);
+            ADD_FAILURE() << text;
+        } catch (const JsonError& error) {
+            EXPECT_EQ(error.kind(), kind) << text;
+            EXPECT_EQ(error.path(), path) << text;
+        }
+    }
+}
+
+void writeTree(JsonWriter& writer, const Json& json) {
+    if (json.is_object()) {
+        writer.object([&] {
+            for (const auto& [key, value] : json.items()) {
+                writer.member(key, [&] { writeTree(writer, value); });
+            }
+        });
+    } else if (json.is_array()) {
+        writer.array([&] {
+            for (const Json& element : json) {
+                writer.element([&] { writeTree(writer, element); });
+            }
+        });
+    } else if (json.is_string()) {
+        writer.write(std::string_view(json.get_ref<const std::string&>()));
+    } else if (json.is_boolean()) {
+        writer.write(json.get<bool>());
+    } else if (json.is_number_float()) {
+        writer.write(json.get<double>());
+    } else {
+        writer.write(json.get<std::int64_t>());
+    }
+}
+
+std::string written(const Json& json) {
+    std::string text;
+    JsonWriter writer([&](std::string_view piece) { text += piece; });
+    writeTree(writer, json);
+    writer.finish();
+    return text;
+}
+
+TEST(JsonWriterTests, givesTheBytesOfTheTree) {
+    const Json json{
+        {"empty", Json::object()},
+        {"list", {1, -2.5, 1e-7, 1e300, 3.0, 0.1, true, Json::array(), {{"a", Json::array({1})}}}},
+        {"text", {"", "\"\\\n\x01\x7f", "é😀", std::string(200000, 'x')}},
+        {"\"key\"", 1}};
+    EXPECT_EQ(written(json), encodeJson(json));
+    for (const Json& bad : {Json(std::nan("")), Json(INFINITY), Json("\xff"), Json{{"\xc3", 1}}}) {
+        EXPECT_THROW(written(bad), JsonError);
+    }
+}
+
+} // namespace
+} // namespace tavrin
