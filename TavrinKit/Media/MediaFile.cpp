@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cmath>
 #include <string_view>
+#include <vector>
 
 #include <fmt/format.h>
 #include <sys/stat.h>
@@ -60,6 +61,7 @@ MediaFile::MediaFile(const std::filesystem::path& path) : path_(path) {
         const std::string_view known = explain(code);
         throw MediaError::unreadable(path, known.empty() ? ffmpeg::reason(code) : std::string(known));
     }
+    context_->flags |= AVFMT_FLAG_DISCARD_CORRUPT;
     // Times in a MOV or MP4 count from the movie's start, whatever its tracks begin with.
     if (!isMov(*context_) && context_->start_time != AV_NOPTS_VALUE) {
         origin_ = double(context_->start_time) / AV_TIME_BASE;
@@ -71,7 +73,15 @@ MediaFile::~MediaFile() {
 }
 
 void MediaFile::analyse() {
-    if (const int code = avformat_find_stream_info(context_, nullptr); code < 0) {
+    std::vector<AVDictionary*> limits(context_->nb_streams, nullptr);
+    for (AVDictionary*& limit : limits) {
+        av_dict_set_int(&limit, "max_pixels", ffmpeg::mostPixels, 0);
+    }
+    const int code = avformat_find_stream_info(context_, limits.data());
+    for (AVDictionary*& limit : limits) {
+        av_dict_free(&limit);
+    }
+    if (code < 0) {
         throw MediaError::unreadable(path_, ffmpeg::reason(code));
     }
     if (!isMov(*context_) && context_->start_time != AV_NOPTS_VALUE) {
@@ -126,15 +136,18 @@ std::int64_t MediaFile::units(int index, double seconds) const {
     return std::llround(std::clamp((seconds + origin_) / av_q2d(stream(index).time_base), -most, most));
 }
 
+bool MediaFile::isExact() const {
+    return isMov(*context_);
+}
+
 double MediaFile::end(int index) const {
     const AVStream& track = stream(index);
     if (track.duration == AV_NOPTS_VALUE || track.duration <= 0) {
         return 0;
     }
-    const std::int64_t start = track.start_time == AV_NOPTS_VALUE ? 0 : track.start_time;
-    return std::max(0.0, start == 0
-                             ? double(track.duration) * av_q2d(track.time_base)
-                             : seconds(index, start) + double(track.duration) * av_q2d(track.time_base));
+    const bool hasStart = track.start_time != AV_NOPTS_VALUE && track.start_time != 0;
+    const double start = hasStart ? seconds(index, track.start_time) : 0;
+    return std::max(0.0, start + double(track.duration) * av_q2d(track.time_base));
 }
 
 } // namespace tavrin

@@ -50,6 +50,9 @@ public:
     [[nodiscard]] double seconds(int index, std::int64_t time) const;
     [[nodiscard]] std::int64_t units(int index, double seconds) const;
 
+    /// Whether the head's durations are exact rather than estimates.
+    [[nodiscard]] bool isExact() const;
+
     /// Where the track ends on the movie's clock; 0 when the head does not say.
     [[nodiscard]] double end(int index) const;
 

@@ -1,0 +1,113 @@
+#include "TavrinKit/Media/PictureNormalizer.h"
+
+#include <array>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
+#include "TavrinKit/Media/PixelConversion.h"
+
+namespace tavrin {
+namespace {
+
+AVColorSpace matrixOf(const AVFrame& frame) {
+    switch (frame.colorspace) {
+    case AVCOL_SPC_BT709:
+    case AVCOL_SPC_FCC:
+    case AVCOL_SPC_BT470BG:
+    case AVCOL_SPC_SMPTE170M:
+    case AVCOL_SPC_SMPTE240M:
+    case AVCOL_SPC_BT2020_NCL:
+        return frame.colorspace;
+    default:
+        return frame.height >= 720 ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
+    }
+}
+
+/// The formats with a J are the plain ones in full range; their old names only make swscale complain.
+std::pair<AVPixelFormat, bool> formatAndRangeOf(const AVFrame& frame) {
+    const bool isFull = frame.color_range == AVCOL_RANGE_JPEG;
+    switch (frame.format) {
+    case AV_PIX_FMT_YUVJ420P:
+        return {AV_PIX_FMT_YUV420P, true};
+    case AV_PIX_FMT_YUVJ422P:
+        return {AV_PIX_FMT_YUV422P, true};
+    case AV_PIX_FMT_YUVJ444P:
+        return {AV_PIX_FMT_YUV444P, true};
+    case AV_PIX_FMT_YUVJ440P:
+        return {AV_PIX_FMT_YUV440P, true};
+    default:
+        return {AVPixelFormat(frame.format), isFull};
+    }
+}
+
+PixelBuffer oriented(const PixelBuffer& picture, const Orientation& orientation) {
+    const PixelSize from = picture.size();
+    const PixelSize to = orientation.transposed ? PixelSize{from.height, from.width} : from;
+    const PixelBuffer result = PixelBuffer::allocate(PixelFormat::bgra8, to);
+    for (int y = 0; y < to.height; ++y) {
+        const int shownY = orientation.flippedY ? to.height - 1 - y : y;
+        std::uint8_t* out = result.row(0, y);
+        for (int x = 0; x < to.width; ++x, out += 4) {
+            const int shownX = orientation.flippedX ? to.width - 1 - x : x;
+            const std::uint8_t* in = orientation.transposed
+                                         ? picture.row(0, shownX) + std::ptrdiff_t(4) * shownY
+                                         : picture.row(0, shownY) + std::ptrdiff_t(4) * shownX;
+            std::memcpy(out, in, 4);
+        }
+    }
+    return result;
+}
+
+PixelBuffer wrap(ffmpeg::Frame frame) {
+    const std::shared_ptr<const AVFrame> owner(std::move(frame));
+    PixelBuffer::Planes planes{};
+    for (std::size_t i = 0; i < 3; ++i) {
+        planes[i] = {owner->data[i], owner->linesize[i], i == 0 ? owner->width : (owner->width + 1) / 2,
+                     i == 0 ? owner->height : (owner->height + 1) / 2};
+    }
+    return PixelBuffer::wrap(PixelFormat::i420, {owner->width, owner->height}, planes, owner);
+}
+
+} // namespace
+
+PixelBuffer PictureNormalizer::normalize(ffmpeg::Frame frame) {
+    return isNormal(*frame) ? wrap(std::move(frame)) : convert(*frame);
+}
+
+bool PictureNormalizer::isNormal(const AVFrame& frame) const {
+    return frame.format == AV_PIX_FMT_YUV420P && frame.color_range != AVCOL_RANGE_JPEG &&
+           matrixOf(frame) == AVCOL_SPC_BT709 && PixelSize{frame.width, frame.height} == size_ &&
+           orientation_.isUpright();
+}
+
+PixelBuffer PictureNormalizer::convert(const AVFrame& frame) {
+    const auto [format, isFull] = formatAndRangeOf(frame);
+    scaler_.reset(sws_getCachedContext(
+        scaler_.release(), frame.width, frame.height, format, size_.width, size_.height, AV_PIX_FMT_BGRA,
+        SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr));
+    if (!scaler_) {
+        return {};
+    }
+    const int* matrix = sws_getCoefficients(matrixOf(frame));
+    sws_setColorspaceDetails(scaler_.get(), matrix, isFull ? 1 : 0, matrix, 1, 0, 1 << 16, 1 << 16);
+    PixelBuffer colours = PixelBuffer::allocate(PixelFormat::bgra8, size_);
+    std::array<std::uint8_t*, 4> rows = {colours.row(0, 0)};
+    const std::array<int, 4> strides = {int(colours.plane(0).stride)};
+    if (sws_scale(scaler_.get(), frame.data, frame.linesize, 0, frame.height, rows.data(), strides.data()) <
+        0) {
+        return {};
+    }
+    if (!orientation_.isUpright()) {
+        colours = oriented(colours, orientation_);
+    }
+    PixelBuffer picture = PixelBuffer::allocate(PixelFormat::i420, colours.size());
+    convertBGRXToI420(colours, picture, {0, 0, colours.size().width, colours.size().height});
+    return picture;
+}
+
+} // namespace tavrin

@@ -1,0 +1,117 @@
+#include "TavrinKit/Media/TrackInfo.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "TavrinKit/Media/MediaError.h"
+
+namespace tavrin {
+namespace {
+
+double measuredEnd(MediaFile& file, int track) {
+    const ffmpeg::Packet packet = ffmpeg::makePacket();
+    double end = 0;
+    while (file.read(*packet)) {
+        if (packet->stream_index == track && packet->pts != AV_NOPTS_VALUE) {
+            end =
+                std::max(end, file.seconds(track, packet->pts + std::max<std::int64_t>(0, packet->duration)));
+        }
+        av_packet_unref(packet.get());
+    }
+    file.rewind();
+    return end;
+}
+
+double endOf(MediaFile& file, int track) {
+    const double said = file.end(track);
+    return said > 0 && std::isfinite(said) ? said : measuredEnd(file, track);
+}
+
+double rateOf(const AVStream& stream) {
+    for (const AVRational rate : {stream.avg_frame_rate, stream.r_frame_rate}) {
+        if (rate.num > 0 && rate.den > 0) {
+            return av_q2d(rate);
+        }
+    }
+    return 0;
+}
+
+PixelSize shownSize(const AVStream& stream) {
+    const AVCodecParameters& parameters = *stream.codecpar;
+    PixelSize size = {parameters.width, parameters.height};
+    const AVRational aspect =
+        stream.sample_aspect_ratio.num > 0 ? stream.sample_aspect_ratio : parameters.sample_aspect_ratio;
+    if (aspect.num > 0 && aspect.den > 0) {
+        const double width = std::clamp(size.width * av_q2d(aspect), 1.0, double(ffmpeg::mostPixelsPerSide));
+        size.width = int(std::lround(width));
+    }
+    if (orientationOf(stream).transposed) {
+        std::swap(size.width, size.height);
+    }
+    return size;
+}
+
+} // namespace
+
+Orientation orientationOf(const AVStream& stream) {
+    std::size_t size = 0;
+    const auto* data = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
+    if (data == nullptr || size < 9 * sizeof(std::int32_t)) {
+        return {};
+    }
+    // x' = a x + c y,  y' = b x + d y
+    const auto* matrix = reinterpret_cast<const std::int32_t*>(data);
+    const double a = matrix[0];
+    const double b = matrix[1];
+    const double c = matrix[3];
+    const double d = matrix[4];
+    if (std::abs(a) + std::abs(d) >= std::abs(b) + std::abs(c)) {
+        return {false, a < 0, d < 0};
+    }
+    return {true, c < 0, b < 0};
+}
+
+VideoTrackInfo videoTrackInfo(MediaFile& file, int track) {
+    const AVStream& stream = file.stream(track);
+    const AVCodecParameters& parameters = *stream.codecpar;
+    VideoTrackInfo info;
+    info.naturalSize = {parameters.width, parameters.height};
+    if (!ffmpeg::isReasonable(info.naturalSize)) {
+        throw MediaError::unreadable(file.path(), fmt::format("its pictures claim to have {} x {} pixels",
+                                                              parameters.width, parameters.height));
+    }
+    info.displaySize = shownSize(stream);
+    info.nominalFrameRate = rateOf(stream);
+    info.duration = endOf(file, track);
+    info.frameCount = std::max<std::int64_t>(0, stream.nb_frames);
+    info.codecName = avcodec_get_name(parameters.codec_id);
+    const char* profile = avcodec_profile_name(parameters.codec_id, parameters.profile);
+    info.profileName = profile != nullptr ? profile : "";
+    return info;
+}
+
+AudioTrackInfo audioTrackInfo(MediaFile& file, int track) {
+    const AVCodecParameters& parameters = *file.stream(track).codecpar;
+    return {parameters.sample_rate, parameters.ch_layout.nb_channels, endOf(file, track)};
+}
+
+MediaInfo probeMedia(const std::filesystem::path& path) {
+    MediaFile file(path);
+    file.analyse();
+    MediaInfo info;
+    for (int number = 0; file.track(AVMEDIA_TYPE_VIDEO, number) >= 0; ++number) {
+        info.video.push_back(videoTrackInfo(file, file.track(AVMEDIA_TYPE_VIDEO, number)));
+        info.duration = std::max(info.duration, info.video.back().duration);
+    }
+    for (int number = 0; file.track(AVMEDIA_TYPE_AUDIO, number) >= 0; ++number) {
+        info.audio.push_back(audioTrackInfo(file, file.track(AVMEDIA_TYPE_AUDIO, number)));
+        info.duration = std::max(info.duration, info.audio.back().duration);
+    }
+    return info;
+}
+
+} // namespace tavrin

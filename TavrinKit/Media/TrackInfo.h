@@ -1,0 +1,26 @@
+#pragma once
+
+#include "TavrinKit/Media/MediaFile.h"
+#include "TavrinKit/Media/MovieReader.h"
+
+namespace tavrin {
+
+/// How stored pictures are turned to be shown: `transposed` first, then the flips, all in rows downward.
+struct Orientation {
+    bool transposed = false;
+    bool flippedX = false; ///< of the picture as shown
+    bool flippedY = false;
+
+    [[nodiscard]] bool isUpright() const { return !transposed && !flippedX && !flippedY; }
+};
+
+/// The track's rotation, to the nearest quarter turn.
+[[nodiscard]] Orientation orientationOf(const AVStream& stream);
+
+/// Of an analysed file. A duration that the head doesn't say is measured by reading all packets, after which
+/// the file stands at its start again.
+/// @throws MediaError (unreadable) for pictures of unreasonable size
+[[nodiscard]] VideoTrackInfo videoTrackInfo(MediaFile& file, int track);
+[[nodiscard]] AudioTrackInfo audioTrackInfo(MediaFile& file, int track);
+
+} // namespace tavrin

@@ -1,0 +1,49 @@
+#include <utility>
+
+#include "TavrinKit/Media/MovieReader.h"
+
+namespace tavrin {
+namespace {
+
+constexpr double tolerance = 0.5e-6; // seconds
+
+/// Nearer pictures are decoded through even when a key frame lies on the way: a seek empties the decoder.
+constexpr double nearby = 0.5;
+
+} // namespace
+
+VideoFollower::VideoFollower(std::unique_ptr<VideoReader> reader) : reader_(std::move(reader)) {}
+
+std::optional<DecodedFrame> VideoFollower::frame(double time) {
+    const bool isBack = current_ && time + tolerance < current_->time && !isFirst_;
+    const bool isFarAhead =
+        following_ && time > following_->time + nearby && reader_->hasKeyFrameBetween(following_->time, time);
+    if (!started_ || isBack || isFarAhead) {
+        start(time);
+    }
+    while (following_ && following_->time <= time + tolerance) {
+        advance();
+        isFirst_ = false;
+    }
+    return current_;
+}
+
+std::optional<double> VideoFollower::nextChange() {
+    return following_ ? std::optional(following_->time) : std::nullopt;
+}
+
+void VideoFollower::start(double time) {
+    reader_->seek(time);
+    started_ = true;
+    current_ = reader_->next();
+    following_ = current_ ? reader_->next() : std::nullopt;
+    // A picture that begins behind the time asked is the first of the movie.
+    isFirst_ = current_ && current_->time > time + tolerance;
+}
+
+void VideoFollower::advance() {
+    current_ = std::move(following_);
+    following_ = reader_->next();
+}
+
+} // namespace tavrin
