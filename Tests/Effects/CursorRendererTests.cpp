@@ -52,7 +52,7 @@ public:
         std::vector<MouseEvent> mouse;
         std::vector<CursorStateEvent> states;
         Vec2 place{0.5, 0.5};
-        double time = between(0, 1);
+        double time = between(-0.5, 1);
         for (int i = below(250); i > 0; --i) {
             const int gap = below(40);
             time += gap == 0 ? between(0.2, 2) : gap < 4 ? 0 : between(0.001, 0.03);

@@ -120,7 +120,7 @@ CursorFrameState plainCursor(double time, const EventTimeline& events, const Cur
     }
     state.position = base;
 
-    const double idle = time - std::max({0.0, mouse ? mouse->timestamp : 0.0, seen ? seen->timestamp : 0.0});
+    const double idle = time - std::max(mouse ? mouse->timestamp : 0.0, seen ? seen->timestamp : 0.0);
     const double fade = std::max(style.idleFadeDurationSeconds, 0.05);
     const double awake = style.hideWhenIdle && idle > style.idleHideAfterSeconds
                              ? std::clamp(1 - (idle - style.idleHideAfterSeconds) / fade, 0.0, 1.0)

@@ -1,0 +1,187 @@
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include "TakeOnDisk.h"
+#include "TavrinKit/Project/ProjectPackageValidationError.h"
+#include "TavrinKit/Session/EditorSession.h"
+#include "TavrinKit/Support/Files.h"
+
+namespace tavrin {
+namespace {
+
+ZoomSegment zoom(double start, double end) {
+    return {.startTime = start, .endTime = end, .focus = {0.9, 0.9}, .scale = 2};
+}
+
+EditorSession sessionWith(const EventTimeline& events = {}, ZoomTrack track = {}) {
+    EditsDocument edits;
+    edits.timeline.zoomTrack = std::move(track);
+    return EditorSession(ProjectPackage("/nowhere", ProjectManifest{}),
+                         std::make_shared<const EventTimeline>(events), edits);
+}
+
+void setPadding(EditorSession& session, double padding) {
+    session.mutateTimeline([&](TimelineModel& timeline) { timeline.framingTrack.style.padding = padding; });
+}
+
+double padding(const EditorSession& session) {
+    return session.edits().timeline.framingTrack.style.padding;
+}
+
+TEST(EditorSession, UndoAndRedoWalkThroughWholeDocuments) {
+    EditorSession session = sessionWith();
+    EXPECT_FALSE(session.undo());
+    EXPECT_FALSE(session.redo());
+    setPadding(session, 1);
+    session.setSelectedExportAspect(ExportAspectPreset::square1x1);
+    session.setAudioStyle({.gainDB = 3}, AudioTrackRole::camera);
+    const EditsDocument last = session.edits();
+    EXPECT_EQ(last.timeline.audioMix.style(AudioTrackRole::camera).gainDB, 3);
+
+    EXPECT_TRUE(session.undo());
+    EXPECT_TRUE(session.undo());
+    EXPECT_EQ(session.edits().exportSettings.selectedAspect, std::nullopt);
+    EXPECT_EQ(padding(session), 1);
+    EXPECT_TRUE(session.undo());
+    EXPECT_EQ(session.edits(), EditsDocument());
+    EXPECT_FALSE(session.canUndo());
+    while (session.redo()) {
+    }
+    EXPECT_EQ(session.edits(), last);
+}
+
+TEST(EditorSession, WhatChangesNothingIsNoStepAndKeepsTheRedoHistory) {
+    const ZoomTrack track{{zoom(5, 6), zoom(1, 2)}};
+    EditorSession session = sessionWith({}, track);
+    setPadding(session, 1);
+    ASSERT_TRUE(session.undo());
+    const UUID unknown = UUID::make();
+    const auto applyAutoZoom = [&] {
+        session.applyAutoZoom({}, AutoZoomConfig::standard(), AutoZoomApplyStrategy::mergeNonDestructive);
+    };
+    for (const std::function<void()>& nothing : std::vector<std::function<void()>>{
+             [&] { setPadding(session, padding(session)); },
+             [&] { session.setZoomMode(unknown, ZoomMode::manual); },
+             [&] { session.deleteZoomSegment(unknown); }, [&] { session.disableZoomSegment(unknown); },
+             [&] { session.setSelectedExportAspect(std::nullopt); }, applyAutoZoom}) {
+        nothing();
+        EXPECT_FALSE(session.canUndo());
+        EXPECT_TRUE(session.canRedo());
+    }
+    EXPECT_EQ(session.edits().timeline.zoomTrack, track);
+    setPadding(session, 2);
+    EXPECT_FALSE(session.canRedo());
+}
+
+TEST(EditorSession, AChangeThatThrowsLeavesNoTrace) {
+    EditorSession session = sessionWith();
+    EXPECT_THROW(session.mutateTimeline([](TimelineModel& timeline) {
+        timeline.framingTrack.style.padding = 9;
+        throw std::runtime_error("half-way");
+    }),
+                 std::runtime_error);
+    EXPECT_EQ(session.edits(), EditsDocument());
+    EXPECT_FALSE(session.canUndo());
+}
+
+TEST(EditorSession, KeepsAHundredSteps) {
+    EditorSession session = sessionWith();
+    for (int i = 1; i <= 101; ++i) {
+        setPadding(session, 100 + i);
+    }
+    int steps = 0;
+    while (session.undo()) {
+        ++steps;
+    }
+    EXPECT_EQ(steps, 100);
+    EXPECT_EQ(padding(session), 101);
+}
+
+TEST(EditorSession, CopiesGoTheirOwnWaysAndShareTheEvents) {
+    EditorSession session = sessionWith(test::clicksAt({1}));
+    setPadding(session, 1);
+    EditorSession copy = session;
+    setPadding(copy, 2);
+    EXPECT_TRUE(session.undo());
+    EXPECT_EQ(padding(copy), 2);
+    EXPECT_TRUE(copy.undo());
+    EXPECT_EQ(padding(copy), 1);
+    EXPECT_EQ(&copy.events(), &session.events());
+}
+
+TEST(EditorSession, ZoomSegmentsAreChangedByTheirId) {
+    const ZoomSegment first = zoom(1, 2);
+    EditorSession session = sessionWith({}, {{first, zoom(5, 6), first}});
+    session.setZoomMode(first.id, ZoomMode::manual);
+    EXPECT_EQ(session.edits().timeline.zoomTrack.segments[0].mode, ZoomMode::manual);
+    EXPECT_EQ(session.edits().timeline.zoomTrack.segments[1].mode, ZoomMode::automatic);
+    session.disableZoomSegment(first.id);
+    EXPECT_FALSE(session.edits().timeline.zoomTrack.segments[0].enabled);
+    EXPECT_TRUE(session.undo());
+    EXPECT_TRUE(session.edits().timeline.zoomTrack.segments[0].enabled);
+    session.deleteZoomSegment(first.id);
+    EXPECT_EQ(session.edits().timeline.zoomTrack.segments.size(), 1U);
+}
+
+TEST(EditorSession, GeneratedZoomsMergeOrReplaceAsOneStep) {
+    const ZoomTrack own{{zoom(20, 22)}};
+    const AutoZoomConfig config = AutoZoomConfig::standard();
+    EditorSession session = sessionWith(test::clicksAt({3, 10}), own);
+    session.applyAutoZoom({}, config, AutoZoomApplyStrategy::mergeNonDestructive);
+    const ZoomTrack merged = session.edits().timeline.zoomTrack;
+    ASSERT_EQ(merged.segments.size(), 3U);
+    EXPECT_EQ(merged.segments[2], own.segments[0]);
+    session.applyAutoZoom({}, config, AutoZoomApplyStrategy::mergeNonDestructive);
+    EXPECT_EQ(session.edits().timeline.zoomTrack, merged);
+    EXPECT_TRUE(session.undo());
+    EXPECT_FALSE(session.canUndo());
+    EXPECT_EQ(session.edits().timeline.zoomTrack, own);
+
+    session.applyAutoZoom({}, config, AutoZoomApplyStrategy::replaceTrack);
+    EXPECT_EQ(session.edits().timeline.zoomTrack.segments.size(), 2U);
+    EditorSession quiet = sessionWith({}, own);
+    quiet.applyAutoZoom({}, config, AutoZoomApplyStrategy::replaceTrack);
+    EXPECT_TRUE(quiet.edits().timeline.zoomTrack.segments.empty());
+}
+
+TEST(EditorSession, ReframingLeavesTheSessionAsItIs) {
+    const EditorSession session = sessionWith({}, {{zoom(1, 2)}});
+    const EditsDocument before = session.edits();
+    const TimelineModel tall = session.prepareReframedTimeline({1920, 1080}, AspectPreset::vertical9x16);
+    EXPECT_NEAR(tall.zoomTrack.segments[0].scale, 1.56, 1e-12);
+    const TimelineModel wide = session.prepareReframedTimeline({1920, 1080}, AspectPreset::horizontal16x9);
+    EXPECT_EQ(wide.zoomTrack.segments[0].scale, 2);
+    EXPECT_EQ(session.edits(), before);
+}
+
+TEST(EditorSession, OpensWhatWasSaved) {
+    const test::TemporaryFolder folder;
+    const ProjectPackage package = test::savedPackage(folder.path() / "take", test::clicksAt({1, 2}));
+    EditorSession session = EditorSession::open(package);
+    EXPECT_EQ(session.events(), test::clicksAt({1, 2}));
+    EXPECT_EQ(session.inspector().selectedTrack, "Zoom");
+    EXPECT_EQ(session.previewPerformance(), (PreviewPerformanceProfile{true, true}));
+    EXPECT_FALSE(session.canUndo() || session.canRedo());
+
+    setPadding(session, 77);
+    EXPECT_EQ(EditorSession::open(package).edits(), EditsDocument());
+    session.save();
+    EXPECT_TRUE(session.canUndo());
+    EXPECT_EQ(EditorSession::open(package).edits(), session.edits());
+}
+
+TEST(EditorSession, RefusesABrokenPackage) {
+    const test::TemporaryFolder folder;
+    const ProjectPackage package = test::savedPackage(folder.path() / "take", {});
+    ProjectPackage newer = package;
+    newer.manifest().schemaVersion = 3;
+    EXPECT_THROW((void)EditorSession::open(newer), ProjectPackageValidationError);
+    writeFileAtomically(package.editsURL(), R"({"timeline": {"cursorTrack": {}}})");
+    EXPECT_THROW((void)EditorSession::open(package), JsonError);
+    std::filesystem::remove(package.eventsURL());
+    EXPECT_THROW((void)EditorSession::open(package), ProjectPackageValidationError);
+}
+
+} // namespace
+} // namespace tavrin
