@@ -17,9 +17,9 @@ constexpr std::size_t drawnAhead = 2;
 // Those that wait, the one being encoded and the one being drawn.
 constexpr std::size_t bufferCount = drawnAhead + 2;
 
-/// Half a microsecond is lost when a movie stamps its frames in microseconds, a little more in coarser
-/// clocks. A picture that begins this much behind a frame's time still is that frame's.
-constexpr double stampTolerance = 50e-6;
+/// Movies stamp their pictures in microseconds, rounded to the nearest. A picture stamped this much behind a
+/// frame's time was on screen then.
+constexpr double stampRounding = 1e-6;
 
 /// Cuts the movie's sound into the stretches that go with its frames, so that both reach the file side by
 /// side.
@@ -90,7 +90,7 @@ void ExportPipeline::decode() {
     std::optional<std::int64_t> index;
     SourcePicture current;
     for (std::int64_t frame = 0; frame < plan_.frameCount; ++frame) {
-        const std::optional<DecodedFrame> decoded = movie.frame(timeOf(frame) + stampTolerance);
+        const std::optional<DecodedFrame> decoded = movie.frame(timeOf(frame) + stampRounding);
         if (!decoded) {
             throw MediaError::decodingFailed(plan_.asset.path(), "it has no picture that can be decoded");
         }

@@ -21,11 +21,11 @@ using namespace fixtures;
 EditorSession makeSession(const TemporaryFolder& folder,
                           const std::function<void(TimelineModel&)>& edit = {}) {
     SyntheticMovie movie;
-    movie.size = {320, 180};
+    movie.size = {640, 360};
     movie.times = {0, 0.5};
     movie.endTime = 1;
     movie.picture = [](int) {
-        return flatPicture({320, 180}, {145, 54, 34});
+        return flatPicture({640, 360}, {145, 54, 34});
     };
     movie.sound = std::vector<float>(48000, 0.1F);
     ProjectManifest manifest;
@@ -96,7 +96,7 @@ TEST(EffectBakingTests, EditsThatWouldBeMissingAreRefused) {
 
 TEST(EffectBakingTests, AFreshTakeIsExportedWithItsFraming) {
     const TemporaryFolder folder;
-    const ExportPreset preset = smallPreset(320, 180);
+    const ExportPreset preset = smallPreset(640, 360);
     PreparedEffectExport prepared =
         FFmpegEffectBakingRenderer().prepareExport(makeSession(folder), preset, {});
     EXPECT_EQ(prepared.sourceURL, folder.path("package") / "screen.mov");
