@@ -195,25 +195,6 @@ TEST(CursorRenderer, AnswersForAnyTimeAndAnyStyle) {
     }
 }
 
-TEST(CursorRenderer, WithoutEventsOnlyTheStyleSpeaks) {
-    CursorStyle style = plainStyle();
-    style.glyphSelectionMode = CursorGlyphSelectionMode::manual;
-    style.selectedGlyph = CursorGlyphKind::zoomIn;
-    style.bodyStyle = CursorBodyStyle::touch;
-    const EventTimeline later({moved(5, 0.3, 0.3)});
-    for (const EventTimeline& events : {EventTimeline(), later}) {
-        const CursorFrameState state = CursorRenderer::frameState(4.9, events, style);
-        EXPECT_TRUE(state.visible);
-        EXPECT_EQ(state.opacity, 1);
-        EXPECT_EQ(state.position, Vec2());
-        EXPECT_EQ(state.glyph, CursorGlyphKind::arrow);
-        EXPECT_EQ(state.bodyStyle, CursorBodyStyle::touch);
-    }
-    style.hideWhenIdle = true;
-    EXPECT_FALSE(CursorRenderer::frameState(1, {}, style).visible);
-    EXPECT_EQ(CursorRenderer::frameState(1, {}, style).opacity, 0);
-}
-
 TEST(CursorRenderer, OldEventsAreNotRevived) {
     // The click is the last event, but every window has closed since.
     const EventTimeline events({moved(1, 0.1, 0.1), clicked(1.01, 0.2, 0.2)});
@@ -247,31 +228,6 @@ TEST(CursorRenderer, TheFresherWitnessDecidesTheBase) {
         (Vec2{0.7, 0.8}));
 }
 
-TEST(CursorRenderer, TremblingIsPulledToItsMiddleByAtLeastAThird) {
-    CursorStyle style = plainStyle();
-    style.shakeReduction = 0.002;
-    const EventTimeline two({moved(1, 0.5, 0.5), moved(1.05, 0.501, 0.5)});
-    EXPECT_EQ(CursorRenderer::frameState(1.1, two, style).position.x, 0.501);
-    const EventTimeline three({moved(1, 0.5, 0.5), moved(1.05, 0.5, 0.5), moved(1.08, 0.5015, 0.5)});
-    EXPECT_NEAR(CursorRenderer::frameState(1.1, three, style).position.x, 0.5015 - 0.001 * 0.3513, 1e-12);
-    const EventTimeline travelling({moved(1, 0.4, 0.5), moved(1.05, 0.45, 0.5), moved(1.08, 0.5, 0.5)});
-    EXPECT_EQ(CursorRenderer::frameState(1.1, travelling, style).position.x, 0.5);
-}
-
-TEST(CursorRenderer, TheHighlightStaysAtTheClick) {
-    CursorStyle style = plainStyle();
-    style.clickHighlightDurationSeconds = 0.01;
-    const EventTimeline events({clicked(1, 0.2, 0.3), moved(1.02, 0.4, 0.5), moved(1.04, 0.6, 0.7)});
-    const CursorFrameState live = CursorRenderer::frameState(1.04, events, style);
-    EXPECT_EQ(live.highlight, ClickHighlightStyle::ring);
-    EXPECT_NEAR(live.highlightProgress, 0.5, 1e-9);
-    EXPECT_EQ(live.highlightPosition, (Vec2{0.2, 0.3}));
-    EXPECT_EQ(live.position, (Vec2{0.6, 0.7}));
-    const CursorFrameState over = CursorRenderer::frameState(1.0801, events, style);
-    EXPECT_EQ(over.highlight, ClickHighlightStyle::none);
-    EXPECT_EQ(over.highlightPosition, over.position);
-}
-
 TEST(CursorRenderer, AHiddenCursorLeavesOnlyTheInvisibleHeadOfItsTrail) {
     CursorStyle style = plainStyle();
     style.trailStyle = CursorTrailStyle::subtle;
@@ -292,17 +248,6 @@ TEST(CursorRenderer, AHiddenCursorLeavesOnlyTheInvisibleHeadOfItsTrail) {
     EXPECT_EQ(hidden.opacity, 0);
     ASSERT_EQ(hidden.trailOpacities.size(), 1U);
     EXPECT_EQ(hidden.trailOpacities[0], 0);
-}
-
-TEST(CursorRenderer, FadesOverNoLessThanATwentiethOfASecond) {
-    CursorStyle style = plainStyle();
-    style.hideWhenIdle = true;
-    style.idleHideAfterSeconds = 0.5;
-    style.idleFadeDurationSeconds = 0;
-    const EventTimeline events({moved(1, 0.5, 0.5)});
-    EXPECT_EQ(CursorRenderer::frameState(1.5, events, style).opacity, 1);
-    EXPECT_NEAR(CursorRenderer::frameState(1.525, events, style).opacity, 0.5, 1e-9);
-    EXPECT_FALSE(CursorRenderer::frameState(1.55, events, style).visible);
 }
 
 TEST(CursorRenderer, AFrameStateSurvivesJson) {

@@ -5,7 +5,6 @@
 
 #include "TavrinKit/Effects/CameraPiPLayoutResolver.h"
 #include "TavrinKit/Effects/FrameTimes.h"
-#include "TavrinKit/Effects/FramingRenderer.h"
 #include "TavrinKit/Effects/MotionBlurEngine.h"
 #include "TavrinKit/Project/CameraPiPStyle.h"
 #include "TavrinKit/Project/MotionBlurStyle.h"
@@ -93,14 +92,6 @@ TEST(CameraPiP, HalfAReactionIsHalfTheWay) {
                {280, 380 + (900 - 360 - 90) / 2.0, 160, 90}, "to the top left");
 }
 
-TEST(CameraPiP, CornersFollowTheShorterSide) {
-    CameraPiPStyle style;
-    style.cornerRadiusFraction = 0.1;
-    EXPECT_DOUBLE_EQ(CameraPiPLayoutResolver::cornerRadius({0, 0, 400, 225}, style), 22.5);
-    style.shape = CameraPiPShape::circle;
-    EXPECT_DOUBLE_EQ(CameraPiPLayoutResolver::cornerRadius({0, 0, 300, 300}, style), 150);
-}
-
 TEST(MotionBlur, OffsetsStraddleTheFrameEvenly) {
     const MotionBlurPlan plan = MotionBlurEngine::plan({0.5}, MotionBlurQualityMode::export_, 60);
     ASSERT_EQ(plan.temporalOffsets.size(), 16U);
@@ -175,20 +166,6 @@ TEST(FrameTimes, AMovieOfWholeFramesHasJustThese) {
             EXPECT_EQ(FrameTimes((double(frames) + 0.001) / fps, fps).count(), frames + 1);
         }
     }
-}
-
-TEST(Framing, IsWhatTheStyleSays) {
-    FramingTrack track;
-    track.style.padding = 7;
-    track.style.cornerRadius = 9;
-    track.style.shadow.blurRadius = 11;
-    track.style.background = BackgroundStyle::solid("#010203");
-    const FramingRenderState state = FramingRenderer::state(track);
-    EXPECT_EQ(state.contentPadding, 7);
-    EXPECT_EQ(state.cornerRadius, 9);
-    EXPECT_EQ(state.shadow, track.style.shadow);
-    EXPECT_EQ(state.background, track.style.background);
-    EXPECT_EQ(decodeDocument<FramingRenderState>(encodeDocument(state)), state);
 }
 
 } // namespace
