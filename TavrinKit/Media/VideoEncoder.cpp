@@ -107,7 +107,7 @@ void setOptions(AVCodecContext& context, const VideoTrackSettings& settings, Opt
     if (settings.lowLatency) {
         context.thread_type = FF_THREAD_SLICE;
         context.thread_count = settings.threads > 0 ? settings.threads : lowLatencyThreads(settings.size);
-        options.set("x264-params", "rc-lookahead=0:sync-lookahead=0:mbtree=0");
+        options.set("x264-params", "rc-lookahead=0:sync-lookahead=0:mbtree=0:force-cfr=1");
     }
 }
 
