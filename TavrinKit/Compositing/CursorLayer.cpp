@@ -31,7 +31,7 @@ double heldToUnit(double value) {
 
 /// The length from which the sizes of everything but the sprites are drawn.
 double baseLength(const CursorFrameState& state) {
-    return std::max(state.sizeMultiplier * 5.5, 3.0);
+    return std::max(3.0, state.sizeMultiplier * 5.5);
 }
 
 double spriteScale(const CursorFrameState& state) {
@@ -90,7 +90,7 @@ Image CursorLayer::overlayCursorTrail(const Image& image, const CursorFrameState
         const Color color = isTouch ? Color{1, 1, 1, a} : Color{0.4 + p * 0.35, 0.75 + p * 0.2, 1, a};
         const Color edge = isTouch ? Color{1, 1, 1, 0} : Color{0.35, 0.72, 1, 0};
         const double thickness = isTouch ? 1.45 : 1;
-        const double radius = std::max(thickness * (0.8 + p * 1.8) * state.sizeMultiplier, 0.8);
+        const double radius = std::max(0.8, thickness * (0.8 + p * 1.8) * state.sizeMultiplier);
         const Vec2 point = mapping.map(state.trailPoints[i]);
         result = softDisc(point, radius, color, radius * (1.7 + p), edge, image.extent()).over(result);
     }

@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+#include <fmt/format.h>
+
 extern "C" {
 #include <libavutil/display.h>
 #include <libavutil/pixdesc.h>
@@ -26,6 +28,16 @@ using ffmpeg::Frame;
 using ffmpeg::Packet;
 using ffmpeg::Scaler;
 
+MediaError unreadable(const std::filesystem::path& path, std::string_view reason) {
+    return {MediaErrorKind::unreadable,
+            fmt::format("Unable to read \"{}\" as a picture: {}.", path.string(), reason)};
+}
+
+MediaError undecodable(const std::filesystem::path& path, std::string_view reason) {
+    return {MediaErrorKind::decodingFailed,
+            fmt::format("Unable to decode the picture \"{}\": {}.", path.string(), reason)};
+}
+
 /// A file's bytes as FFmpeg's input: nothing that they refer to can be opened.
 class MemoryInput {
 public:
@@ -38,6 +50,8 @@ public:
             throw std::bad_alloc();
         }
         format_->pb = io_;
+        format_->flags |=
+            AVFMT_FLAG_CUSTOM_IO; // so that closing leaves it to us, whether or not it was opened
     }
     ~MemoryInput() {
         avformat_close_input(&format_);
@@ -48,9 +62,10 @@ public:
     MemoryInput& operator=(const MemoryInput&) = delete;
 
     /// @return FFmpeg's code
-    int open(const std::filesystem::path& path) {
+    int open() {
         const AVInputFormat* kind = nullptr;
-        const int probed = av_probe_input_buffer2(io_, &kind, path.c_str(), nullptr, 0, 0);
+        // Without the file's name: one with a number pattern in it would be taken for a sequence of files.
+        const int probed = av_probe_input_buffer2(io_, &kind, "", nullptr, 0, 0);
         if (probed < 0) {
             return probed;
         }
@@ -61,7 +76,7 @@ public:
         if (std::string_view(kind->name).ends_with("_pipe")) {
             options.set("frame_size", std::to_string(bytes_.size()));
         }
-        const int opened = avformat_open_input(&format_, path.c_str(), kind, options.get());
+        const int opened = avformat_open_input(&format_, "", kind, options.get());
         return opened < 0 ? opened : avformat_find_stream_info(format_, nullptr);
     }
 
@@ -111,14 +126,14 @@ CodecContext openDecoder(const AVStream& stream, const std::filesystem::path& pa
     const AVCodec* codec = avcodec_find_decoder(stream.codecpar->codec_id);
     CodecContext context(codec ? avcodec_alloc_context3(codec) : nullptr);
     if (!context) {
-        throw MediaError::unreadable(path, "nothing here decodes its format");
+        throw unreadable(path, "nothing here decodes its format");
     }
     avcodec_parameters_to_context(context.get(), stream.codecpar);
     context->max_pixels = limits.pixels;
     context->thread_count = 1;
     const int opened = avcodec_open2(context.get(), codec, nullptr);
     if (opened < 0) {
-        throw MediaError::decodingFailed(path, ffmpeg::reason(opened));
+        throw undecodable(path, ffmpeg::reason(opened));
     }
     return context;
 }
@@ -142,7 +157,7 @@ Frame decodeFirst(AVFormatContext* format, int stream, AVCodecContext* decoder,
             return frame;
         }
     }
-    throw MediaError::decodingFailed(path, ffmpeg::reason(problem));
+    throw undecodable(path, ffmpeg::reason(problem));
 }
 
 PixelSize heldTo(PixelSize size, int longerSide) {
@@ -185,7 +200,7 @@ PixelBuffer converted(const AVFrame& frame, const std::filesystem::path& path,
     const Scaler scaler(sws_getContext(frame.width, frame.height, format, size.width, size.height,
                                        AV_PIX_FMT_BGRA, flags, nullptr, nullptr, nullptr));
     if (!scaler) {
-        throw MediaError::decodingFailed(path, "its pixel format cannot be converted");
+        throw undecodable(path, "its pixel format cannot be converted");
     }
     if (!isRGB(format)) {
         // Stills say BT.601 by saying nothing.
@@ -198,7 +213,7 @@ PixelBuffer converted(const AVFrame& frame, const std::filesystem::path& path,
     const std::array<int, 4> strides{int(picture.plane(0).stride)};
     if (sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, planes.data(), strides.data()) !=
         size.height) {
-        throw MediaError::decodingFailed(path, "its pixels cannot be converted");
+        throw undecodable(path, "its pixels cannot be converted");
     }
     return picture;
 }
@@ -278,12 +293,12 @@ PixelBuffer readStillImage(const std::filesystem::path& path, const StillImageLi
     ffmpeg::quietLogging();
     const std::string bytes = readFile(path, limits.fileSize);
     MemoryInput input(bytes);
-    if (const int opened = input.open(path); opened < 0) {
-        throw MediaError::unreadable(path, ffmpeg::reason(opened));
+    if (const int opened = input.open(); opened < 0) {
+        throw unreadable(path, ffmpeg::reason(opened));
     }
     const int stream = av_find_best_stream(input.format(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (stream < 0) {
-        throw MediaError::unreadable(path, ffmpeg::reason(stream));
+        throw unreadable(path, ffmpeg::reason(stream));
     }
     const CodecContext decoder = openDecoder(*input.format()->streams[stream], path, limits);
     const Frame frame = decodeFirst(input.format(), stream, decoder.get(), path);

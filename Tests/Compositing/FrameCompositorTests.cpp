@@ -1,0 +1,181 @@
+#include <cmath>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "SampleScreen.h"
+#include "TavrinKit/Compositing/FrameCompositor.h"
+
+namespace tavrin {
+namespace {
+
+const PixelSize size{320, 180};
+const Rect output{0, 0, 320, 180};
+
+Image recording() {
+    return Image::color({0.4, 0.4, 0.4, 1}).cropped(output);
+}
+
+/// A touch cursor without effects that stands still, over an unframed recording of 10 seconds.
+FrameCompositor::Inputs inputs(std::vector<MouseEvent> events = {}) {
+    TimelineModel timeline;
+    timeline.framingTrack.style.padding = 0;
+    timeline.framingTrack.style.cornerRadius = 0;
+    CursorStyle& cursor = timeline.cursorTrack.style;
+    cursor.sizeMultiplier = 2;
+    cursor.smoothing = CursorSmoothingPreset::off;
+    cursor.hideWhenIdle = false;
+    cursor.bodyStyle = CursorBodyStyle::touch;
+    cursor.trailStyle = CursorTrailStyle::none;
+    cursor.clickHighlightStyle = ClickHighlightStyle::none;
+    return {.events = std::make_shared<const EventTimeline>(EventTimeline(std::move(events))),
+            .timeline = timeline,
+            .timeMapper = TimelineTimeMapper(10, {}),
+            .sourceDuration = 10,
+            .packageRoot = {},
+            .outputSize = size};
+}
+
+std::vector<MouseEvent> moves(std::initializer_list<std::pair<double, Vec2>> places) {
+    std::vector<MouseEvent> events;
+    for (const auto& [time, place] : places) {
+        events.push_back({time, place, MouseEventKind::moved, {}});
+    }
+    return events;
+}
+
+/// The brightest point of a frame: where the touch cursor is.
+Vec2 cursorIn(const FrameCompositor::Inputs& in, double time) {
+    const Image frame = FrameCompositor(in).compose(time, recording());
+    EXPECT_EQ(frame.extent(), output);
+    const PixelBuffer picture = test::rendered(frame, output);
+    Vec2 sum;
+    int count = 0;
+    for (int y = 0; y < size.height; ++y) {
+        for (int x = 0; x < size.width; ++x) {
+            if (test::pixel(picture, x, y)[0] > 240) {
+                sum = sum + Vec2{x + 0.5, y + 0.5};
+                ++count;
+            }
+        }
+    }
+    return count == 0 ? Vec2{-1, -1} : sum * (1.0 / count);
+}
+
+#define EXPECT_PLACE(place, px, py)                                                                          \
+    do {                                                                                                     \
+        const Vec2 seen = place;                                                                             \
+        EXPECT_NEAR(seen.x, px, 0.6);                                                                        \
+        EXPECT_NEAR(seen.y, py, 0.6);                                                                        \
+    } while (false)
+
+TEST(FrameCompositor, CursorFollowsTheRecordingsClock) {
+    auto in = inputs(moves({{0, {0.25, 0.5}}, {4, {0.75, 0.5}}}));
+    EXPECT_PLACE(cursorIn(in, 3.9), 80, 90);
+    EXPECT_PLACE(cursorIn(in, 4), 240, 90);
+    in.timeMapper = TimelineTimeMapper(10, {{.startTime = 0, .endTime = 6, .speed = PlaybackSpeed::x2}});
+    EXPECT_PLACE(cursorIn(in, 1.9), 80, 90);
+    EXPECT_PLACE(cursorIn(in, 2.1), 240, 90);
+    EXPECT_PLACE(cursorIn(in, -5), 80, 90);
+    EXPECT_PLACE(cursorIn(in, 1e9), 240, 90);
+}
+
+TEST(FrameCompositor, CursorGoesWithCameraCropAndFrame) {
+    auto in = inputs(moves({{0, {0.5, 0.4}}}));
+    in.timeline.zoomTrack.add({.startTime = 2, .endTime = 8, .focus = {0.25, 0.5}, .scale = 1.5});
+    EXPECT_PLACE(cursorIn(in, 1), 160, 72);
+    EXPECT_PLACE(cursorIn(in, 5), 80 + 80 * 1.5, 90 - 18 * 1.5);
+    in.timeline.cropTrack.region = {0.5, 0, 0.5, 0.5};
+    EXPECT_PLACE(cursorIn(in, 5), (200 - 160) * 2, 63 * 2);
+    in.timeline.framingTrack.style.padding = 15;
+    // The cropped frame is 160 × 90; inside its margins the picture is 60 high, in the middle.
+    const double scale = 60.0 / 90;
+    EXPECT_PLACE(cursorIn(in, 5), 2 * (80 + (40 - 80) * scale), 2 * (45 + (63 - 45) * scale));
+}
+
+TEST(FrameCompositor, WhoDrawsTheCursor) {
+    auto events = moves({{0, {0.5, 0.5}}});
+    events.push_back({3, {0.5, 0.5}, MouseEventKind::clicked, 0});
+    auto in = inputs(events);
+    in.timeline.zoomTrack.add({.startTime = 2, .endTime = 8, .focus = {0.5, 0.5}, .scale = 1.5});
+    in.timeline.cursorTrack.style.clickHighlightStyle = ClickHighlightStyle::halo;
+    const auto middle = [&](double time) {
+        return test::pixel(test::rendered(FrameCompositor(in).compose(time, recording()), output), 160, 90);
+    };
+    const std::array bare{102, 102, 102, 255};
+    EXPECT_GT(middle(1)[0], 240);
+    in.timeline.cursorTrack.style.hideDuringZoomSegments = true;
+    EXPECT_GT(middle(1)[0], 240);
+    EXPECT_EQ(middle(3.05), bare) << "neither body nor highlight in a zoom";
+    in.sourceEmbedsCursor = true;
+    EXPECT_EQ(middle(1), bare);
+    EXPECT_GT(middle(3.05)[2], 120) << "a highlight, whatever the zoom";
+    in.events = nullptr;
+    in.sourceEmbedsCursor = false;
+    in.timeline.cursorTrack.style.hideWhenIdle = true;
+    EXPECT_EQ(middle(1), bare);
+}
+
+TEST(FrameCompositor, CursorStopsAtTheLastActivityAndTheZoomGoesOn) {
+    auto events = moves({{0, {0.5, 0.5}}});
+    events.push_back({2, {0.5, 0.5}, MouseEventKind::clicked, 0});
+    auto in = inputs(events);
+    in.timeline.cursorTrack.style.clickHighlightStyle = ClickHighlightStyle::ring;
+    in.timeline.cursorTrack.style.endBehavior = CursorEndBehavior::stop;
+    in.timeline.zoomTrack.add({.startTime = 6, .endTime = 10, .focus = {0.25, 0.5}, .scale = 2});
+    const auto ringAt = [&](double x) {
+        const PixelBuffer picture = test::rendered(FrameCompositor(in).compose(8, recording()), output);
+        return test::pixel(picture, int(x + 11 * (1.45 + 3) / 2), 90)[2];
+    };
+    EXPECT_GT(ringAt(240), 220);
+    in.timeline.cursorTrack.style.endBehavior = CursorEndBehavior::natural;
+    EXPECT_EQ(ringAt(240), 102);
+}
+
+TEST(FrameCompositor, OutputHasItsOwnShape) {
+    auto in = inputs();
+    in.timeline.cursorTrack.style.hideWhenIdle = true;
+    in.outputSize = {90, 160};
+    const Image frame = FrameCompositor(in).compose(0, test::placeColouredPicture(size));
+    ASSERT_EQ(frame.extent(), (Rect{0, 0, 90, 160}));
+    const PixelBuffer picture = test::rendered(frame, frame.extent());
+    // 101.25 of the 320 columns are seen: from 109.375 to 210.625.
+    EXPECT_NEAR(test::pixel(picture, 0, 80)[0], 255 * 110.0 / 319, 2);
+    EXPECT_NEAR(test::pixel(picture, 89, 80)[0], 255 * 209.5 / 319, 2);
+    EXPECT_EQ(test::pixel(picture, 0, 0)[3], 255);
+    EXPECT_TRUE(FrameCompositor(in).compose(0, Image()).isEmpty()) << "no picture is no failure";
+}
+
+TEST(FrameCompositor, FramesAreTheSameFromAnyThreadInAnyOrder) {
+    auto in = inputs(moves({{0, {0.2, 0.2}}, {1, {0.4, 0.6}}, {2, {0.8, 0.3}}}));
+    in.timeline.framingTrack.style.padding = 20;
+    in.timeline.cursorTrack.style.bodyStyle = CursorBodyStyle::pointer;
+    in.timeline.cursorTrack.style.trailStyle = CursorTrailStyle::dynamic;
+    const FrameCompositor compositor(in);
+    const Image source = recording();
+    const auto frame = [&](int i) {
+        return test::rendered(compositor.compose(i * 0.05, source), output);
+    };
+    std::vector<PixelBuffer> parallel(48);
+    {
+        std::vector<std::jthread> threads;
+        for (int t = 0; t < 4; ++t) {
+            threads.emplace_back([&, t] {
+                for (int i = 47 - t; i >= 0; i -= 4) {
+                    parallel[std::size_t(i)] = frame(i);
+                }
+            });
+        }
+    }
+    for (int i = 0; i < 48; ++i) {
+        const PixelBuffer expected = frame(i);
+        for (int y = 0; y < size.height; ++y) {
+            ASSERT_TRUE(std::equal(expected.row(0, y), expected.row(0, y) + std::ptrdiff_t(size.width) * 4,
+                                   parallel[std::size_t(i)].row(0, y)))
+                << i << " " << y;
+        }
+    }
+}
+
+} // namespace
+} // namespace tavrin

@@ -1,0 +1,222 @@
+#include <cmath>
+
+#include <gtest/gtest.h>
+
+#include "SampleScreen.h"
+#include "TavrinKit/Compositing/BackgroundAssetRenderer.h"
+#include "TavrinKit/Compositing/FramingLayer.h"
+#include "TavrinKit/Compositing/HexColor.h"
+#include "TavrinKit/Imaging/PNG.h"
+
+namespace tavrin {
+namespace {
+
+const Rect frame{0, 0, 180, 120};
+
+Image white() {
+    return Image::color({1, 1, 1, 1}).cropped(frame);
+}
+
+PixelBuffer framed(const FramingStyle& style) {
+    return test::rendered(FramingLayer(style, {}).applyFraming(white()), frame);
+}
+
+FramingStyle onGrey(double padding, ShadowStyle shadow) {
+    return {.padding = padding,
+            .cornerRadius = 10,
+            .shadow = shadow,
+            .background = BackgroundStyle::solid("#808080")};
+}
+
+PixelBuffer background(const BackgroundStyle& style, const Rect& extent,
+                       const std::optional<std::filesystem::path>& root = {}) {
+    return test::rendered(BackgroundAssetRenderer::image(style, extent, root), extent);
+}
+
+/// A PNG of vertical stripes: left third red, middle green, right blue.
+std::string stripes(PixelSize size) {
+    const PixelBuffer picture = PixelBuffer::allocate(PixelFormat::bgra8, size);
+    for (int y = 0; y < size.height; ++y) {
+        for (int x = 0; x < size.width; ++x) {
+            std::uint8_t* p = picture.row(0, y) + std::ptrdiff_t(x) * 4;
+            p[0] = p[1] = p[2] = 0;
+            p[2 - x * 3 / size.width] = 255;
+            p[3] = 255;
+        }
+    }
+    return encodePNG(picture);
+}
+
+TEST(Framing, WithoutPaddingOnlyTheCornersAreCut) {
+    FramingStyle style = onGrey(0, {.opacity = 1, .blurRadius = 20});
+    const PixelBuffer picture = framed(style);
+    EXPECT_EQ(test::pixel(picture, 0, 0), (std::array{0, 0, 0, 0}));
+    EXPECT_EQ(test::pixel(picture, 179, 119), (std::array{0, 0, 0, 0}));
+    EXPECT_EQ(test::pixel(picture, 90, 0), (std::array{255, 255, 255, 255}));
+    EXPECT_EQ(test::pixel(picture, 0, 60), (std::array{255, 255, 255, 255}));
+    EXPECT_EQ(test::pixel(picture, 3, 3)[3], 255) << "inside a radius of 10";
+    style.cornerRadius = 0;
+    EXPECT_EQ(test::pixel(framed(style), 0, 0)[3], 255);
+}
+
+TEST(Framing, ContentStandsOnTheBackground) {
+    for (const double padding : {15.0, 40.0, 500.0}) {
+        const int pad = int(std::min(padding, 40.0));
+        const PixelBuffer picture = framed(onGrey(padding, {.opacity = 0}));
+        EXPECT_EQ(test::pixel(picture, pad - 1, 60)[0], 128) << padding;
+        EXPECT_EQ(test::pixel(picture, pad, 60)[0], 255) << padding;
+        EXPECT_EQ(test::pixel(picture, 90, 119 - pad)[0], 255) << padding;
+        EXPECT_EQ(test::pixel(picture, 90, 120 - pad)[0], 128) << padding;
+        EXPECT_EQ(test::pixel(picture, pad, pad)[0], 128) << "a round corner, " << padding;
+        EXPECT_EQ(test::pixel(picture, 0, 0)[3], 255) << padding;
+    }
+}
+
+TEST(Framing, ShadowIsTheBlurredShapeBelowTheContent) {
+    // Far from the corners the shape is a half plane: its shadow is the Gaussian's integral.
+    const double sigma = 5;
+    const double opacity = 0.6;
+    const PixelBuffer picture = framed(onGrey(40, {opacity, sigma, 0, 8}));
+    for (const int distance : {2, 5, 9, 14}) {
+        const double depth = distance - 0.5 - 8;
+        const double coverage = 0.5 * std::erfc(depth / sigma / std::sqrt(2.0));
+        EXPECT_NEAR(test::pixel(picture, 90, 40 - distance)[0], 128 * (1 - opacity * coverage), 3)
+            << distance;
+    }
+    EXPECT_GT(test::pixel(picture, 90, 80)[0], 110) << "an offset of 8 is downward";
+}
+
+TEST(Framing, ShadowBlurEndsAt48) {
+    const auto shade = [](double blur) {
+        return test::pixel(framed(onGrey(30, {1, blur, 0, 0})), 90, 20)[0];
+    };
+    EXPECT_EQ(shade(100), shade(48));
+    EXPECT_NE(shade(48), shade(30));
+    EXPECT_EQ(shade(-3), 128) << "a hard shadow ends under the content";
+}
+
+TEST(Framing, BackdropIsMadeOnceForASize) {
+    const test::TemporaryFolder folder;
+    const auto path = folder.write("wall.png", stripes({90, 60}));
+    const FramingLayer layer({.padding = 20, .background = BackgroundStyle::image(path.string())}, {});
+    const auto before = test::pixel(test::rendered(layer.applyFraming(white()), frame), 5, 5);
+    std::filesystem::remove(path);
+    EXPECT_EQ(test::pixel(test::rendered(layer.applyFraming(white()), frame), 5, 5), before);
+    const Rect larger{0, 0, 360, 240};
+    const Image other = Image::color({1, 1, 1, 1}).cropped(larger);
+    EXPECT_NE(test::pixel(test::rendered(layer.applyFraming(other), larger), 5, 5), before);
+}
+
+TEST(HexColor, ReadsSixOrEightDigits) {
+    const struct {
+        const char* text;
+        std::optional<Color> expected;
+    } cases[] = {
+        {"#336699", Color{0.2, 0.4, 0.6, 1}},
+        {"336699", Color{0.2, 0.4, 0.6, 1}},
+        {" \n#336699\t", Color{0.2, 0.4, 0.6, 1}},
+        {"#FFcc0033", Color{1, 0.8, 0, 0.2}},
+        {"#369", {}},
+        {"##336699", {}},
+        {"# 336699", {}},
+        {"#33669g", {}},
+        {"#3366999", {}},
+        {"", {}},
+        {"+12345", {}},
+    };
+    for (const auto& c : cases) {
+        const auto color = parseHexColor(c.text);
+        ASSERT_EQ(color.has_value(), c.expected.has_value()) << c.text;
+        if (color) {
+            EXPECT_NEAR(color->r, c.expected->r, 1e-9) << c.text;
+            EXPECT_NEAR(color->g, c.expected->g, 1e-9) << c.text;
+            EXPECT_NEAR(color->b, c.expected->b, 1e-9) << c.text;
+            EXPECT_NEAR(color->a, c.expected->a, 1e-9) << c.text;
+        }
+    }
+}
+
+TEST(Background, GradientRunsFromLowerLeftToUpperRight) {
+    const Rect extent{0, 0, 100, 100};
+    const PixelBuffer picture = background(BackgroundStyle::gradient("#000000", "#c86432"), extent);
+    EXPECT_NEAR(test::pixel(picture, 0, 0)[0], 1, 1);
+    EXPECT_NEAR(test::pixel(picture, 99, 99)[0], 199, 1);
+    EXPECT_NEAR(test::pixel(picture, 99, 0)[0], 100, 1);
+    EXPECT_NEAR(test::pixel(picture, 0, 99)[1], 50, 1);
+}
+
+TEST(Background, WhatCannotBeReadFallsBack) {
+    const test::TemporaryFolder folder;
+    folder.write("broken.png", stripes({30, 20}).substr(0, 60));
+    folder.write("stripes.png", stripes({30, 20}));
+    folder.write("playlist.png", "#EXTM3U\n#EXTINF:1,\nstripes.png\n");
+    std::filesystem::create_directory(folder.path() / "folder.png");
+    const std::array<int, 3> lowerLeft{18, 26, 51};
+    const std::array<int, 3> upperRight{51, 76, 115};
+    const auto expectFallback = [&](const BackgroundStyle& style, const std::string& name,
+                                    bool hasRoot = true) {
+        const Rect extent{0, 0, 64, 48};
+        const auto root = hasRoot ? std::optional(folder.path()) : std::nullopt;
+        const PixelBuffer picture = background(style, extent, root);
+        for (std::size_t channel = 0; channel < 3; ++channel) {
+            EXPECT_NEAR(test::pixel(picture, 0, 0)[channel], lowerLeft[channel], 2) << name;
+            EXPECT_NEAR(test::pixel(picture, 63, 47)[channel], upperRight[channel], 2) << name;
+        }
+    };
+    for (const std::string name :
+         {"gone.png", "broken.png", "playlist.png", "folder.png", "  ", "/no/such/file"}) {
+        expectFallback(BackgroundStyle::image(name), name);
+    }
+    expectFallback(BackgroundStyle::image("stripes.png"), "no root", false);
+    expectFallback(BackgroundStyle::gradient("red", ""), "colours");
+    EXPECT_EQ(test::pixel(background(BackgroundStyle::solid("?"), {0, 0, 4, 4}), 1, 1),
+              (std::array{18, 26, 51, 255}));
+}
+
+TEST(Background, PictureCoversTheFrameFromItsMiddle) {
+    const test::TemporaryFolder folder;
+    folder.write("50%d stripes.png", stripes({300, 100}));
+    const Rect extent{0, 0, 120, 100};
+    const PixelBuffer picture =
+        background(BackgroundStyle::image("\t50%d stripes.png \n"), extent, folder.path());
+    // 300 × 100 onto 120 × 100: 90 pixels go on either side; green is seen from 10 to 110.
+    for (const auto& [x, channel] : {std::pair{5, 0}, {15, 1}, {105, 1}, {115, 2}}) {
+        EXPECT_GT(test::pixel(picture, x, 50)[std::size_t(channel)], 250) << x;
+    }
+}
+
+TEST(Background, WallpaperRadiiFollowTheWidth) {
+    // Ember's first accent: centre (0.24, 0.26), radius 0.62 of the width, over a diagonal gradient. The
+    // second doesn't reach the points that are tested.
+    const auto expected = [](const Rect& extent, Vec2 p) {
+        const double w = extent.width;
+        const double h = extent.height;
+        const double along = (p.x * w + p.y * h) / (w * w + h * h);
+        const double distance = std::hypot(p.x - 0.24 * w, p.y - 0.26 * h);
+        const double a = 0.76 * std::max(1 - distance / (0.62 * w), 0.0);
+        const std::array start{0.15, 0.08, 0.08};
+        const std::array end{0.39, 0.12, 0.06};
+        const std::array accent{1.0, 0.76, 0.32};
+        std::array<double, 3> color{};
+        for (std::size_t i = 0; i < 3; ++i) {
+            color[i] = 255 * (accent[i] * a + (start[i] + (end[i] - start[i]) * along) * (1 - a));
+        }
+        return color;
+    };
+    for (const Rect extent : {Rect{0, 0, 90, 160}, Rect{0, 0, 160, 90}}) {
+        const PixelBuffer picture =
+            background(BackgroundStyle::wallpaper(BuiltInWallpaperStyle::ember), extent);
+        for (const Vec2 part : {Vec2{0.24, 0.26}, {0.3, 0.1}, {0.05, 0.4}, {0.02, 0.02}}) {
+            const int x = int(part.x * extent.width);
+            const int y = int(part.y * extent.height);
+            const auto color = expected(extent, {x + 0.5, y + 0.5});
+            for (std::size_t i = 0; i < 3; ++i) {
+                EXPECT_NEAR(test::pixel(picture, x, y)[i], color[i], 2)
+                    << extent.width << " " << x << " " << y;
+            }
+        }
+    }
+}
+
+} // namespace
+} // namespace tavrin

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <array>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "TavrinKit/Compositing/FrameCompositor.h"
+#include "TavrinKit/Imaging/Image.h"
+
+namespace tavrin::test {
+
+/// Something like a recorded desktop, of a 1280 × 720 layout scaled to the size: a window with a sidebar,
+/// text and buttons.
+[[nodiscard]] Image sampleScreen(PixelSize size = {1280, 720});
+
+/// A pointer image like those that a display server hands out.
+[[nodiscard]] CursorAppearance sampleAppearance();
+
+/// A picture whose red grows from left to right and whose green grows upward, 0 to 255: colours tell places.
+[[nodiscard]] Image placeColouredPicture(PixelSize size);
+
+/// A part of an image as the renderer draws it; whole pixels.
+[[nodiscard]] PixelBuffer rendered(const Image& image, const Rect& rect);
+
+/// The stored r, g, b and alpha of a bgra8 pixel, 0...255.
+[[nodiscard]] std::array<int, 4> pixel(const PixelBuffer& picture, int x, int yUpward);
+
+/// A folder that goes away with its owner.
+class TemporaryFolder {
+public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    [[nodiscard]] const std::filesystem::path& path() const { return path_; }
+    /// @return the new file's path
+    std::filesystem::path write(const std::string& name, std::string_view contents) const;
+
+private:
+    std::filesystem::path path_;
+};
+
+/// Writes a picture into the folder that TAVRIN_TEST_PICTURES names, if it does.
+void leavePicture(const std::string& name, const PixelBuffer& picture);
+
+} // namespace tavrin::test

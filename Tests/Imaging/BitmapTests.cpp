@@ -1,0 +1,195 @@
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "TavrinKit/Imaging/PNG.h"
+#include "TavrinKit/Imaging/Raster.h"
+#include "TavrinKit/Imaging/Text.h"
+
+namespace tavrin {
+namespace {
+
+std::span<const std::uint8_t> bytesOf(const std::string& text) {
+    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+/// Rows downward.
+int alphaAt(const PixelBuffer& picture, int x, int row) {
+    return picture.row(0, row)[x * 4 + 3];
+}
+
+double coverage(const PixelBuffer& picture) {
+    double sum = 0;
+    for (int y = 0; y < picture.size().height; ++y) {
+        for (int x = 0; x < picture.size().width; ++x) {
+            sum += alphaAt(picture, x, y);
+        }
+    }
+    return sum / 255;
+}
+
+bool areEqual(const PixelBuffer& a, const PixelBuffer& b) {
+    for (int y = 0; y < a.size().height; ++y) {
+        if (!std::equal(a.row(0, y), a.row(0, y) + std::ptrdiff_t(a.size().width) * 4, b.row(0, y))) {
+            return false;
+        }
+    }
+    return a.size() == b.size();
+}
+
+PixelBuffer halfRed() {
+    Raster raster({17, 9});
+    raster.fillRoundedRectangle({2, 1, 12, 6}, 3, {1, 0, 0, 0.5});
+    return raster.pixels();
+}
+
+TEST(Raster, ShapesCoverTheirArea) {
+    Raster raster({100, 80});
+    raster.fillCircle({50, 40}, 20, {0, 0, 0, 1});
+    EXPECT_NEAR(coverage(raster.pixels()), 3.14159 * 400, 4);
+    Raster ring({100, 80});
+    ring.strokeCircle({50, 40}, 20, 6, {0, 0, 0, 1});
+    EXPECT_NEAR(coverage(ring.pixels()), 2 * 3.14159 * 20 * 6, 6);
+    Raster box({100, 80});
+    box.fillRoundedRectangle({10.25, 10, 50.5, 40}, 1000, {0, 0, 0, 1});
+    EXPECT_NEAR(coverage(box.pixels()), 50.5 * 40 - (4 - 3.14159) * 400, 4);
+}
+
+TEST(Raster, PathsFollowTheWindingRuleAndTheTransformButNotThePen) {
+    VectorPath path;
+    path.addRectangle({0, 0, 20, 20});
+    path.ellipses.push_back({{5, 5, 10, 10}});
+    path.polygons.push_back({{{10, 10}, {10, 30}, {30, 30}, {30, 10}}}); // the other way round
+    Raster raster({100, 100});
+    raster.fill(path, {0, 0, 0, 1}, {2, 0, 0, 2, 10, 10});
+    const PixelBuffer filled = raster.pixels();
+    EXPECT_EQ(alphaAt(filled, 20, 99 - 20), 255) << "shapes of one sense join";
+    EXPECT_EQ(alphaAt(filled, 44, 99 - 44), 0) << "opposite ones cancel out";
+    EXPECT_EQ(alphaAt(filled, 60, 99 - 60), 255);
+
+    Raster outline({200, 200});
+    VectorPath square;
+    square.addRectangle({0, 0, 10, 10});
+    outline.stroke(square, 4, {0, 0, 0, 1}, {10, 0, 0, 10, 50, 50});
+    EXPECT_NEAR(coverage(outline.pixels()), 4 * 100 * 4 - (4 - 3.14159) * 4, 4);
+}
+
+TEST(Raster, OriginIsAtTheChosenCorner) {
+    for (const auto axis : {Raster::YAxis::up, Raster::YAxis::down}) {
+        Raster raster({8, 6}, axis);
+        VectorPath path;
+        path.addRectangle({1, 0, 2, 2});
+        raster.fill(path, {1, 0.5, 0, 0.5});
+        const bool isUp = axis == Raster::YAxis::up;
+        const PixelBuffer picture = raster.pixels();
+        const std::uint8_t* p = picture.row(0, isUp ? 5 : 0) + 4;
+        EXPECT_EQ((std::array{p[0], p[1], p[2], p[3]}), (std::array<std::uint8_t, 4>{0, 64, 128, 128}));
+        EXPECT_EQ(alphaAt(picture, 1, isUp ? 0 : 5), 0);
+        EXPECT_EQ(raster.image().extent(), (Rect{0, 0, 8, 6}));
+    }
+    EXPECT_THROW(Raster({0, 5}), std::invalid_argument);
+    EXPECT_THROW(Raster({5, 20000}), std::invalid_argument);
+}
+
+TEST(Raster, NumbersThatAreNoneDrawNothingAndDoNoHarm) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double infinity = std::numeric_limits<double>::infinity();
+    Raster raster({10, 10});
+    raster.fillCircle({nan, 5}, 3, {0, 0, 0, 1});
+    raster.strokeCircle({5, 5}, infinity, 3, {0, 0, 0, 1});
+    raster.strokeCircle({5, 5}, 2, nan, {0, 0, 0, 1});
+    raster.fillRoundedRectangle({0, 0, nan, 4}, 1, {0, 0, 0, 1});
+    raster.fillRoundedRectangle({0, 0, 0, 4}, 1, {0, 0, 0, 1});
+    VectorPath path;
+    path.addRectangle({1, 1, 5, 5});
+    raster.fill(path, {0, 0, 0, 1}, AffineTransform::scale(0, 1));
+    EXPECT_EQ(coverage(raster.pixels()), 0);
+    raster.fill(path, {0, 0, 0, 1});
+    EXPECT_EQ(coverage(raster.pixels()), 25);
+}
+
+TEST(PNG, ComesBackAsItWas) {
+    const PixelBuffer picture = halfRed();
+    const auto decoded = decodePNG(bytesOf(encodePNG(picture)));
+    ASSERT_TRUE(decoded);
+    EXPECT_TRUE(areEqual(picture, *decoded));
+}
+
+TEST(PNG, DamageGivesNothing) {
+    const std::string png = encodePNG(halfRed());
+    for (std::size_t length = 0; length + 12 < png.size(); ++length) {
+        EXPECT_FALSE(decodePNG(bytesOf(png).first(length))) << length;
+    }
+    for (std::size_t at = 0; at + 12 < png.size(); at += 3) {
+        std::string damaged = png;
+        damaged[at] = char(damaged[at] ^ 0x55);
+        (void)decodePNG(bytesOf(damaged)); // whatever it gives, it comes back
+    }
+    EXPECT_TRUE(decodePNG(bytesOf(png), 17 * 9));
+    EXPECT_FALSE(decodePNG(bytesOf(png), 17 * 9 - 1));
+    EXPECT_THROW((void)encodePNG(PixelBuffer()), std::invalid_argument);
+    EXPECT_THROW((void)encodePNG(PixelBuffer::allocate(PixelFormat::i420, {4, 4})), std::invalid_argument);
+}
+
+TEST(TextLine, MeasuresGrowWithTextSizeAndWeight) {
+    const TextLine line("Hamburgefonts", {20});
+    EXPECT_GT(line.width(), 100);
+    EXPECT_GT(line.ascent(), 14);
+    EXPECT_GT(line.descent(), 3);
+    EXPECT_NEAR(TextLine("Hamburgefonts", {40}).width(), 2 * line.width(), 1);
+    EXPECT_NEAR(TextLine("HamburgefontsHamburgefonts", {20}).width(), 2 * line.width(), 1);
+    EXPECT_GT(TextLine("Hamburgefonts", {20, FontWeight::bold}).width(), line.width());
+    EXPECT_EQ(TextLine("a b", {20}).width(), TextLine("a\nb", {20}).width());
+    EXPECT_EQ(TextLine("", {20}).width(), 0);
+    EXPECT_GT(TextLine("\xff\xfe broken", {20}).width(), 0);
+}
+
+TEST(TextLine, StandsUprightOnItsBaseline) {
+    const TextLine line("Tipp", {30, FontWeight::semibold});
+    Raster up({120, 60}, Raster::YAxis::up);
+    line.draw(up, {10, 20}, {1, 1, 1, 1});
+    Raster down({120, 60}, Raster::YAxis::down);
+    line.draw(down, {10, 40}, {1, 1, 1, 1});
+    EXPECT_TRUE(areEqual(up.pixels(), down.pixels()));
+
+    const PixelBuffer picture = up.pixels();
+    const auto ink = [&](int firstRow, int lastRow, int left, int right) {
+        int sum = 0;
+        for (int row = firstRow; row < lastRow; ++row) {
+            for (int x = left; x < right; ++x) {
+                sum += alphaAt(picture, x, row);
+            }
+        }
+        return sum / 255;
+    };
+    EXPECT_GT(ink(16, 40, 10, 26), 50) << "the T stands on the baseline";
+    EXPECT_EQ(ink(41, 60, 10, 26), 0);
+    EXPECT_GT(ink(41, 50, 30, 110), 10) << "the p goes below it";
+    EXPECT_EQ(ink(0, 60, int(10 + line.width()) + 2, 120), 0);
+}
+
+TEST(TextLine, IsSetOnManyThreadsAtOnce) {
+    std::vector<double> widths(4);
+    {
+        std::vector<std::jthread> threads;
+        for (std::size_t i = 0; i < widths.size(); ++i) {
+            threads.emplace_back([&widths, i] {
+                for (int n = 0; n < 20; ++n) {
+                    Raster raster({200, 40});
+                    const TextLine line("Command Shift S", {18, FontWeight::medium});
+                    line.draw(raster, {4, 10}, {1, 1, 1, 1});
+                    widths[i] = line.width();
+                }
+            });
+        }
+    }
+    EXPECT_EQ(std::count(widths.begin(), widths.end(), widths[0]), 4);
+}
+
+} // namespace
+} // namespace tavrin
