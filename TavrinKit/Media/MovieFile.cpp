@@ -9,6 +9,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+extern "C" {
+#include <libavutil/opt.h>
+}
+
 #include "TavrinKit/Support/Files.h"
 #include "TavrinKit/Support/UUID.h"
 
@@ -92,8 +96,12 @@ int MovieFile::addTrack(const AVCodecParameters& parameters, AVRational timeBase
 
 void MovieFile::begin() {
     ffmpeg::Options options;
+    // Edit lists count in this; it divides evenly into the usual frame rates and samples of sound.
+    options.set("movie_timescale", "48000");
     if (form_ == Form::fragmented) {
-        // The head is written before any packet; a track that starts late says so in its first fragment.
+        // The head is written before any packet, so no edit list can say where a track starts: its fragments
+        // do.
+        context_->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
         options.set("movflags", "frag_custom+empty_moov+default_base_moof+frag_discont")
             .set("use_editlist", "0");
         context_->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED; // it would move that track to time 0
@@ -120,6 +128,8 @@ void MovieFile::flushFragment() {
     check(av_write_frame(context_, nullptr));             // the fragment
     avio_flush(io_);
     check(0);
+    // The next fragment starts where its first packet says, not where the last one's durations ended.
+    check(av_opt_set(context_->priv_data, "movflags", "+frag_discont", 0));
 }
 
 void MovieFile::complete() {

@@ -1,0 +1,169 @@
+#include "MovieFixtures.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <numbers>
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "TavrinKit/Support/UUID.h"
+
+namespace tavrin::fixtures {
+namespace {
+
+constexpr int columns = 4;
+constexpr int rows = 3;
+
+} // namespace
+
+TemporaryFolder::TemporaryFolder()
+    : path_(std::filesystem::temp_directory_path() / ("media-tests-" + UUID::make().string())) {
+    std::filesystem::create_directories(path_);
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    std::filesystem::remove_all(path_);
+}
+
+std::vector<std::string> TemporaryFolder::names() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(path_)) {
+        names.push_back(entry.path().filename());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+PixelBuffer flat(PixelSize size, int y, int u, int v) {
+    PixelBuffer picture = PixelBuffer::allocate(PixelFormat::i420, size);
+    const std::array values = {y, u, v};
+    for (int p = 0; p < 3; ++p) {
+        for (int row = 0; row < picture.plane(p).height; ++row) {
+            std::fill_n(picture.row(p, row), picture.plane(p).width, std::uint8_t(values[std::size_t(p)]));
+        }
+    }
+    return picture;
+}
+
+PixelBuffer numbered(PixelSize size, int number) {
+    PixelBuffer picture = flat(size, 40, 128, 128);
+    for (int y = 0; y < size.height; ++y) {
+        for (int x = 0; x < size.width; ++x) {
+            const int bit = y * rows / size.height * columns + x * columns / size.width;
+            picture.row(0, y)[x] = (number >> bit & 1) != 0 ? 210 : 40;
+        }
+    }
+    return picture;
+}
+
+int numberIn(const PixelBuffer& picture) {
+    int number = 0;
+    for (int bit = 0; bit < columns * rows; ++bit) {
+        const int x = (2 * (bit % columns) + 1) * picture.size().width / (2 * columns);
+        const int y = (2 * (bit / columns) + 1) * picture.size().height / (2 * rows);
+        number |= (picture.row(0, y)[x] > 125 ? 1 : 0) << bit;
+    }
+    return number;
+}
+
+std::vector<float> tone(double start, double seconds, int channels) {
+    std::vector<float> samples;
+    const auto first = std::lround(start * 48000);
+    for (long i = first; i < first + std::lround(seconds * 48000); ++i) {
+        samples.insert(samples.end(), std::size_t(channels),
+                       0.5F * float(std::sin(double(i) * 2 * std::numbers::pi / 48)));
+    }
+    return samples;
+}
+
+MovieWriterSettings smallMovie(const std::filesystem::path& path) {
+    MovieWriterSettings settings;
+    settings.path = path;
+    settings.container = path.extension() == ".mov" ? MovieContainer::quickTime : MovieContainer::mp4;
+    settings.video.emplace();
+    settings.video->size = {128, 96};
+    settings.video->effort = EncoderEffort::ultrafast;
+    return settings;
+}
+
+void writeNumbered(const MovieWriterSettings& settings, const std::vector<double>& times,
+                   std::optional<double> endTime) {
+    MovieWriter writer(settings);
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        writer.appendVideo(numbered(settings.video->size, int(i)), times[i]);
+    }
+    writer.finish(endTime);
+}
+
+std::vector<double> evenTimes(int count, double rate) {
+    std::vector<double> times;
+    for (int i = 0; i < count; ++i) {
+        times.push_back(i / rate);
+    }
+    return times;
+}
+
+std::vector<Seen> readAll(VideoReader& reader) {
+    std::vector<Seen> seen;
+    while (const auto frame = reader.next()) {
+        seen.push_back({frame->time, numberIn(frame->pixels), frame->index});
+    }
+    return seen;
+}
+
+std::vector<float> readSound(const std::filesystem::path& path, int rate, int channels) {
+    AudioReader reader(path, 0, rate, channels);
+    std::vector<float> sound;
+    while (const auto run = reader.next()) {
+        sound.insert(sound.end(), run->begin(), run->end());
+    }
+    return sound;
+}
+
+std::string run(const std::string& command) {
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command.c_str(), "r"), ::pclose);
+    std::string text;
+    std::array<char, 4096> chunk{};
+    while (const std::size_t count = std::fread(chunk.data(), 1, chunk.size(), pipe.get())) {
+        text.append(chunk.data(), count);
+    }
+    return text;
+}
+
+Json probe(const std::filesystem::path& path) {
+    return parseJson(run("ffprobe -v error -show_format -show_streams -of json '" + path.string() + "'"));
+}
+
+int inChild(const std::function<int()>& body) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        int code = 99;
+        try {
+            code = body();
+        } catch (const std::exception& error) {
+            std::fprintf(stderr, "child: %s\n", error.what());
+        }
+        ::_exit(code);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+std::optional<MediaErrorKind> mediaErrorOf(const std::function<void()>& call) {
+    try {
+        call();
+    } catch (const MediaError& error) {
+        EXPECT_GT(std::string(error.what()).size(), 20U);
+        return error.kind();
+    }
+    return std::nullopt;
+}
+
+} // namespace tavrin::fixtures
