@@ -104,7 +104,6 @@ void MovieFile::begin() {
         context_->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
         options.set("movflags", "frag_custom+empty_moov+default_base_moof+frag_discont")
             .set("use_editlist", "0");
-        context_->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED; // it would move that track to time 0
     } else if (form_ == Form::indexFirst) {
         options.set("movflags", "faststart");
     }

@@ -1,8 +1,7 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
-#include <iostream>
-#include <sstream>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -21,7 +20,6 @@ namespace {
 using namespace std::chrono_literals;
 using test::framesOf;
 using test::greyPicture;
-using test::MovieFrame;
 using test::TemporaryDirectory;
 using test::videoSample;
 
@@ -178,7 +176,7 @@ TEST_F(StreamAssetWriterSinkTest, CancelKeepsWhatWasWrittenAndEndsEverything) {
     for (int i = 0; i < 10; ++i) {
         sink.appendVideo(videoSample(greyPicture(size, 60 + i), start + i / 60.0));
     }
-    std::this_thread::sleep_for(100ms);
+    test::waitForFrames(movie);
     sink.cancel();
     sink.cancel();
     EXPECT_FALSE(sink.prepareForFinish());
@@ -276,19 +274,21 @@ TEST_F(StreamAssetWriterSinkTest, AKilledProcessLeavesAMoviePlayingNearlyToItsEn
     const struct {
         const char* mode;
         std::chrono::milliseconds life;
-    } cases[] = {{"still", 2600ms}, {"still", 3330ms}, {"motion", 1270ms}, {"motion", 2130ms}};
+    } cases[] = {{"motion", 1270ms}, {"motion", 2130ms}, {"still", 2600ms}, {"still", 3330ms}};
+    std::vector<std::unique_ptr<RecorderProgram>> recorders;
     for (const auto& [mode, life] : cases) {
-        std::filesystem::remove(movie);
-        RecorderProgram recorder({mode, movie.string()});
-        recorder.readLine(); // it runs
-        const auto begun = std::chrono::steady_clock::now();
-        std::this_thread::sleep_for(life);
-        recorder.end(SIGKILL);
-        const std::chrono::duration<double> lived = std::chrono::steady_clock::now() - begun;
+        const auto file = folder / (mode + std::to_string(recorders.size()));
+        recorders.push_back(std::make_unique<RecorderProgram>(std::vector<std::string>{mode, file.string()}));
+    }
+    for (std::size_t i = 0; i < recorders.size(); ++i) {
+        const double begun = std::stod(recorders[i]->readLine()); // on the clock that all processes share
+        std::this_thread::sleep_for(std::chrono::duration<double>(begun - HostClock::now()) + cases[i].life);
+        const double lived = HostClock::now() - begun;
+        recorders[i]->end(SIGKILL);
 
-        const std::vector<MovieFrame> frames = framesOf(movie);
-        ASSERT_FALSE(frames.empty()) << mode;
-        EXPECT_GT(frames.back().time, lived.count() - 2) << mode << " of " << lived.count();
+        const auto frames = framesOf(folder / (cases[i].mode + std::to_string(i)));
+        ASSERT_FALSE(frames.empty()) << cases[i].mode;
+        EXPECT_GT(frames.back().time, lived - 2) << cases[i].mode << " of " << lived;
     }
 }
 
