@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <csignal>
+#include <cstddef>
 #include <cstring>
 #include <mutex>
 #include <system_error>
@@ -19,6 +20,7 @@
 #include <unistd.h>
 #include <xcb/randr.h>
 #include <xcb/xcb.h>
+#include <xcb/xcbext.h>
 
 #include "TavrinKit/Platform/X11/X11Connection.h"
 
@@ -83,6 +85,33 @@ std::string lastLineOf(int descriptor) {
     }
     const auto newline = text.rfind('\n');
     return newline == std::string::npos ? text : text.substr(newline + 1);
+}
+
+/// RandR's SetMonitor, put together by hand: the library's own function sends a request of a wrong length.
+xcb_void_cookie_t requestMonitor(const X11Connection& connection, const VirtualDisplay::Monitor& monitor,
+                                 const xcb_randr_output_t* output) {
+    struct {
+        xcb_randr_set_monitor_request_t head;
+        xcb_randr_monitor_info_t monitor;
+        xcb_randr_output_t output;
+    } request{};
+    request.head.window = connection.root();
+    request.monitor.name = connection.atom(monitor.name);
+    request.monitor.primary = monitor.isPrimary ? 1 : 0;
+    request.monitor.nOutput = output != nullptr ? 1 : 0;
+    request.monitor.x = std::int16_t(monitor.x);
+    request.monitor.y = std::int16_t(monitor.y);
+    request.monitor.width = std::uint16_t(monitor.size.width);
+    request.monitor.height = std::uint16_t(monitor.size.height);
+    request.monitor.width_in_millimeters = std::uint32_t(monitor.size.width) / 4;
+    request.monitor.height_in_millimeters = std::uint32_t(monitor.size.height) / 4;
+    request.output = output != nullptr ? *output : 0;
+
+    iovec parts[3] = {}; // The first two are the library's.
+    parts[2].iov_base = &request;
+    parts[2].iov_len = output != nullptr ? sizeof request : offsetof(decltype(request), output);
+    const xcb_protocol_request_t protocol{1, &xcb_randr_id, XCB_RANDR_SET_MONITOR, 1};
+    return {xcb_send_request(connection.xcb(), XCB_REQUEST_CHECKED, parts + 2, &protocol)};
 }
 
 } // namespace
@@ -300,22 +329,8 @@ void VirtualDisplay::setMonitors(const std::vector<Monitor>& monitors) {
     const xcb_randr_output_t output = *xcb_randr_get_screen_resources_current_outputs(resources.get());
     bool isFirst = true;
     for (const Monitor& monitor : monitors) {
-        struct {
-            xcb_randr_monitor_info_t information;
-            xcb_randr_output_t output;
-        } request{};
-        request.information.name = connection.atom(monitor.name);
-        request.information.primary = monitor.isPrimary ? 1 : 0;
-        request.information.nOutput = isFirst ? 1 : 0;
-        request.information.x = std::int16_t(monitor.x);
-        request.information.y = std::int16_t(monitor.y);
-        request.information.width = std::uint16_t(monitor.size.width);
-        request.information.height = std::uint16_t(monitor.size.height);
-        request.information.width_in_millimeters = std::uint32_t(monitor.size.width) / 4;
-        request.information.height_in_millimeters = std::uint32_t(monitor.size.height) / 4;
-        request.output = output;
-        const auto cookie = xcb_randr_set_monitor_checked(xcb, connection.root(), &request.information);
-        const X11Owned<xcb_generic_error_t> error(xcb_request_check(xcb, cookie));
+        const X11Owned<xcb_generic_error_t> error(
+            xcb_request_check(xcb, requestMonitor(connection, monitor, isFirst ? &output : nullptr)));
         if (error) {
             throw VirtualDisplayError::monitorsFailed(
                 fmt::format("the server refused \"{}\" with error {}", monitor.name, error->error_code));

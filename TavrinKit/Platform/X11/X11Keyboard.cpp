@@ -79,11 +79,13 @@ struct X11Keyboard::Implementation {
         // Before the keymap is read, so that no change falls between the two.
         selectEvents();
         readKeymap();
+        readControls();
     }
 
     void selectEvents() const {
         constexpr std::uint16_t events = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY |
-                                         XCB_XKB_EVENT_TYPE_MAP_NOTIFY | XCB_XKB_EVENT_TYPE_STATE_NOTIFY;
+                                         XCB_XKB_EVENT_TYPE_MAP_NOTIFY | XCB_XKB_EVENT_TYPE_STATE_NOTIFY |
+                                         XCB_XKB_EVENT_TYPE_CONTROLS_NOTIFY;
         constexpr std::uint16_t parts = XCB_XKB_MAP_PART_KEY_TYPES | XCB_XKB_MAP_PART_KEY_SYMS |
                                         XCB_XKB_MAP_PART_MODIFIER_MAP | XCB_XKB_MAP_PART_KEY_ACTIONS |
                                         XCB_XKB_MAP_PART_VIRTUAL_MODS | XCB_XKB_MAP_PART_VIRTUAL_MOD_MAP |
@@ -109,6 +111,18 @@ struct X11Keyboard::Implementation {
         state = std::move(newState);
         shiftOnly.reset(xkb_state_new(keymap.get()));
         shift = xkb_keymap_mod_get_index(keymap.get(), XKB_MOD_NAME_SHIFT);
+    }
+
+    void readControls() {
+        xcb_connection_t* xcb = connection.xcb();
+        const X11Owned<xcb_xkb_get_controls_reply_t> reply(
+            xcb_xkb_get_controls_reply(xcb, xcb_xkb_get_controls(xcb, XCB_XKB_ID_USE_CORE_KBD), nullptr));
+        repetition.reset();
+        if (reply && (reply->enabledControls & XCB_XKB_BOOL_CTRL_REPEAT_KEYS) != 0 &&
+            reply->repeatInterval > 0) {
+            repetition = {std::chrono::milliseconds(reply->repeatDelay),
+                          std::chrono::milliseconds(reply->repeatInterval)};
+        }
     }
 
     [[nodiscard]] xkb_layout_index_t layout() const {
@@ -147,6 +161,7 @@ struct X11Keyboard::Implementation {
 
     const X11Connection& connection;
     std::uint8_t firstEvent = 0;
+    std::optional<Repetition> repetition; ///< what the server does for all keys that repeat
     Context context;
     Keymap keymap;
     State state;
@@ -176,6 +191,9 @@ bool X11Keyboard::handle(const void* pointer) {
     case XCB_XKB_NEW_KEYBOARD_NOTIFY:
     case XCB_XKB_MAP_NOTIFY:
         implementation_->readKeymap();
+        break;
+    case XCB_XKB_CONTROLS_NOTIFY:
+        implementation_->readControls();
         break;
     default:
         break;
@@ -210,8 +228,11 @@ LiveKeyPress X11Keyboard::interpret(std::uint32_t keycode, bool isRepeat) {
     return press;
 }
 
-bool X11Keyboard::repeats(std::uint32_t keycode) const {
-    return xkb_keymap_key_repeats(implementation_->keymap.get(), keycode) != 0;
+std::optional<X11Keyboard::Repetition> X11Keyboard::repetition(std::uint32_t keycode) const {
+    if (!implementation_->repetition || xkb_keymap_key_repeats(implementation_->keymap.get(), keycode) == 0) {
+        return std::nullopt;
+    }
+    return implementation_->repetition;
 }
 
 xkb_keymap* X11Keyboard::keymap() const {

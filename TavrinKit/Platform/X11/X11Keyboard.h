@@ -1,7 +1,9 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "TavrinKit/Platform/X11/LiveKeyMapping.h"
 
@@ -36,7 +38,13 @@ public:
     /// @param keycode  the X server's
     [[nodiscard]] LiveKeyPress interpret(std::uint32_t keycode, bool isRepeat);
 
-    [[nodiscard]] bool repeats(std::uint32_t keycode) const;
+    /// How the server repeats this key while it is held; nothing when it doesn't.
+    struct Repetition {
+        std::chrono::milliseconds delay;    ///< from the press to the first repetition
+        std::chrono::milliseconds interval; ///< from one to the next
+    };
+    [[nodiscard]] std::optional<Repetition> repetition(std::uint32_t keycode) const;
+
     [[nodiscard]] xkb_keymap* keymap() const;
     /// The index of the layout in use.
     [[nodiscard]] std::uint32_t layout() const;

@@ -1,0 +1,216 @@
+#include "TavrinKit/Platform/X11/X11ScreenStream.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+#include "TavrinKit/Platform/X11/FramePacer.h"
+#include "TavrinKit/Platform/X11/StopSignal.h"
+#include "TavrinKit/Platform/X11/X11Connection.h"
+#include "TavrinKit/Platform/X11/X11Error.h"
+#include "TavrinKit/Platform/X11/X11PictureSource.h"
+#include "TavrinKit/Support/Cancellation.h"
+
+namespace tavrin {
+namespace {
+
+using Clock = FramePacer::Clock;
+
+constexpr auto patienceAtStop = std::chrono::seconds(1);
+/// How soon to look again after a change that was none of this display.
+constexpr auto pauseAfterNothing = std::chrono::milliseconds(2);
+
+Clock::duration frameInterval(const StreamConfiguration& configuration) {
+    return std::chrono::duration_cast<Clock::duration>(
+        std::chrono::duration<double>(std::max(configuration.minimumFrameInterval, 0.0)));
+}
+
+const ContentFilter::Display& displayOf(const ContentFilter& filter) {
+    const auto* display = std::get_if<ContentFilter::Display>(&filter.content);
+    if (display == nullptr) {
+        throw X11Error::unsupportedSource("A single window");
+    }
+    return *display;
+}
+
+} // namespace
+
+class X11ScreenStream::Worker {
+public:
+    Worker(const std::string& displayName, const ContentFilter& filter,
+           const StreamConfiguration& configuration, std::shared_ptr<ScreenStreamOutput> output)
+        : connection_(displayName), source_(connection_, displayOf(filter), configuration),
+          pacer_(frameInterval(configuration)), output_(std::move(output)) {}
+
+    void start(std::shared_ptr<Worker> self) {
+        const std::lock_guard lock(mutex_);
+        if (phase_ != Phase::idle) {
+            return;
+        }
+        phase_ = Phase::running;
+        thread_ = std::thread([self = std::move(self)] { self->run(); });
+    }
+
+    void stop(const std::stop_token& stop) {
+        stopSignal_.request();
+        std::unique_lock lock(mutex_);
+        if (phase_ == Phase::idle || isOwnThread()) {
+            phase_ = phase_ == Phase::idle ? Phase::ended : phase_;
+            return;
+        }
+        const auto hasEnded = [this] {
+            return phase_ == Phase::ended;
+        };
+        const bool endedInTime = changed_.wait_for(lock, stop, patienceAtStop, hasEnded);
+        if (!endedInTime) {
+            connection_.hangUp();
+            changed_.wait(lock, hasEnded);
+        }
+        std::thread thread = std::exchange(thread_, {});
+        lock.unlock();
+        if (thread.joinable()) {
+            thread.join();
+        }
+        if (!endedInTime) {
+            throwIfCancelled(stop);
+        }
+    }
+
+    void removeOutput() {
+        std::unique_lock lock(mutex_);
+        std::shared_ptr<ScreenStreamOutput> output = std::move(output_);
+        output_.reset();
+        if (!isOwnThread()) {
+            changed_.wait(lock, [this] { return !isDelivering_; });
+        }
+        lock.unlock(); // before the output goes, perhaps for good
+    }
+
+    /// When the object goes on the very thread that it runs, nobody is left to join it.
+    void detachOwnThread() {
+        const std::lock_guard lock(mutex_);
+        if (thread_.joinable() && isOwnThread()) {
+            thread_.detach();
+        }
+    }
+
+    [[nodiscard]] std::int64_t dropped() const { return dropped_.load(std::memory_order_relaxed); }
+
+private:
+    enum class Phase { idle, running, ended };
+
+    [[nodiscard]] bool isOwnThread() const { return thread_.get_id() == std::this_thread::get_id(); }
+
+    void run() {
+        try {
+            capture();
+        } catch (...) {
+            if (!stopSignal_.isRequested()) {
+                deliver([](ScreenStreamOutput& output) { output.didStop(std::current_exception()); });
+            }
+        }
+        removeOutput();
+        const std::lock_guard lock(mutex_);
+        phase_ = Phase::ended;
+        changed_.notify_all();
+    }
+
+    void capture() {
+        Clock::time_point earliestLook{};
+        while (!stopSignal_.isRequested()) {
+            source_.readEvents();
+            if (!source_.hasNews()) {
+                stopSignal_.waitFor(connection_.fileDescriptor());
+                continue;
+            }
+            const Clock::time_point now = Clock::now();
+            const Clock::time_point earliest = std::max(pacer_.earliestNext(), earliestLook);
+            if (now < earliest) {
+                stopSignal_.waitUntil(earliest); // Further events needn't wake us.
+                continue;
+            }
+            earliestLook = now + pauseAfterNothing;
+            takePicture(now);
+        }
+    }
+
+    void takePicture(Clock::time_point now) {
+        VideoSample sample;
+        switch (source_.take(sample)) {
+        case X11PictureSource::Taken::nothing:
+            return;
+        case X11PictureSource::Taken::dropped:
+            dropped_.fetch_add(1, std::memory_order_relaxed);
+            break;
+        case X11PictureSource::Taken::picture:
+            deliver([&](ScreenStreamOutput& output) { output.didOutput(std::move(sample)); });
+            break;
+        }
+        pacer_.didTake(now);
+    }
+
+    template <typename Call>
+    void deliver(Call&& call) {
+        std::shared_ptr<ScreenStreamOutput> output;
+        {
+            const std::lock_guard lock(mutex_);
+            output = output_;
+            isDelivering_ = output != nullptr;
+        }
+        if (!output) {
+            return;
+        }
+        call(*output);
+        output.reset();
+        const std::lock_guard lock(mutex_);
+        isDelivering_ = false;
+        changed_.notify_all();
+    }
+
+    const X11Connection connection_;
+    X11PictureSource source_; ///< the constructor's thread, then the worker's
+    FramePacer pacer_;        ///< the worker's thread
+    StopSignal stopSignal_;
+    std::atomic<std::int64_t> dropped_{0};
+
+    std::mutex mutex_; ///< guards all below
+    std::condition_variable_any changed_;
+    Phase phase_ = Phase::idle;
+    bool isDelivering_ = false;
+    std::shared_ptr<ScreenStreamOutput> output_;
+    std::thread thread_;
+};
+
+X11ScreenStream::X11ScreenStream(const std::string& displayName, const ContentFilter& filter,
+                                 const StreamConfiguration& configuration,
+                                 std::shared_ptr<ScreenStreamOutput> output)
+    : worker_(std::make_shared<Worker>(displayName, filter, configuration, std::move(output))) {}
+
+X11ScreenStream::~X11ScreenStream() {
+    worker_->removeOutput();
+    worker_->stop({});
+    worker_->detachOwnThread();
+}
+
+void X11ScreenStream::start(std::stop_token stop) {
+    throwIfCancelled(stop);
+    worker_->start(worker_);
+}
+
+void X11ScreenStream::stop(std::stop_token stop) {
+    worker_->stop(stop);
+}
+
+void X11ScreenStream::removeOutput() {
+    worker_->removeOutput();
+}
+
+std::int64_t X11ScreenStream::droppedFrames() const {
+    return worker_->dropped();
+}
+
+} // namespace tavrin
