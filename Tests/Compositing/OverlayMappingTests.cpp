@@ -93,24 +93,5 @@ TEST(OverlayMapping, PlacesAndEdges) {
     }
 }
 
-TEST(OverlayMapping, PaddingIsAtMostAThird) {
-    const struct {
-        double padding;
-        Rect expected;
-    } cases[] = {
-        {-4, {0, 0, 300, 120}},
-        {12, {30, 12, 240, 96}},
-        {40, {100, 40, 100, 40}},
-        {4000, {100, 40, 100, 40}},
-    };
-    for (const auto& c : cases) {
-        const Rect rect = visibleContentRect({0, 0, 300, 120}, FramingStyle{.padding = c.padding});
-        EXPECT_NEAR(rect.x, c.expected.x, 1e-9) << c.padding;
-        EXPECT_NEAR(rect.y, c.expected.y, 1e-9) << c.padding;
-        EXPECT_NEAR(rect.width, c.expected.width, 1e-9) << c.padding;
-        EXPECT_NEAR(rect.height, c.expected.height, 1e-9) << c.padding;
-    }
-}
-
 } // namespace
 } // namespace tavrin

@@ -1,5 +1,6 @@
 #include "SampleScreen.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "TavrinKit/Imaging/ImageRenderer.h"
@@ -17,63 +18,30 @@ Color grey(int level) {
     return {level / 255.0, level / 255.0, level / 255.0, 1};
 }
 
-class ScreenPainter {
-public:
-    ScreenPainter(PixelSize size) : raster_(size, Raster::YAxis::down), k_(size.width / 1280.0) {}
-
-    void box(Rect r, double radius, const Color& color) {
-        raster_.fillRoundedRectangle({r.x * k_, r.y * k_, r.width * k_, r.height * k_}, radius * k_, color);
-    }
-    void text(const std::string& words, Vec2 at, double size, const Color& color,
-              FontWeight weight = FontWeight::regular) {
-        TextLine(words, {size * k_, weight}).draw(raster_, at * k_, color);
-    }
-    [[nodiscard]] Image image() const { return raster_.image(); }
-
-private:
-    Raster raster_;
-    double k_;
-};
-
-void paintSidebar(ScreenPainter& painter) {
-    painter.box({0, 40, 250, 680}, 0, {0.93, 0.94, 0.96, 1});
-    const std::array<const char*, 7> entries{"Inbox",   "Drafts",  "Sent", "Projects",
-                                             "Reviews", "Archive", "Trash"};
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        const double y = 70 + 44 * double(i);
-        if (i == 3) {
-            painter.box({12, y - 8, 226, 36}, 8, {0.2, 0.45, 0.95, 1});
-        }
-        painter.text(entries[i], {30, y + 16}, 16, i == 3 ? grey(255) : grey(60), FontWeight::medium);
-    }
-}
-
-void paintDocument(ScreenPainter& painter) {
-    painter.text("Quarterly planning", {290, 100}, 30, grey(20), FontWeight::bold);
-    for (int i = 0; i < 9; ++i) {
-        const double y = 140 + 52 * i;
-        painter.box({290, y, 950, 42}, 6, i % 2 == 0 ? grey(246) : grey(252));
-        painter.box({304, y + 12, 18, 18}, 4, {0.85, 0.5 + 0.05 * i, 0.25, 1});
-        painter.text("Review the capture settings with the design team", {336, y + 27}, 15, grey(40));
-        painter.text("Nov 2" + std::to_string(i % 10), {1160, y + 27}, 13, grey(140));
-    }
-    painter.box({290, 640, 150, 44}, 10, {0.2, 0.45, 0.95, 1});
-    painter.text("New project", {318, 668}, 16, grey(255), FontWeight::semibold);
+void write(Raster& raster, const std::string& words, Vec2 at, double size, int level, FontWeight weight) {
+    TextLine(words, {size, weight}).draw(raster, at, grey(level));
 }
 
 } // namespace
 
-Image sampleScreen(PixelSize size) {
-    ScreenPainter painter(size);
-    painter.box({0, 0, 1280, 720}, 0, grey(255));
-    painter.box({0, 0, 1280, 40}, 0, {0.16, 0.18, 0.22, 1});
-    for (int i = 0; i < 3; ++i) {
-        painter.box({16.0 + 22 * i, 13, 14, 14}, 7, {i == 0 ? 0.95 : 0.9 - 0.3 * i, 0.35 + 0.25 * i, 0.3, 1});
+Image sampleScreen() {
+    Raster raster({1280, 720}, Raster::YAxis::down);
+    raster.fillRoundedRectangle({0, 0, 1280, 720}, 0, grey(255));
+    raster.fillRoundedRectangle({0, 0, 1280, 40}, 0, {0.16, 0.18, 0.22, 1});
+    write(raster, "Workspace", {600, 26}, 15, 225, FontWeight::medium);
+    raster.fillRoundedRectangle({0, 40, 250, 680}, 0, {0.93, 0.94, 0.96, 1});
+    write(raster, "Quarterly planning", {290, 100}, 30, 20, FontWeight::bold);
+    for (int i = 0; i < 9; ++i) {
+        const double y = 140 + 52 * i;
+        raster.fillRoundedRectangle({290, y, 950, 42}, 6, grey(i % 2 == 0 ? 246 : 252));
+        raster.fillRoundedRectangle({304, y + 12, 18, 18}, 4, {0.85, 0.5 + 0.05 * i, 0.25, 1});
+        write(raster, "Review the capture settings with the team", {336, y + 27}, 15, 40,
+              FontWeight::regular);
+        write(raster, "Folder " + std::to_string(i + 1), {30, y + 27}, 16, 60, FontWeight::medium);
     }
-    painter.text("Workspace", {600, 26}, 15, grey(225), FontWeight::medium);
-    paintSidebar(painter);
-    paintDocument(painter);
-    return painter.image();
+    raster.fillRoundedRectangle({290, 640, 150, 44}, 10, {0.2, 0.45, 0.95, 1});
+    write(raster, "New project", {318, 668}, 16, 255, FontWeight::semibold);
+    return raster.image();
 }
 
 CursorAppearance sampleAppearance() {
@@ -106,6 +74,14 @@ PixelBuffer rendered(const Image& image, const Rect& rect) {
 std::array<int, 4> pixel(const PixelBuffer& picture, int x, int yUpward) {
     const std::uint8_t* p = picture.row(0, picture.size().height - 1 - yUpward) + std::ptrdiff_t(x) * 4;
     return {p[2], p[1], p[0], p[3]};
+}
+
+bool areEqual(const PixelBuffer& a, const PixelBuffer& b) {
+    bool equal = a.size() == b.size();
+    for (int y = 0; equal && y < a.size().height; ++y) {
+        equal = std::equal(a.row(0, y), a.row(0, y) + std::ptrdiff_t(a.size().width) * 4, b.row(0, y));
+    }
+    return equal;
 }
 
 TemporaryFolder::TemporaryFolder()

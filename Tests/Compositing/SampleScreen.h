@@ -10,9 +10,8 @@
 
 namespace tavrin::test {
 
-/// Something like a recorded desktop, of a 1280 × 720 layout scaled to the size: a window with a sidebar,
-/// text and buttons.
-[[nodiscard]] Image sampleScreen(PixelSize size = {1280, 720});
+/// Something like a recorded desktop, 1280 × 720: bars, text and buttons.
+[[nodiscard]] Image sampleScreen();
 
 /// A pointer image like those that a display server hands out.
 [[nodiscard]] CursorAppearance sampleAppearance();
@@ -25,6 +24,8 @@ namespace tavrin::test {
 
 /// The stored r, g, b and alpha of a bgra8 pixel, 0...255.
 [[nodiscard]] std::array<int, 4> pixel(const PixelBuffer& picture, int x, int yUpward);
+
+[[nodiscard]] bool areEqual(const PixelBuffer& a, const PixelBuffer& b);
 
 /// A folder that goes away with its owner.
 class TemporaryFolder {

@@ -2,8 +2,6 @@
 #include <array>
 #include <cmath>
 #include <limits>
-#include <thread>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -171,24 +169,6 @@ TEST(TextLine, StandsUprightOnItsBaseline) {
     EXPECT_EQ(ink(41, 60, 10, 26), 0);
     EXPECT_GT(ink(41, 50, 30, 110), 10) << "the p goes below it";
     EXPECT_EQ(ink(0, 60, int(10 + line.width()) + 2, 120), 0);
-}
-
-TEST(TextLine, IsSetOnManyThreadsAtOnce) {
-    std::vector<double> widths(4);
-    {
-        std::vector<std::jthread> threads;
-        for (std::size_t i = 0; i < widths.size(); ++i) {
-            threads.emplace_back([&widths, i] {
-                for (int n = 0; n < 20; ++n) {
-                    Raster raster({200, 40});
-                    const TextLine line("Command Shift S", {18, FontWeight::medium});
-                    line.draw(raster, {4, 10}, {1, 1, 1, 1});
-                    widths[i] = line.width();
-                }
-            });
-        }
-    }
-    EXPECT_EQ(std::count(widths.begin(), widths.end(), widths[0]), 4);
 }
 
 } // namespace
