@@ -127,7 +127,7 @@ TEST_F(DesktopStreamCaptureTest, RecordsFromTheFirstPictureToTheStop) {
     EXPECT_NEAR(frames[2].luma, 200, 3);
     EXPECT_NEAR(probeMedia(result.screenSourceURL).video.at(0).duration, result.duration(), 2e-3);
     EXPECT_TRUE(result.screenSourceURL.filename().string().starts_with("screen-capture-"));
-    EXPECT_EQ(log->text(), "start stop removeOutput ~stream");
+    EXPECT_EQ(log->text(), "start stop removeOutput");
     EXPECT_TRUE(desktop->output.expired());
     EXPECT_EQ(capture->statistics().receivedFrames, 2);
     EXPECT_EQ(capture->statistics().droppedFrames, 3);
@@ -223,7 +223,7 @@ TEST_F(DesktopStreamCaptureTest, BringsTheSideCapturesAlong) {
     const auto capture = makeCapture();
     capture->start(options, {});
     const ScreenCaptureResult result = capture->stop({});
-    EXPECT_EQ(log->text(), "mic.start camera.start start stop removeOutput mic.stop camera.stop ~stream");
+    EXPECT_EQ(log->text(), "mic.start camera.start start stop removeOutput mic.stop camera.stop");
     EXPECT_EQ(result.optionalAudio.count(AudioTrackDescriptor::Kind::microphone), 1u);
     ASSERT_TRUE(result.cameraTrack);
     EXPECT_EQ(result.cameraTrack->mediaURL.extension(), ".mov");
@@ -273,7 +273,7 @@ TEST_F(DesktopStreamCaptureTest, AMicrophoneThatFailsEndsTheStartOrTheStop) {
     const auto capture = makeCapture();
     capture->start(options, {});
     EXPECT_EQ(failureOf([&] { static_cast<void>(capture->stop({})); }), Kind::microphoneStopFailed);
-    EXPECT_TRUE(log->text().ends_with("mic.stop camera.cancel ~stream")) << log->text();
+    EXPECT_TRUE(log->text().ends_with("mic.stop camera.cancel")) << log->text();
     capture->start(options, {});
 
     services.microphoneCaptureFactory = nullptr;
@@ -311,7 +311,7 @@ TEST_F(DesktopStreamCaptureTest, AStartThatFailsLeavesNothingBehind) {
         EXPECT_EQ(startFailure(*capture), Kind::captureStartFailed) << row.name;
         EXPECT_EQ(sentence, "Unable to start screen capture: The display has gone.") << row.name;
         EXPECT_TRUE(folder.entries().empty()) << row.name;
-        EXPECT_TRUE(log->text().ends_with("start removeOutput stop ~stream")) << row.name << log->text();
+        EXPECT_TRUE(log->text().ends_with("start removeOutput stop")) << row.name << log->text();
     }
 }
 
@@ -363,7 +363,7 @@ TEST_F(DesktopStreamCaptureTest, CancelEndsATakeAndKeepsItsFile) {
     }
     waitForFrames(folder / folder.entries()[0]);
     capture->cancelRecording({});
-    EXPECT_TRUE(log->text().ends_with("mic.cancel camera.cancel removeOutput stop ~stream")) << log->text();
+    EXPECT_TRUE(log->text().ends_with("mic.cancel camera.cancel removeOutput stop")) << log->text();
     ASSERT_EQ(folder.entries().size(), 1u);
     EXPECT_FALSE(framesOf(folder / folder.entries()[0]).empty());
     EXPECT_EQ(failureOf([&] { static_cast<void>(capture->stop({})); }), Kind::notRecording);
@@ -462,7 +462,7 @@ TEST_F(DesktopStreamCaptureTest, ACoordinatorRecoversFromStreamsThatHang) {
     desktop->script.onStart = nullptr; // never a picture
     expectTimeOut(start, CaptureCoordinatorErrorKind::startTimedOut);
     EXPECT_TRUE(folder.entries().empty());
-    EXPECT_EQ(log->text(), "start removeOutput stop ~stream");
+    EXPECT_EQ(log->text(), "start removeOutput stop");
 
     desktop->script.onStart = hanging(); // deaf to all requests
     expectTimeOut(start, CaptureCoordinatorErrorKind::startTimedOut);

@@ -11,7 +11,6 @@ public:
     FakeStream(std::shared_ptr<CallLog> log, FakeStreamScript script,
                std::shared_ptr<ScreenStreamOutput> output)
         : log_(std::move(log)), script_(std::move(script)), output_(std::move(output)) {}
-    ~FakeStream() override { log_->add("~stream"); }
 
     void start(std::stop_token stop) override {
         log_->add("start");
