@@ -1,20 +1,21 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
-
-#include <nlohmann/json_fwd.hpp>
 
 #include "TavrinKit/Effects/AutoZoomGenerator.h"
 #include "TavrinKit/Project/EditsDocument.h"
 #include "TavrinKit/Project/EventTimeline.h"
 #include "TavrinKit/Project/ExportAspectPreset.h"
 #include "TavrinKit/Project/ProjectPackage.h"
+#include "TavrinKit/Support/Json.h"
 #include "TavrinKit/Support/UUID.h"
 
 namespace tavrin {
@@ -63,6 +64,7 @@ public:
     [[nodiscard]] const EventTimeline& events() const { return *events_; }
     /// The same events, for whoever outlives the session.
     [[nodiscard]] const std::shared_ptr<const EventTimeline>& sharedEvents() const { return events_; }
+    /// Valid until the edits change.
     [[nodiscard]] const EditsDocument& edits() const { return *edits_; }
     [[nodiscard]] const InspectorState& inspector() const { return inspector_; }
     [[nodiscard]] const PreviewPerformanceProfile& previewPerformance() const { return previewPerformance_; }
@@ -117,9 +119,17 @@ private:
     std::vector<Snapshot> redoStack_; ///< the most recent last
 };
 
-void encode(nlohmann::json& json, const InspectorState& value);
-void encode(nlohmann::json& json, const PreviewPerformanceProfile& value);
-void decode(const nlohmann::json& json, InspectorState& value);
-void decode(const nlohmann::json& json, PreviewPerformanceProfile& value);
+template <>
+struct EnumNames<AutoZoomApplyStrategy> {
+    static constexpr std::array<std::pair<AutoZoomApplyStrategy, std::string_view>, 2> names{{
+        {AutoZoomApplyStrategy::mergeNonDestructive, "mergeNonDestructive"},
+        {AutoZoomApplyStrategy::replaceTrack, "replaceTrack"},
+    }};
+};
+
+void encode(Json& json, const InspectorState& value);
+void encode(Json& json, const PreviewPerformanceProfile& value);
+void decode(const Json& json, InspectorState& value);
+void decode(const Json& json, PreviewPerformanceProfile& value);
 
 } // namespace tavrin
