@@ -2,18 +2,27 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 
 #include <fmt/format.h>
+
+#include "ChildProcess.h"
 
 namespace tavrin::bench {
 
 const std::vector<Piece>& allPieces() {
     static const std::vector<Piece> pieces{
-        {"export.walkthrough", exportWalkthrough}, {"export.fullmotion", exportFullMotion},
-        {"export.peak_memory", exportPeakMemory},  {"capture.fullmotion", captureFullMotion},
-        {"capture.still", captureStill},
+        {{"export.walkthrough"}, exportWalkthrough}, {{"export.fullmotion"}, exportFullMotion},
+        {{"export.peak_memory"}, exportPeakMemory},  {{"capture.fullmotion"}, captureFullMotion},
+        {{"capture.still"}, captureStill},           {{"events.load", "cursor.frame_state"}, eventsAndCursor},
     };
     return pieces;
+}
+
+void eventsAndCursor(Takes&) {
+    const auto program = std::filesystem::path(ownProgram()).parent_path() / "EventsBenchmark";
+    fmt::print("{}", runChildOrThrow({program.string()}).output);
+    std::fflush(stdout);
 }
 
 void printFigure(std::string_view name, double value, std::string_view unit) {

@@ -10,9 +10,9 @@ namespace tavrin::bench {
 
 class Takes;
 
-/// A piece of the benchmark: it prints one or more figures whose names begin with the piece's.
+/// A piece of the benchmark: it prints figures whose names begin with one of the piece's.
 struct Piece {
-    std::string_view name;
+    std::vector<std::string_view> names;
     std::function<void(Takes&)> run;
 };
 
@@ -24,6 +24,7 @@ void exportFullMotion(Takes& takes);
 void exportPeakMemory(Takes& takes);
 void captureFullMotion(Takes& takes);
 void captureStill(Takes& takes);
+void eventsAndCursor(Takes& takes);
 
 /// Prints a figure: "name: value unit".
 void printFigure(std::string_view name, double value, std::string_view unit);

@@ -42,10 +42,14 @@ void recordDisplay(const std::string& display, const std::string& folder, double
     fmt::print("{} {} {}\n", facts.durationSeconds, facts.framesTaken, facts.framesDropped);
 }
 
-bool isWanted(std::string_view piece, const std::vector<std::string>& wanted) {
-    return wanted.empty() || std::ranges::any_of(wanted, [&](const std::string& name) {
-               return piece.starts_with(name) || name.starts_with(piece);
-           });
+/// A name asks for a piece when it begins like one of the piece's names, or goes on from it.
+bool isWanted(const bench::Piece& piece, const std::vector<std::string>& wanted) {
+    const auto matches = [&](const std::string& asked) {
+        return std::ranges::any_of(piece.names, [&](std::string_view name) {
+            return name.starts_with(asked) || asked.starts_with(name);
+        });
+    };
+    return wanted.empty() || std::ranges::any_of(wanted, matches);
 }
 
 int runPieces(const std::vector<std::string>& wanted) {
@@ -53,15 +57,15 @@ int runPieces(const std::vector<std::string>& wanted) {
     bool any = false;
     int failures = 0;
     for (const bench::Piece& piece : bench::allPieces()) {
-        if (!isWanted(piece.name, wanted)) {
+        if (!isWanted(piece, wanted)) {
             continue;
         }
         any = true;
-        bench::say(piece.name);
+        bench::say(piece.names.front());
         try {
             piece.run(takes);
         } catch (const std::exception& error) {
-            fmt::print(stderr, "{}: {}\n", piece.name, error.what());
+            fmt::print(stderr, "{}: {}\n", piece.names.front(), error.what());
             ++failures;
         }
     }
@@ -78,7 +82,7 @@ int main(int count, char** values) {
     try {
         if (arguments.size() == 1 && arguments[0] == "--list") {
             for (const bench::Piece& piece : bench::allPieces()) {
-                fmt::print("{}\n", piece.name);
+                fmt::print("{}\n", fmt::join(piece.names, " "));
             }
             return 0;
         }

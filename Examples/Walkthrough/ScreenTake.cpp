@@ -32,8 +32,8 @@ CaptureCoordinateMappingContext mappingContext(const ShareableContent& content,
 class ScreenTake::Recorder {
 public:
     explicit Recorder(const std::string& display)
-        : backend_(std::make_shared<X11CaptureBackend>(display)), inputMonitor_(display),
-          cursorMonitor_(display) {
+        : backend_(std::make_shared<X11CaptureBackend>(display)), inputMonitor_({.displayName = display}),
+          cursorMonitor_({.displayName = display}) {
         const ShareableContent content = backend_->shareableContent(true, true);
         if (content.displays.empty()) {
             throw Error("There is no display to record.");
