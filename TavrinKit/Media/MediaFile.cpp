@@ -62,10 +62,7 @@ MediaFile::MediaFile(const std::filesystem::path& path) : path_(path) {
         throw MediaError::unreadable(path, known.empty() ? ffmpeg::reason(code) : std::string(known));
     }
     context_->flags |= AVFMT_FLAG_DISCARD_CORRUPT;
-    // Times in a MOV or MP4 count from the movie's start, whatever its tracks begin with.
-    if (!isMov(*context_) && context_->start_time != AV_NOPTS_VALUE) {
-        origin_ = double(context_->start_time) / AV_TIME_BASE;
-    }
+    findOrigin();
 }
 
 MediaFile::~MediaFile() {
@@ -84,8 +81,17 @@ void MediaFile::analyse() {
     if (code < 0) {
         throw MediaError::unreadable(path_, ffmpeg::reason(code));
     }
+    if (context_->nb_streams == 0) {
+        throw MediaError::unreadable(path_, "it holds neither pictures nor sound");
+    }
+    findOrigin();
+}
+
+/// Times in a MOV or MP4 count from the movie's start, whatever its tracks begin with. What lies before time
+/// 0 in other files primes a decoder.
+void MediaFile::findOrigin() {
     if (!isMov(*context_) && context_->start_time != AV_NOPTS_VALUE) {
-        origin_ = double(context_->start_time) / AV_TIME_BASE;
+        origin_ = std::max(0.0, double(context_->start_time) / AV_TIME_BASE);
     }
 }
 

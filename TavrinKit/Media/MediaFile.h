@@ -57,6 +57,8 @@ public:
     [[nodiscard]] double end(int index) const;
 
 private:
+    void findOrigin();
+
     std::filesystem::path path_;
     AVFormatContext* context_ = nullptr;
     int failure_ = 0;

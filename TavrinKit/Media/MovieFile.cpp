@@ -31,7 +31,9 @@ bool canBeReplaced(const fs::path& path) {
 }
 
 fs::path hiddenNameBeside(const fs::path& path) {
-    return path.parent_path() / fmt::format(".{}.{}.tmp", path.filename().string(), UUID::make().string());
+    constexpr std::size_t most = 128; // bytes, which leaves room for the rest in the 255 of a name
+    const std::string name = path.filename().string().substr(0, most);
+    return path.parent_path() / fmt::format(".{}.{}.tmp", name, UUID::make().string());
 }
 
 int openForWriting(const fs::path& file, const fs::path& path) {
