@@ -190,6 +190,7 @@ MovieWriterSettings StreamEncoder::writerSettings() const {
     settings.path = settings_.outputURL;
     settings.container = MovieContainer::quickTime;
     settings.crashSafe = true;
+    settings.plainFilePatience = settings_.plainFilePatience;
     VideoTrackSettings& video = settings.video.emplace();
     video.size = settings_.size;
     video.effort = EncoderEffort::ultrafast;

@@ -32,6 +32,7 @@ public:
         double repetitionInterval = 0.75;    ///< seconds between two pictures at most
         double repetitionLag = 0.25;         ///< seconds behind the present
         double flushInterval = 0.5;          ///< seconds that a picture waits for its way to the disk at most
+        double plainFilePatience = 6;        ///< seconds; a stop as a whole is given some twelve
         double lastFrameDuration = 1.0 / 60; ///< seconds of the picture written at the stop
     };
 

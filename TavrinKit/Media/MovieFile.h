@@ -82,7 +82,8 @@ struct PlainCopy {
         std::vector<ffmpeg::Packet> preamble;     ///< go before the file's own packets
         std::optional<std::int64_t> lastDuration; ///< of the last packet
     };
-    std::vector<Track> tracks; ///< in the file's order
+    std::vector<Track> tracks;      ///< in the file's order
+    std::optional<double> patience; ///< seconds; running out of it is a failure
 
     /// On failure the file is as it was.
     /// @throws MediaError, FileError

@@ -212,6 +212,7 @@ void MovieWriter::Implementation::makePlain() {
         PlainCopy copy;
         copy.container = settings.container;
         copy.indexFirst = settings.optimizeForNetworkUse;
+        copy.patience = settings.plainFilePatience;
         if (video) {
             parameters.push_back(parametersOf(video->context()));
             copy.tracks.push_back({parameters.back().get(), video->timeBase(), {}, lastDuration});

@@ -52,6 +52,8 @@ struct MovieWriterSettings {
     /// file into a plain one. Such a file stands at `path` from the start; any other one grows under a hidden
     /// name beside it.
     bool crashSafe = false;
+    /// Seconds that `finish` may take for that; a file too long for it stays in fragments. Absent: no bound.
+    std::optional<double> plainFilePatience;
     bool optimizeForNetworkUse = false; ///< the index before the media
 };
 

@@ -1,3 +1,4 @@
+#include <chrono>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -55,6 +56,7 @@ ffmpeg::CodecParameters asStored(const AVCodecParameters& encoded, const AVCodec
 } // namespace
 
 void PlainCopy::replace(const std::filesystem::path& path) {
+    const auto start = std::chrono::steady_clock::now();
     MediaFile source(path);
     MovieFile target(path, container, indexFirst ? MovieFile::Form::indexFirst : MovieFile::Form::plain);
     std::vector<TrackCopy> copies;
@@ -73,6 +75,10 @@ void PlainCopy::replace(const std::filesystem::path& path) {
         tracks[i].preamble.clear();
     }
     for (ffmpeg::Packet packet = ffmpeg::makePacket(); source.read(*packet); packet = ffmpeg::makePacket()) {
+        const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
+        if (patience && spent.count() > *patience) {
+            throw MediaError::writingFailed(path, "there is no time to make it plain");
+        }
         const auto index = std::size_t(packet->stream_index);
         av_packet_rescale_ts(packet.get(), source.stream(int(index)).time_base, tracks[index].timeBase);
         copies[index].put(std::move(packet));
