@@ -62,6 +62,12 @@ function(tavrin_test name)
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
   add_executable(${name}Tests ${sources})
   target_link_libraries(${name}Tests PRIVATE ${arg_LINK} GTest::gmock GTest::gtest_main)
+  # Findings inside of libraries that are built without the sanitizers.
+  if("thread" IN_LIST TAVRIN_SANITIZE)
+    set(known TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/Tests/Sanitizers/thread.supp)
+  else()
+    set(known LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/Tests/Sanitizers/leak.supp)
+  endif()
   gtest_discover_tests(${name}Tests DISCOVERY_MODE PRE_TEST TEST_PREFIX ${name}/
-                       PROPERTIES TIMEOUT ${arg_TIMEOUT})
+                       PROPERTIES TIMEOUT ${arg_TIMEOUT} ENVIRONMENT ${known})
 endfunction()
