@@ -1,7 +1,7 @@
 #pragma once
 
 #include <algorithm>
-#include <chrono>
+#include <limits>
 
 namespace tavrin {
 
@@ -9,21 +9,19 @@ namespace tavrin {
 ///
 /// Works against absolute times: a source that paints at the very rate of the limit, but never quite evenly,
 /// loses nothing. Two pictures may therefore be as close as half an interval, when the one before them was
-/// late; a picture that is later still doesn't earn more.
+/// late; a picture that is later still doesn't earn more. All times are seconds of one clock.
 class FramePacer {
 public:
-    using Clock = std::chrono::steady_clock;
-
-    explicit FramePacer(Clock::duration interval) : interval_(interval) {}
+    explicit FramePacer(double interval) : interval_(std::max(interval, 0.0)) {}
 
     /// From when on a picture may be taken; in the past when nothing holds it back.
-    [[nodiscard]] Clock::time_point earliestNext() const { return due_ - interval_ / 2; }
+    [[nodiscard]] double earliestNext() const { return due_ - interval_ / 2; }
 
-    void didTake(Clock::time_point now) { due_ = std::max(due_, now) + interval_; }
+    void didTake(double time) { due_ = std::max(due_, time) + interval_; }
 
 private:
-    Clock::duration interval_;
-    Clock::time_point due_{}; ///< when the next one is due at an even pace
+    double interval_;
+    double due_ = std::numeric_limits<double>::lowest(); ///< when the next one is due at an even pace
 };
 
 } // namespace tavrin

@@ -14,20 +14,14 @@
 #include "TavrinKit/Platform/X11/X11Error.h"
 #include "TavrinKit/Platform/X11/X11PictureSource.h"
 #include "TavrinKit/Support/Cancellation.h"
+#include "TavrinKit/Support/HostClock.h"
 
 namespace tavrin {
 namespace {
 
-using Clock = FramePacer::Clock;
-
 constexpr auto patienceAtStop = std::chrono::seconds(1);
-/// How soon to look again after a change that was none of this display.
-constexpr auto pauseAfterNothing = std::chrono::milliseconds(2);
-
-Clock::duration frameInterval(const StreamConfiguration& configuration) {
-    return std::chrono::duration_cast<Clock::duration>(
-        std::chrono::duration<double>(std::max(configuration.minimumFrameInterval, 0.0)));
-}
+/// Seconds until another look after a change that was none of this display.
+constexpr double pauseAfterNothing = 0.002;
 
 const ContentFilter::Display& displayOf(const ContentFilter& filter) {
     const auto* display = std::get_if<ContentFilter::Display>(&filter.content);
@@ -44,7 +38,7 @@ public:
     Worker(const std::string& displayName, const ContentFilter& filter,
            const StreamConfiguration& configuration, std::shared_ptr<ScreenStreamOutput> output)
         : connection_(displayName), source_(connection_, displayOf(filter), configuration),
-          pacer_(frameInterval(configuration)), output_(std::move(output)) {}
+          pacer_(configuration.minimumFrameInterval), output_(std::move(output)) {}
 
     void start(std::shared_ptr<Worker> self) {
         const std::lock_guard lock(mutex_);
@@ -120,17 +114,17 @@ private:
     }
 
     void capture() {
-        Clock::time_point earliestLook{};
+        double earliestLook = 0;
         while (!stopSignal_.isRequested()) {
             source_.readEvents();
             if (!source_.hasNews()) {
                 stopSignal_.waitFor(connection_.fileDescriptor());
                 continue;
             }
-            const Clock::time_point now = Clock::now();
-            const Clock::time_point earliest = std::max(pacer_.earliestNext(), earliestLook);
+            const double now = HostClock::now();
+            const double earliest = std::max(pacer_.earliestNext(), earliestLook);
             if (now < earliest) {
-                stopSignal_.waitUntil(earliest); // Further events needn't wake us.
+                stopSignal_.waitSeconds(earliest - now); // Further events needn't wake us.
                 continue;
             }
             earliestLook = now + pauseAfterNothing;
@@ -138,19 +132,20 @@ private:
         }
     }
 
-    void takePicture(Clock::time_point now) {
+    void takePicture(double now) {
         VideoSample sample;
         switch (source_.take(sample)) {
         case X11PictureSource::Taken::nothing:
-            return;
+            break;
         case X11PictureSource::Taken::dropped:
             dropped_.fetch_add(1, std::memory_order_relaxed);
+            pacer_.didTake(now);
             break;
         case X11PictureSource::Taken::picture:
+            pacer_.didTake(sample.presentationTime);
             deliver([&](ScreenStreamOutput& output) { output.didOutput(std::move(sample)); });
             break;
         }
-        pacer_.didTake(now);
     }
 
     template <typename Call>
