@@ -171,18 +171,6 @@ TEST_F(CaptureCoordinatorTest, TurnsThePictureInPictureOnForACameraThatWasAskedF
     EXPECT_EQ(readFile(project / "camera.mov"), "camera");
 }
 
-TEST(CameraClock, KeepsAShortTakesRatioSane) {
-    ScreenCaptureResult screen;
-    screen.startedAt = 10;
-    screen.endedAt = 10.4;
-    EXPECT_NEAR(cameraTrackDescriptor(screen, {{}, 10, 10.5}, "c").driftMillisecondsPerHour, -1'800'000,
-                1e-3);
-    const double inf = std::numeric_limits<double>::infinity();
-    const auto odd = cameraTrackDescriptor(screen, {{}, -inf, inf}, "c");
-    EXPECT_EQ(odd.timebaseOffsetSeconds, 0);
-    EXPECT_EQ(odd.driftMillisecondsPerHour, 0);
-}
-
 TEST_F(CaptureCoordinatorTest, LeavesAMovieThatAlreadyLiesInPlace) {
     std::filesystem::create_directories(project);
     std::filesystem::create_directory_symlink(project, folder / "link");
@@ -257,17 +245,6 @@ TEST_F(CaptureCoordinatorTest, AHangingStartTimesOutAlthoughItsCancelHangsToo) {
     EXPECT_TRUE(recorder->stop().isEmpty());
 }
 
-TEST_F(CaptureCoordinatorTest, ACallersStopRequestEndsAStart) {
-    auto coordinator = coordinatorOver(capture);
-    std::stop_source source;
-    capture->onStart = [&](const std::stop_token& stop) {
-        source.request_stop();
-        sleepFor(std::chrono::hours(1), stop);
-    };
-    EXPECT_THROW(coordinator.startRecording(project, options, source.get_token()), CancellationError);
-    EXPECT_FALSE(coordinator.activeSession());
-}
-
 TEST_F(CaptureCoordinatorTest, AStopThatFailsOrHangsEndsTheTake) {
     auto coordinator = coordinatorOver(capture);
     const auto gate = std::make_shared<Gate>();
@@ -306,25 +283,6 @@ TEST_F(CaptureCoordinatorTest, AFailureWhileThePackageIsWrittenEndsTheTakeWithou
     EXPECT_FALSE(coordinator.activeSession());
     EXPECT_TRUE(std::filesystem::is_directory(project));
     EXPECT_EQ(capture->calls(), "start stop ");
-}
-
-TEST(MockCapture, HandsBackWhatItWasGiven) {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    const struct {
-        double start, end, expectedStart, expectedEnd;
-    } cases[] = {{1, 3, 1, 3}, {3, 1, 3, 3}, {nan, 2, 0, 2}, {2, nan, 2, 2}};
-    for (const auto& row : cases) {
-        MockScreenStreamCapture capture(mockTake("f.mov", row.start, row.end));
-        EXPECT_THROW(static_cast<void>(capture.stop({})), MockCaptureError);
-        capture.start({}, {});
-        capture.start({}, {});
-        const ScreenCaptureResult result = capture.stop({});
-        EXPECT_EQ(result.startedAt, row.expectedStart);
-        EXPECT_EQ(result.endedAt, row.expectedEnd);
-        capture.start({}, {});
-        capture.cancelRecording({});
-        EXPECT_THROW(static_cast<void>(capture.stop({})), MockCaptureError);
-    }
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <limits>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -10,37 +11,28 @@
 namespace tavrin {
 namespace {
 
-CaptureOptions everyOptionSet() {
-    CaptureOptions options;
-    options.target = RecordingTarget::area("69", {10.5, -20, 800, 600});
-    options.excludeCursorFromSource = true;
-    options.audio = {true, true};
-    options.camera = {true, "camera-1", false};
-    options.mappingContext = CaptureCoordinateMappingContext{Rect{0, -180, 1440, 900}, 1080};
-    options.applicationExclusionRule = {{"org.b", "org.a"}, {7, -1}};
-    return options;
-}
-
-TEST(CaptureOptionsJson, RoundTripsEveryField) {
-    const CaptureOptions options = everyOptionSet();
-    EXPECT_EQ(decodeDocument<CaptureOptions>(encodeDocument(options)), options);
-    for (const auto& target : {RecordingTarget::display("main"), RecordingTarget::window("00123")}) {
-        EXPECT_EQ(decodeDocument<RecordingTarget>(encodeDocument(target)), target);
-    }
-}
-
 TEST(CaptureOptionsJson, HasTheStoredForm) {
+    const Json stored = Json::parse(R"({
+        "target": {"area": {"displayID": "69", "rect": [[10.5, -20], [800, 600]]}},
+        "excludeCursorFromSource": true,
+        "audio": {"includeSystemAudio": true, "includeMicrophone": false},
+        "camera": {"includeCamera": true, "preferredDeviceID": "c", "allowFailureFallbackToScreenOnly": false},
+        "mappingContext": {"sourceBounds": [[0, -180], [1440, 900]], "mainDisplayHeight": 1080},
+        "applicationExclusionRule": {"bundleIdentifiers": ["org.a", "org.b"], "processIdentifiers": [-1, 7]}
+    })");
+    CaptureOptions options;
+    decode(stored, options);
+    EXPECT_EQ(options.target, RecordingTarget::area("69", {10.5, -20, 800, 600}));
+    EXPECT_EQ(options.mappingContext->sourceBounds, (Rect{0, -180, 1440, 900}));
     Json json;
-    encode(json, everyOptionSet());
-    EXPECT_EQ(json["target"], Json::parse(R"({"area":{"displayID":"69","rect":[[10.5,-20],[800,600]]}})"));
-    EXPECT_EQ(json["mappingContext"],
-              Json::parse(R"({"sourceBounds":[[0,-180],[1440,900]],"mainDisplayHeight":1080})"));
-    EXPECT_EQ(json["applicationExclusionRule"],
-              Json::parse(R"({"bundleIdentifiers":["org.a","org.b"],"processIdentifiers":[-1,7]})"));
+    encode(json, options);
+    EXPECT_EQ(json, stored);
 
-    CaptureOptions plain;
-    plain.target = RecordingTarget::display("1");
-    encode(json, plain);
+    options.target = RecordingTarget::window("00123");
+    options.camera.preferredDeviceID.reset();
+    options.mappingContext.reset();
+    encode(json, options);
+    EXPECT_EQ(json["target"], Json::parse(R"({"window": {"windowID": "00123"}})"));
     EXPECT_FALSE(json.contains("mappingContext"));
     EXPECT_FALSE(json["camera"].contains("preferredDeviceID"));
 }
@@ -57,38 +49,24 @@ TEST(CaptureOptionsJson, FillsInWhatIsMissing) {
 
 TEST(CaptureOptionsJson, RefusesWhatIsIncomplete) {
     const std::string target = R"("target":{"display":{"displayID":"5"}})";
-    const struct {
-        std::string text;
-        JsonErrorKind kind;
-    } cases[] = {
-        {"{}", JsonErrorKind::missingKey},
-        {"{" + target + R"(,"audio":{"includeSystemAudio":true}})", JsonErrorKind::missingKey},
-        {"{" + target + R"(,"camera":{"includeCamera":true}})", JsonErrorKind::missingKey},
-        {"{" + target + R"(,"applicationExclusionRule":{"bundleIdentifiers":[]}})",
-         JsonErrorKind::missingKey},
-        {"{" + target + R"(,"excludeCursorFromSource":1})", JsonErrorKind::typeMismatch},
-        {R"({"target":{"display":{"displayID":5}}})", JsonErrorKind::typeMismatch},
-        {R"({"target":{"area":{"displayID":"5"}}})", JsonErrorKind::missingKey},
+    const std::string notOne = "Invalid number of keys found, expected one.";
+    const std::string missing = "The key is missing.";
+    const std::pair<std::string, std::string> cases[] = {
+        {"{}", missing},
+        {"{" + target + R"(,"audio":{"includeSystemAudio":true}})", missing},
+        {"{" + target + R"(,"camera":{"includeCamera":true}})", missing},
+        {"{" + target + R"(,"applicationExclusionRule":{"bundleIdentifiers":[]}})", missing},
+        {R"({"target":{"area":{"displayID":"5"}}})", missing},
+        {R"({"target":{}})", notOne},
+        {R"({"target":{"screen":{"displayID":"1"}}})", notOne},
+        {R"({"target":{"display":{"displayID":"1"},"window":{"windowID":"2"}}})", notOne},
     };
-    for (const auto& [text, kind] : cases) {
+    for (const auto& [text, reason] : cases) {
         try {
             static_cast<void>(decodeDocument<CaptureOptions>(text));
             ADD_FAILURE() << text;
         } catch (const JsonError& error) {
-            EXPECT_EQ(error.kind(), kind) << text;
-        }
-    }
-}
-
-TEST(RecordingTargetJson, TakesExactlyOneCase) {
-    for (const char* text : {R"({})", R"({"screen":{"displayID":"1"}})",
-                             R"({"display":{"displayID":"1"},"window":{"windowID":"2"}})"}) {
-        try {
-            static_cast<void>(decodeDocument<RecordingTarget>(text));
-            ADD_FAILURE() << text;
-        } catch (const JsonError& error) {
-            EXPECT_EQ(error.kind(), JsonErrorKind::typeMismatch) << text;
-            EXPECT_EQ(error.reason(), "Invalid number of keys found, expected one.");
+            EXPECT_EQ(error.reason(), reason) << text;
         }
     }
 }

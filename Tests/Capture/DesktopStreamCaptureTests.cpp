@@ -9,11 +9,8 @@
 #include "CaptureFixtures.h"
 #include "FakeDesktop.h"
 #include "TavrinKit/Capture/CaptureCoordinator.h"
-#include "TavrinKit/Capture/CaptureSelection.h"
-#include "TavrinKit/Capture/DesktopCaptureBridge.h"
 #include "TavrinKit/Capture/DesktopStreamCapture.h"
 #include "TavrinKit/Support/Cancellation.h"
-#include "TavrinKit/Support/HostClock.h"
 
 namespace tavrin {
 namespace {
@@ -21,12 +18,19 @@ namespace {
 using namespace std::chrono_literals;
 using namespace test;
 using Kind = DesktopStreamCaptureErrorKind;
+using Warnings = std::vector<std::string>;
 
 const std::exception_ptr displayGone = std::make_exception_ptr(Error("The display has gone."));
 
 void untilStopped(ScreenStreamOutput&, const std::stop_token& stop) {
     sleepFor(1h, stop);
 }
+
+struct FixedPermission : MicrophonePermissionProviding, CameraPermissionProviding {
+    explicit FixedPermission(bool isGranted) : answer(isGranted) {}
+    bool requestAccessIfNeeded(std::stop_token) override { return answer; }
+    bool answer;
+};
 
 class DesktopStreamCaptureTest : public ::testing::Test {
 protected:
@@ -35,7 +39,11 @@ protected:
         options.applicationExclusionRule = {};
         services.backend = desktop;
     }
-    ~DesktopStreamCaptureTest() override { letGo(); }
+    ~DesktopStreamCaptureTest() override {
+        const std::lock_guard lock(gate_->mutex);
+        gate_->isOpen = true;
+        gate_->opened.notify_all();
+    }
 
     std::shared_ptr<DesktopStreamCapture> makeCapture() {
         return std::make_shared<DesktopStreamCapture>(services, folder.path(),
@@ -48,13 +56,15 @@ protected:
             gate->opened.wait(lock, [&] { return gate->isOpen; });
         };
     }
-    void letGo() {
-        const std::lock_guard lock(gate_->mutex);
-        gate_->isOpen = true;
-        gate_->opened.notify_all();
-    }
-    Kind startFailure(DesktopStreamCapture& capture) {
-        return failureOf([&] { capture.start(options, {}); });
+    void useSideCaptures(Failing microphone = Failing::nothing, Failing camera = Failing::nothing) {
+        options.audio.includeMicrophone = true;
+        options.camera.includeCamera = true;
+        services.microphoneCaptureFactory = [=, this](const auto&) {
+            return std::make_shared<FakeMicrophone>(log, microphone);
+        };
+        services.cameraCaptureFactory = [=, this](const auto&) {
+            return std::make_shared<FakeCamera>(log, camera);
+        };
     }
     template <typename Function>
     Kind failureOf(Function function) {
@@ -66,24 +76,16 @@ protected:
         }
         throw std::logic_error("no failure");
     }
-    void useSideCaptures(std::function<void(FakeMicrophone&)> microphone = {},
-                         std::function<void(FakeCamera&)> camera = {}) {
-        options.audio.includeMicrophone = true;
-        options.camera.includeCamera = true;
-        services.microphoneCaptureFactory = [this, microphone](const auto& url) {
-            auto made = std::make_shared<FakeMicrophone>(log, url);
-            if (microphone) {
-                microphone(*made);
-            }
-            return made;
-        };
-        services.cameraCaptureFactory = [this, camera](const auto& url) {
-            auto made = std::make_shared<FakeCamera>(log, url);
-            if (camera) {
-                camera(*made);
-            }
-            return made;
-        };
+    Kind startFailure(DesktopStreamCapture& capture) {
+        return failureOf([&] { capture.start(options, {}); });
+    }
+    Kind stopFailure(DesktopStreamCapture& capture) {
+        return failureOf([&] { static_cast<void>(capture.stop({})); });
+    }
+    ScreenCaptureResult take() {
+        const auto capture = makeCapture();
+        capture->start(options, {});
+        return capture->stop({});
     }
 
     TemporaryDirectory folder;
@@ -119,26 +121,22 @@ TEST_F(DesktopStreamCaptureTest, RecordsFromTheFirstPictureToTheStop) {
     const ScreenCaptureResult result = capture->stop({});
 
     EXPECT_EQ(result.startedAt, first);
-    EXPECT_EQ(result.warnings, std::vector<std::string>{"frames_dropped:3"});
-    EXPECT_TRUE(result.optionalAudio.empty());
+    EXPECT_EQ(result.warnings, Warnings{"frames_dropped:3"});
     const auto frames = framesOf(result.screenSourceURL);
     ASSERT_EQ(frames.size(), 3u);
     EXPECT_NEAR(frames[0].luma, 60, 3);
     EXPECT_NEAR(frames[2].luma, 200, 3);
     EXPECT_NEAR(probeMedia(result.screenSourceURL).video.at(0).duration, result.duration(), 2e-3);
-    EXPECT_TRUE(result.screenSourceURL.filename().string().starts_with("screen-capture-"));
     EXPECT_EQ(log->text(), "start stop removeOutput");
     EXPECT_TRUE(desktop->output.expired());
     EXPECT_EQ(capture->statistics().receivedFrames, 2);
-    EXPECT_EQ(capture->statistics().droppedFrames, 3);
-    EXPECT_EQ(failureOf([&] { static_cast<void>(capture->stop({})); }), Kind::notRecording);
+    EXPECT_EQ(stopFailure(*capture), Kind::notRecording);
 }
 
 TEST_F(DesktopStreamCaptureTest, AsksTheServerForTheRightPictures) {
     options.excludeCursorFromSource = true;
     options.applicationExclusionRule = {{}, {300}};
-    const auto capture = makeCapture();
-    capture->start(options, {});
+    static_cast<void>(take());
     const auto& display = std::get<ContentFilter::Display>(desktop->filter.content);
     EXPECT_EQ(display.displayID, 41u); // the first of the list, not the main one
     ASSERT_EQ(display.excludedApplications.size(), 2u);
@@ -147,17 +145,14 @@ TEST_F(DesktopStreamCaptureTest, AsksTheServerForTheRightPictures) {
     EXPECT_EQ(desktop->configuration.width, 64);
     EXPECT_FALSE(desktop->configuration.showsCursor);
     EXPECT_FALSE(desktop->configuration.scalesToFit);
-    EXPECT_EQ(desktop->configuration.queueDepth, 4);
-    capture->cancelRecording({});
 
     options.target = RecordingTarget::display("7");
     desktop->script.onStart = [](ScreenStreamOutput& output, const auto&) {
         output.didOutput(videoSample(greyPicture({32, 2}, 60), HostClock::now()));
     };
-    capture->start(options, {});
+    EXPECT_FALSE(framesOf(take().screenSourceURL).empty());
     EXPECT_EQ(desktop->configuration.width, 32); // 33 by 1: an encoder takes even sizes
     EXPECT_EQ(desktop->configuration.height, 2);
-    EXPECT_EQ(framesOf(capture->stop({}).screenSourceURL).at(0).time, 0);
 }
 
 TEST_F(DesktopStreamCaptureTest, RefusesWhatItCannotRecord) {
@@ -167,11 +162,10 @@ TEST_F(DesktopStreamCaptureTest, RefusesWhatItCannotRecord) {
         Kind kind;
         std::string sentence;
     } cases[] = {
-        {RecordingTarget::display("40"), false, Kind::targetNotFound, "Unable to find capture target: 40."},
         {RecordingTarget::display("041"), false, Kind::targetNotFound, "Unable to find capture target: 041."},
         {RecordingTarget::window("1"), false, Kind::targetNotSupported,
          "Recording a window is not supported yet."},
-        {RecordingTarget::area("41", {0, 0, 9, 9}), false, Kind::targetNotSupported,
+        {RecordingTarget::area("41", {}), false, Kind::targetNotSupported,
          "Recording an area is not supported yet."},
         {RecordingTarget::display("41"), true, Kind::systemAudioNotSupported,
          "Recording system audio is not supported here."},
@@ -183,174 +177,77 @@ TEST_F(DesktopStreamCaptureTest, RefusesWhatItCannotRecord) {
         EXPECT_EQ(startFailure(*capture), row.kind);
         EXPECT_EQ(sentence, row.sentence);
     }
+    options.audio = {};
+    desktop->canLoadContent = false;
+    EXPECT_EQ(startFailure(*capture), Kind::permissionDenied);
     EXPECT_EQ(log->text(), "");
-}
-
-TEST_F(DesktopStreamCaptureTest, PermissionsComeFirst) {
-    const auto no = std::make_shared<FakePermission>(false);
-    useSideCaptures();
-    services.permissions = no;
-    EXPECT_EQ(startFailure(*makeCapture()), Kind::permissionDenied);
-    services.permissions = nullptr;
-    services.microphonePermissions = no;
-    EXPECT_EQ(startFailure(*makeCapture()), Kind::microphonePermissionDenied);
-    EXPECT_EQ(log->text(), "");
-    services.microphonePermissions = nullptr;
-    services.cameraPermissions = no;
-    options.camera.allowFailureFallbackToScreenOnly = false;
-    EXPECT_EQ(startFailure(*makeCapture()), Kind::cameraPermissionDenied);
-    EXPECT_EQ(log->text(), "mic.start mic.cancel");
-}
-
-TEST_F(DesktopStreamCaptureTest, ASystemPermissionIsTriedThenAskedFor) {
-    const auto answer = [&] {
-        return SystemScreenCapturePermissionProvider(desktop).requestAccessIfNeeded({});
-    };
-    desktop->isKnownToGrant = false;
-    EXPECT_TRUE(answer()) << "content can be loaded";
-    EXPECT_EQ(log->text(), "");
-    desktop->onContent = [] {
-        throw Error("refused");
-    };
-    EXPECT_FALSE(answer());
-    desktop->grantsWhenAsked = true;
-    EXPECT_TRUE(answer());
-    EXPECT_EQ(log->text(), "ask ask");
+    DesktopStreamCapture homeless(services, "/proc/none/here");
+    desktop->canLoadContent = true;
+    EXPECT_THROW(homeless.start(options, {}), FileError);
 }
 
 TEST_F(DesktopStreamCaptureTest, BringsTheSideCapturesAlong) {
     useSideCaptures();
-    const auto capture = makeCapture();
-    capture->start(options, {});
-    const ScreenCaptureResult result = capture->stop({});
+    const ScreenCaptureResult result = take();
     EXPECT_EQ(log->text(), "mic.start camera.start start stop removeOutput mic.stop camera.stop");
-    EXPECT_EQ(result.optionalAudio.count(AudioTrackDescriptor::Kind::microphone), 1u);
-    ASSERT_TRUE(result.cameraTrack);
-    EXPECT_EQ(result.cameraTrack->mediaURL.extension(), ".mov");
+    EXPECT_EQ(result.optionalAudio.at(AudioTrackDescriptor::Kind::microphone), "mic.m4a");
+    EXPECT_EQ(result.cameraTrack->mediaURL, "camera.mov");
 }
 
 TEST_F(DesktopStreamCaptureTest, ACameraMayFailWhereThatIsAllowed) {
-    const struct {
-        bool mayFail;
-        std::function<void(FakeCamera&)> camera;
-        std::vector<std::string> warnings;
-    } cases[] = {
-        {true,
-         [](FakeCamera& camera) { camera.failsToStart = true; },
-         {"camera_unavailable:Unable to add camera input to capture session."}},
-        {true,
-         [](FakeCamera& camera) { camera.failsToStop = true; },
-         {"camera_stop_failed:Camera recording output file is missing."}},
-        {false, [](FakeCamera& camera) { camera.failsToStart = true; }, {}},
-    };
-    for (const auto& row : cases) {
-        useSideCaptures({}, row.camera);
-        options.camera.allowFailureFallbackToScreenOnly = row.mayFail;
-        const auto capture = makeCapture();
-        if (!row.mayFail) {
-            EXPECT_EQ(startFailure(*capture), Kind::cameraStartFailed);
-            EXPECT_TRUE(log->text().ends_with("mic.cancel camera.cancel")) << log->text();
-            continue;
-        }
-        capture->start(options, {});
-        const ScreenCaptureResult result = capture->stop({});
-        EXPECT_EQ(result.warnings, row.warnings);
-        EXPECT_FALSE(result.cameraTrack);
-    }
-    services.cameraPermissions = std::make_shared<FakePermission>(false);
-    options.camera.allowFailureFallbackToScreenOnly = true;
-    const auto capture = makeCapture();
-    capture->start(options, {});
-    EXPECT_EQ(capture->stop({}).warnings, std::vector<std::string>{"camera_permission_denied"});
+    useSideCaptures(Failing::nothing, Failing::start);
+    EXPECT_EQ(take().warnings, Warnings{"camera_unavailable:Unable to add camera input to capture session."});
+    useSideCaptures(Failing::nothing, Failing::stop);
+    const ScreenCaptureResult result = take();
+    EXPECT_EQ(result.warnings, Warnings{"camera_stop_failed:Camera recording output file is missing."});
+    EXPECT_FALSE(result.cameraTrack);
+    services.cameraPermissions = std::make_shared<FixedPermission>(false);
+    EXPECT_EQ(take().warnings, Warnings{"camera_permission_denied"});
+
+    options.camera.allowFailureFallbackToScreenOnly = false;
+    EXPECT_EQ(startFailure(*makeCapture()), Kind::cameraPermissionDenied);
+    EXPECT_TRUE(log->text().ends_with("mic.start mic.cancel")) << log->text();
+    services.cameraPermissions = nullptr;
+    services.cameraCaptureFactory = nullptr;
+    EXPECT_EQ(startFailure(*makeCapture()), Kind::cameraStartFailed);
 }
 
 TEST_F(DesktopStreamCaptureTest, AMicrophoneThatFailsEndsTheStartOrTheStop) {
-    useSideCaptures([](FakeMicrophone& microphone) { microphone.failsToStart = true; });
+    useSideCaptures(Failing::start);
     EXPECT_EQ(startFailure(*makeCapture()), Kind::microphoneStartFailed);
     EXPECT_EQ(sentence, "Unable to start microphone capture: Unable to start microphone recording.");
-
-    useSideCaptures([](FakeMicrophone& microphone) { microphone.failsToStop = true; });
+    useSideCaptures(Failing::stop);
     const auto capture = makeCapture();
     capture->start(options, {});
-    EXPECT_EQ(failureOf([&] { static_cast<void>(capture->stop({})); }), Kind::microphoneStopFailed);
+    EXPECT_EQ(stopFailure(*capture), Kind::microphoneStopFailed);
     EXPECT_TRUE(log->text().ends_with("mic.stop camera.cancel")) << log->text();
     capture->start(options, {});
-
-    services.microphoneCaptureFactory = nullptr;
-    EXPECT_EQ(startFailure(*makeCapture()), Kind::microphoneStartFailed);
+    services.microphonePermissions = std::make_shared<FixedPermission>(false);
+    EXPECT_EQ(startFailure(*makeCapture()), Kind::microphonePermissionDenied);
 }
 
 TEST_F(DesktopStreamCaptureTest, AStartThatFailsLeavesNothingBehind) {
-    const struct {
-        const char* name;
-        std::function<void(ScreenStreamOutput&, const std::stop_token&)> onStart;
-    } cases[] = {
-        {"start fails",
-         [](auto&, auto&) {
-             throw Error("The display has gone.");
-         }},
-        {"start fails after a picture",
-         [](ScreenStreamOutput& output, auto&) {
-             output.didOutput(desktopPicture(60));
-             std::this_thread::sleep_for(20ms);
-             throw Error("The display has gone.");
-         }},
-        {"stream stops before its first picture",
-         [](ScreenStreamOutput& output, auto&) {
-             output.didStop(displayGone);
-         }},
-        {"stream stops, start hangs until it is told",
-         [](ScreenStreamOutput& output, const std::stop_token& stop) {
-             output.didStop(displayGone);
-             untilStopped(output, stop);
-         }},
+    const FakeStreamScript::Step cases[] = {
+        [](auto&, auto&) { throw Error("The display has gone."); },
+        [](ScreenStreamOutput& output, auto&) {
+            output.didOutput(desktopPicture(60));
+            std::this_thread::sleep_for(20ms);
+            throw Error("The display has gone.");
+        },
+        [](ScreenStreamOutput& output, auto&) { output.didStop(displayGone); },
+        [](ScreenStreamOutput& output, const std::stop_token& stop) {
+            output.didStop(displayGone);
+            untilStopped(output, stop);
+        },
     };
     const auto capture = makeCapture();
-    for (const auto& row : cases) {
-        desktop->script.onStart = row.onStart;
-        EXPECT_EQ(startFailure(*capture), Kind::captureStartFailed) << row.name;
-        EXPECT_EQ(sentence, "Unable to start screen capture: The display has gone.") << row.name;
-        EXPECT_TRUE(folder.entries().empty()) << row.name;
-        EXPECT_TRUE(log->text().ends_with("start removeOutput stop")) << row.name << log->text();
+    for (const auto& onStart : cases) {
+        desktop->script.onStart = onStart;
+        EXPECT_EQ(startFailure(*capture), Kind::captureStartFailed);
+        EXPECT_EQ(sentence, "Unable to start screen capture: The display has gone.");
+        EXPECT_TRUE(folder.entries().empty());
+        EXPECT_TRUE(log->text().ends_with("start removeOutput stop")) << log->text();
     }
-}
-
-TEST_F(DesktopStreamCaptureTest, AFolderThatCannotBeMadeFailsTheStart) {
-    services.backend = desktop;
-    DesktopStreamCapture capture(services, std::filesystem::path("/proc/none/here"));
-    EXPECT_THROW(capture.start(options, {}), FileError);
-    EXPECT_EQ(log->text(), "");
-}
-
-TEST_F(DesktopStreamCaptureTest, AServerThatHangsIsLeftToItself) {
-    desktop->onContent = hanging();
-    try {
-        static_cast<void>(DesktopCaptureBridge(desktop).shareableContent({true, true, 0.05}, {}));
-        ADD_FAILURE();
-    } catch (const DesktopCaptureBridgeError& error) {
-        EXPECT_STREQ(error.what(), "Loading shareable capture content timed out after 0.1 seconds.");
-    }
-}
-
-TEST_F(DesktopStreamCaptureTest, CancelEndsAStartAndWaitsForItsCleanUp) {
-    desktop->script.onStart = untilStopped;
-    const auto capture = makeCapture();
-    std::exception_ptr failure;
-    std::jthread starting([&] {
-        try {
-            capture->start(options, {});
-        } catch (...) {
-            failure = std::current_exception();
-        }
-    });
-    while (log->text() != "start") {
-        std::this_thread::sleep_for(1ms);
-    }
-    EXPECT_EQ(startFailure(*capture), Kind::alreadyRecording);
-    capture->cancelRecording({});
-    EXPECT_EQ(log->text(), "start removeOutput stop");
-    starting.join();
-    EXPECT_TRUE(isCancellation(failure));
 }
 
 TEST_F(DesktopStreamCaptureTest, CancelEndsATakeAndKeepsItsFile) {
@@ -364,29 +261,17 @@ TEST_F(DesktopStreamCaptureTest, CancelEndsATakeAndKeepsItsFile) {
     waitForFrames(folder / folder.entries()[0]);
     capture->cancelRecording({});
     EXPECT_TRUE(log->text().ends_with("mic.cancel camera.cancel removeOutput stop")) << log->text();
-    ASSERT_EQ(folder.entries().size(), 1u);
-    EXPECT_FALSE(framesOf(folder / folder.entries()[0]).empty());
-    EXPECT_EQ(failureOf([&] { static_cast<void>(capture->stop({})); }), Kind::notRecording);
-    EXPECT_EQ(capture->statistics().receivedFrames, 1);
+    EXPECT_FALSE(framesOf(folder / folder.entries().at(0)).empty());
+    EXPECT_EQ(stopFailure(*capture), Kind::notRecording);
 }
 
 TEST_F(DesktopStreamCaptureTest, CancelDuringAStopTakesTheTakeAway) {
-    desktop->script.onStop = [](ScreenStreamOutput&, const std::stop_token& stop) {
-        try {
-            sleepFor(300ms, stop); // ends well, but late
-        } catch (const CancellationError&) {
-        }
+    desktop->script.onStop = [](auto&, auto&) {
+        std::this_thread::sleep_for(300ms);
     };
     const auto capture = makeCapture();
     capture->start(options, {});
-    std::exception_ptr failure;
-    std::jthread stopping([&] {
-        try {
-            static_cast<void>(capture->stop({}));
-        } catch (...) {
-            failure = std::current_exception();
-        }
-    });
+    std::jthread stopping([&] { EXPECT_THROW(static_cast<void>(capture->stop({})), CancellationError); });
     while (log->text() != "start stop") {
         std::this_thread::sleep_for(1ms);
     }
@@ -395,54 +280,29 @@ TEST_F(DesktopStreamCaptureTest, CancelDuringAStopTakesTheTakeAway) {
     desktop->script.onStop = nullptr;
     capture->start(options, {});
     stopping.join();
-    EXPECT_TRUE(isCancellation(failure));
     EXPECT_FALSE(framesOf(capture->stop({}).screenSourceURL).empty());
 }
 
-TEST_F(DesktopStreamCaptureTest, AStopThatFailsEndsTheTake) {
+TEST_F(DesktopStreamCaptureTest, AStopThatFailsEndsTheTakeUnlessTheDisplayHasGone) {
     useSideCaptures();
     desktop->script.onStop = [](auto&, auto&) {
         throw Error("broken pipe");
     };
     const auto capture = makeCapture();
     capture->start(options, {});
-    EXPECT_EQ(failureOf([&] { static_cast<void>(capture->stop({})); }), Kind::captureStopFailed);
+    EXPECT_EQ(stopFailure(*capture), Kind::captureStopFailed);
     EXPECT_EQ(sentence, "Unable to stop screen capture: broken pipe");
-    EXPECT_NE(log->text().find("mic.cancel camera.cancel"), std::string::npos);
-    desktop->script.onStop = nullptr;
-    capture->start(options, {});
-    static_cast<void>(capture->stop({}));
-}
+    EXPECT_TRUE(log->text().ends_with("mic.cancel camera.cancel")) << log->text();
 
-TEST_F(DesktopStreamCaptureTest, ADisplayThatVanishesCostsNothingOfTheTake) {
-    desktop->script.onStop = [](auto&, auto&) {
-        throw Error("no such display");
-    };
-    const auto capture = makeCapture();
     capture->start(options, {});
     desktop->output.lock()->didStop(displayGone);
-    std::this_thread::sleep_for(50ms);
     const ScreenCaptureResult result = capture->stop({});
-    EXPECT_EQ(result.warnings, std::vector<std::string>{"screen_stream_stopped:The display has gone."});
+    EXPECT_EQ(result.warnings, Warnings{"screen_stream_stopped:The display has gone."});
     EXPECT_FALSE(framesOf(result.screenSourceURL).empty());
 }
 
-TEST_F(DesktopStreamCaptureTest, AStreamWithoutAPictureGivesABlackMovie) {
-    desktop->script.onStart = [](ScreenStreamOutput& output, const auto&) {
-        VideoSample idle;
-        idle.status = FrameStatus::idle;
-        idle.presentationTime = HostClock::now();
-        output.didOutput(std::move(idle));
-    };
-    const auto capture = makeCapture();
-    capture->start(options, {});
-    const ScreenCaptureResult result = capture->stop({});
-    EXPECT_NEAR(framesOf(result.screenSourceURL).at(0).luma, 16, 2);
-    EXPECT_GE(result.duration(), 0);
-}
-
 TEST_F(DesktopStreamCaptureTest, ACoordinatorRecoversFromStreamsThatHang) {
-    CaptureCoordinator coordinator(makeCapture(), std::make_shared<InputEventRecorder>(), 0.2, 0.2);
+    CaptureCoordinator coordinator(makeCapture(), std::make_shared<InputEventRecorder>(), 0.3, 0.3);
     const auto expectTimeOut = [](auto function, CaptureCoordinatorErrorKind kind) {
         try {
             function();
@@ -457,7 +317,6 @@ TEST_F(DesktopStreamCaptureTest, ACoordinatorRecoversFromStreamsThatHang) {
     const auto stop = [&] {
         static_cast<void>(coordinator.stopRecording({}));
     };
-    const FakeStreamScript good = desktop->script;
 
     desktop->script.onStart = nullptr; // never a picture
     expectTimeOut(start, CaptureCoordinatorErrorKind::startTimedOut);
@@ -467,13 +326,13 @@ TEST_F(DesktopStreamCaptureTest, ACoordinatorRecoversFromStreamsThatHang) {
     desktop->script.onStart = hanging(); // deaf to all requests
     expectTimeOut(start, CaptureCoordinatorErrorKind::startTimedOut);
 
-    desktop->script = good;
+    desktop->script = {};
     desktop->script.onStop = hanging();
     start();
     expectTimeOut(stop, CaptureCoordinatorErrorKind::stopTimedOut);
     EXPECT_FALSE(std::filesystem::exists(folder / "project"));
 
-    desktop->script = good;
+    desktop->script = {};
     start();
     stop();
     EXPECT_FALSE(framesOf(folder / "project" / "screen.mov").empty());

@@ -4,13 +4,13 @@
 #include <memory>
 #include <stop_token>
 #include <string>
-#include <vector>
 
+#include "CaptureFixtures.h"
 #include "TavrinKit/Capture/CameraCapturing.h"
-#include "TavrinKit/Capture/CapturePermissions.h"
 #include "TavrinKit/Capture/MicrophoneCapturing.h"
 #include "TavrinKit/Capture/ScreenStream.h"
 #include "TavrinKit/Support/Guarded.h"
+#include "TavrinKit/Support/HostClock.h"
 
 namespace tavrin::test {
 
@@ -26,88 +26,134 @@ private:
     Guarded<std::string> calls_;
 };
 
+/// A picture of the fake desktop's first display, taken now.
+inline VideoSample desktopPicture(int luma) {
+    return videoSample(greyPicture({64, 48}, luma), HostClock::now());
+}
+
 /// What a fake stream does when it is called; an empty step succeeds at once.
 struct FakeStreamScript {
-    std::function<void(ScreenStreamOutput&, const std::stop_token&)> onStart;
-    std::function<void(ScreenStreamOutput&, const std::stop_token&)> onStop;
+    using Step = std::function<void(ScreenStreamOutput&, const std::stop_token&)>;
+    Step onStart = [](ScreenStreamOutput& output, const auto&) {
+        output.didOutput(desktopPicture(60));
+    };
+    Step onStop;
     std::int64_t droppedFrames = 0;
+};
+
+class FakeStream : public ScreenStream {
+public:
+    FakeStream(std::shared_ptr<CallLog> log, FakeStreamScript script,
+               std::shared_ptr<ScreenStreamOutput> output)
+        : log_(std::move(log)), script_(std::move(script)), output_(std::move(output)) {}
+
+    void start(std::stop_token stop) override { run("start", script_.onStart, stop); }
+    void stop(std::stop_token stop) override { run("stop", script_.onStop, stop); }
+    void removeOutput() override {
+        log_->add("removeOutput");
+        output_.with([](auto& output) { output.reset(); });
+    }
+    std::int64_t droppedFrames() const override { return script_.droppedFrames; }
+
+private:
+    void run(const char* name, const FakeStreamScript::Step& step, const std::stop_token& stop) {
+        log_->add(name);
+        if (const auto output = output_.copy(); step && output) {
+            step(*output, stop);
+        }
+    }
+
+    const std::shared_ptr<CallLog> log_;
+    const FakeStreamScript script_;
+    Guarded<std::shared_ptr<ScreenStreamOutput>> output_;
 };
 
 /// A desktop of two displays whose streams follow a script.
 class FakeDesktop : public ScreenCaptureBackend {
 public:
-    explicit FakeDesktop(std::shared_ptr<CallLog> log);
+    explicit FakeDesktop(std::shared_ptr<CallLog> log) : log_(std::move(log)) {
+        content.displays = {{41, "A", {0, 0, 64, 48}, {64, 48}, false},
+                            {7, "B", {64, 0, 33, 1}, {33, 1}, true}};
+        content.applications = {{"org.keep", "keep", 100}, {"org.own", "own", 200}, {"", "third", 300}};
+    }
 
     ShareableContent content;
     FakeStreamScript script;
-    std::function<void()> onContent;
-    bool hasSound = false;
-    bool grantsWhenAsked = false;
-    bool isKnownToGrant = true;
+    bool canLoadContent = true;
 
     // Of the last stream.
     ContentFilter filter;
     StreamConfiguration configuration;
     std::weak_ptr<ScreenStreamOutput> output;
 
-    bool preflightAccess() override { return isKnownToGrant; }
-    bool requestAccess() override;
-    bool capturesSystemAudio() const override { return hasSound; }
-    ShareableContent shareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly) override;
+    ShareableContent shareableContent(bool, bool) override {
+        if (!canLoadContent) {
+            throw Error("refused");
+        }
+        return content;
+    }
     std::unique_ptr<ScreenStream> makeStream(const ContentFilter& newFilter,
                                              const StreamConfiguration& newConfiguration,
-                                             std::shared_ptr<ScreenStreamOutput> newOutput) override;
+                                             std::shared_ptr<ScreenStreamOutput> newOutput) override {
+        filter = newFilter;
+        configuration = newConfiguration;
+        output = newOutput;
+        return std::make_unique<FakeStream>(log_, script, std::move(newOutput));
+    }
 
 private:
     const std::shared_ptr<CallLog> log_;
 };
 
-/// A picture of the fake desktop's first display, taken now.
-[[nodiscard]] VideoSample desktopPicture(int luma);
+/// Which of its calls a fake device fails.
+enum class Failing { nothing, start, stop };
 
 class FakeMicrophone : public MicrophoneCapturing {
 public:
-    FakeMicrophone(std::shared_ptr<CallLog> log, std::filesystem::path outputURL)
-        : log_(std::move(log)), outputURL_(std::move(outputURL)) {}
-    bool failsToStart = false;
-    bool failsToStop = false;
+    FakeMicrophone(std::shared_ptr<CallLog> log, Failing failing) : log_(std::move(log)), failing_(failing) {}
 
-    void start(std::stop_token stop) override;
-    std::filesystem::path stop(std::stop_token stop) override;
+    void start(std::stop_token) override {
+        log_->add("mic.start");
+        if (failing_ == Failing::start) {
+            throw MicrophoneCaptureError::unableToStartRecording();
+        }
+    }
+    std::filesystem::path stop(std::stop_token) override {
+        log_->add("mic.stop");
+        if (failing_ == Failing::stop) {
+            throw MicrophoneCaptureError::outputMissing();
+        }
+        return "mic.m4a";
+    }
     void cancel() noexcept override { log_->add("mic.cancel"); }
 
 private:
     const std::shared_ptr<CallLog> log_;
-    const std::filesystem::path outputURL_;
+    const Failing failing_;
 };
 
 class FakeCamera : public CameraCapturing {
 public:
-    FakeCamera(std::shared_ptr<CallLog> log, std::filesystem::path outputURL)
-        : log_(std::move(log)), outputURL_(std::move(outputURL)) {}
-    bool failsToStart = false;
-    bool failsToStop = false;
+    FakeCamera(std::shared_ptr<CallLog> log, Failing failing) : log_(std::move(log)), failing_(failing) {}
 
-    void start(const CameraCaptureOptions& options, std::stop_token stop) override;
-    CameraCaptureTrackResult stop(std::stop_token stop) override;
+    void start(const CameraCaptureOptions&, std::stop_token) override {
+        log_->add("camera.start");
+        if (failing_ == Failing::start) {
+            throw CameraCaptureError::unableToAddInput();
+        }
+    }
+    CameraCaptureTrackResult stop(std::stop_token) override {
+        log_->add("camera.stop");
+        if (failing_ == Failing::stop) {
+            throw CameraCaptureError::outputMissing();
+        }
+        return {"camera.mov", 1, 2};
+    }
     void cancel() noexcept override { log_->add("camera.cancel"); }
 
 private:
     const std::shared_ptr<CallLog> log_;
-    const std::filesystem::path outputURL_;
-};
-
-/// Answers every question about permission alike.
-class FakePermission : public ScreenCapturePermissionProviding,
-                       public MicrophonePermissionProviding,
-                       public CameraPermissionProviding {
-public:
-    explicit FakePermission(bool answer) : answer_(answer) {}
-    bool hasAccess(std::stop_token) override { return answer_; }
-    bool requestAccessIfNeeded(std::stop_token) override { return answer_; }
-
-private:
-    const bool answer_;
+    const Failing failing_;
 };
 
 } // namespace tavrin::test

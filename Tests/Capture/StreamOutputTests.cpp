@@ -33,12 +33,6 @@ TEST(FirstScreenSampleSignal, IsDecidedOnce) {
     EXPECT_THROW(bad.wait({}), Error);
 }
 
-TEST(FirstScreenSampleSignal, WakesWhoWaits) {
-    FirstScreenSampleSignal signal;
-    std::jthread other([&] { signal.resolve(); });
-    signal.wait({});
-}
-
 TEST(FirstScreenSampleSignal, ACancelledWaitDecidesForEverybody) {
     FirstScreenSampleSignal signal;
     std::stop_source source;
@@ -84,33 +78,6 @@ TEST(GeometryTimelineRecorder, TakesDownMovesOnly) {
     EXPECT_GT(first.timestamp, 1e9);
 }
 
-TEST(GeometryTimelineRecorder, LooksAtSamplesWithAPlaceAndAPicture) {
-    const struct {
-        FrameStatus status;
-        bool hasPlace;
-        std::size_t count;
-    } cases[] = {
-        {FrameStatus::complete, true, 1},  {FrameStatus::started, true, 1},
-        {FrameStatus::blank, true, 0},     {FrameStatus::idle, true, 0},
-        {FrameStatus::suspended, true, 0}, {FrameStatus::complete, false, 0},
-        {FrameStatus::stopped, true, 0},
-    };
-    for (const auto& row : cases) {
-        GeometryTimelineRecorder recorder({std::numeric_limits<double>::quiet_NaN(), -1});
-        VideoSample sample = placedAt({0, 0, 10, 10});
-        sample.status = row.status;
-        sample.scaleFactor = 0.5; // never enlarges the surface
-        if (!row.hasPlace) {
-            sample.screenRect.reset();
-        }
-        recorder.append(sample);
-        ASSERT_EQ(recorder.samples().size(), row.count) << int(row.status);
-        if (row.count == 1) {
-            EXPECT_EQ(recorder.samples()[0].surfaceSizePixels, (Size2D{0, 0}));
-        }
-    }
-}
-
 TEST(StreamOutputBridge, SignalsAnySampleThatHasATime) {
     TemporaryDirectory folder;
     const auto sink =
@@ -136,12 +103,6 @@ TEST(StreamOutputBridge, SignalsAnySampleThatHasATime) {
     bridge.didStop(failure);
     bridge.firstScreenSampleSignal().wait({});
     EXPECT_EQ(sentenceOf(bridge.stopError()), "gone");
-}
-
-TEST(StreamOutputBridge, AStreamThatStopsFirstFailsTheWait) {
-    StreamOutputBridge bridge(std::make_shared<StreamAssetWriterSink>("unused.mov", 2, 2, false), nullptr);
-    bridge.didStop(nullptr);
-    EXPECT_THROW(bridge.firstScreenSampleSignal().wait({}), Error);
 }
 
 } // namespace
