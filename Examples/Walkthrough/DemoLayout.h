@@ -35,7 +35,7 @@ inline constexpr Rect list{0, toolbarBottom, listWidth, height - toolbarBottom};
 inline constexpr Rect detail{listWidth, toolbarBottom, width - listWidth, height - toolbarBottom};
 inline constexpr Rect slider{listWidth + 34, 494, 734, 40};
 inline constexpr Rect chart{listWidth + 48, 596, 816, 138};
-inline constexpr Rect toast{1064, 768, 328, 56};
+inline constexpr Rect toast{listWidth + 48, 766, 328, 56};
 
 [[nodiscard]] constexpr Rect button(Button which) {
     switch (which) {
@@ -46,9 +46,9 @@ inline constexpr Rect toast{1064, 768, 328, 56};
     case Button::share:
         return {278, 64, 100, 40};
     case Button::markDone:
-        return {listWidth + 48, 772, 150, 44};
+        return {1112, 772, 150, 44};
     case Button::assign:
-        return {listWidth + 212, 772, 160, 44};
+        return {940, 772, 160, 44};
     }
     return {};
 }

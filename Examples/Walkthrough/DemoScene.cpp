@@ -25,7 +25,7 @@ std::vector<Task> firstTasks() {
         {"Review the export settings", "Engineering · due Tuesday", "Review", 0x0091ff, 0.35, false, false,
          "Check bitrate and colour tags on every preset.", 1},
         {"Record the product tour", "Marketing · due Wednesday", "Video", 0xf76b15, 0.1, false, false, "", 2},
-        {"Fix the timeline ruler", "Engineering · due Thursday", "Bug", 0xe5484d, 0.8, false, false,
+        {"Fix the timeline ruler", "Engineering · due Thursday", "Bug", 0xe5484d, 0.75, false, false,
          "Labels overlap below 40 pixels per second.", 3},
         {"Write the release notes", "Docs · due Friday", "Docs", 0x30a46c, 0.2, false, true, "", 4},
         {"Measure the render path", "Engineering · next week", "Speed", indigo, 0.45, false, false, "", 5},

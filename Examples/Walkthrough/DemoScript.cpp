@@ -33,9 +33,10 @@ void DemoScript::run(const std::stop_token& stop) {
     stop_ = stop;
     start_ = std::chrono::steady_clock::now();
     chooseTasks();
+    moveSlider();
     reorderTasks();
     addTask();
-    moveSlider();
+    finishTask();
     searchAndRest();
     waitUntil(seconds);
 }
@@ -43,40 +44,41 @@ void DemoScript::run(const std::stop_token& stop) {
 void DemoScript::chooseTasks() {
     waitUntil(0.8);
     click(inRow(1, 0.42), 60);
-    waitUntil(2.3);
-    click(checkboxOf(3), 24);
-    waitUntil(3.1);
-    click(inRow(3, 0.35), 60);
-    waitUntil(3.9);
+    waitUntil(1.8);
     click(checkboxOf(2), 24);
+    waitUntil(2.6);
+    click(inRow(3, 0.35), 60);
+    waitUntil(3.3);
+    click(checkboxOf(5), 24);
+}
+
+void DemoScript::moveSlider() {
+    waitUntil(5.4);
+    drag(DemoLayout::sliderHandle(0.75), DemoLayout::sliderHandle(0.3), 1.4);
 }
 
 void DemoScript::reorderTasks() {
-    waitUntil(5.6);
-    glideTo(inRow(4, 0.5), 50);
-    drag(position_, inRow(0, 0.52), 1.7);
+    waitUntil(8.3);
+    drag(inRow(4, 0.5), inRow(0, 0.52), 1.6);
 }
 
 void DemoScript::addTask() {
-    waitUntil(8.7);
+    waitUntil(11.6);
     click(DemoLayout::button(Button::newTask).mid(), 40);
-    waitUntil(10.0);
+    waitUntil(12.5);
     click(DemoLayout::button(Button::share).mid(), 40);
-    waitUntil(10.7);
-    click(DemoLayout::button(Button::save).mid() + Vec2{6, 3}, 40);
-    waitUntil(11.5);
+    waitUntil(13.2);
+    click(DemoLayout::button(Button::save).mid(), 40);
+    waitUntil(14);
     type("Zoom in on the export dialog");
     pause(0.25);
     hand_.tapKey("s", {"Control_L"});
 }
 
-void DemoScript::moveSlider() {
-    waitUntil(15.0);
-    glideTo(DemoLayout::sliderHandle(0), 24);
-    drag(position_, DemoLayout::sliderHandle(0.72), 1.3);
-    waitUntil(17.8);
+void DemoScript::finishTask() {
+    waitUntil(17.3);
     click(DemoLayout::button(Button::assign).mid(), 44);
-    waitUntil(18.6);
+    waitUntil(18.3);
     click(DemoLayout::button(Button::markDone).mid(), 44);
 }
 

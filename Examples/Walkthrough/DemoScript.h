@@ -30,9 +30,10 @@ public:
 
 private:
     void chooseTasks();
+    void moveSlider();
     void reorderTasks();
     void addTask();
-    void moveSlider();
+    void finishTask();
     void searchAndRest();
 
     void waitUntil(double time) const;

@@ -82,14 +82,10 @@ TEST(BadInput, ADisplayThatVanishesInMidTake) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1500));
         display.crash();
         std::this_thread::sleep_for(std::chrono::milliseconds(300));
-        // Either the take ends with what there was until then, or it says what happened. It never hangs.
-        const std::string sentence = sentenceOfFailure([&] { take.finish(); });
-        if (sentence.empty()) {
-            EXPECT_GT(take.facts().framesTaken, 0);
-        } else {
-            EXPECT_TRUE(sentence.starts_with("Unable to stop screen capture: ")) << sentence;
-            EXPECT_FALSE(fs::exists(take.packagePath() / "manifest.json"));
-        }
+        take.finish();
+        // What there was until then is a take like any other.
+        EXPECT_GT(take.facts().framesTaken, 0);
+        EXPECT_GT(take.facts().durationSeconds, 1);
     }
     EXPECT_TRUE(threadsReturnTo(threads));
 }
