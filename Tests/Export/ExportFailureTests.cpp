@@ -199,26 +199,34 @@ TEST(ExportFailureTests, OneExporterMakesOneMovieAtATime) {
     EXPECT_EQ(folder.fileCount(), 3U);
 }
 
-/// In a process of its own, in which no file may grow beyond 300 kB.
-int exportIntoAFullDisk(const fs::path& source, const fs::path& destination) {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{300'000, 300'000};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-    try {
-        FFmpegMP4Exporter().exportMovie(request(source, destination, smallPreset(320, 240)));
-    } catch (const ExportError& error) {
-        std::fprintf(stderr, "%s\n", describe(std::make_exception_ptr(error)).c_str());
-        return error.kind() == ExportErrorKind::exportFailed && !fs::exists(destination) ? 0 : 2;
+/// While it lives no file of this process grows beyond a size: what a full disk looks like.
+class FullDisk {
+public:
+    explicit FullDisk(rlim_t size) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+        ::getrlimit(RLIMIT_FSIZE, &limit_);
+        const rlimit small{size, limit_.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &small);
     }
-    return 1;
-}
+    ~FullDisk() {
+        ::setrlimit(RLIMIT_FSIZE, &limit_);
+        std::signal(SIGXFSZ, handler_);
+    }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+
+private:
+    rlimit limit_{};
+    void (*handler_)(int);
+};
 
 TEST(ExportFailureTests, AFullDiskIsToldAndLeavesNothing) {
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
     const TemporaryFolder folder;
     writeNoise(folder.path("source.mov"), {320, 240}, 2);
-    EXPECT_EXIT(std::exit(exportIntoAFullDisk(folder.path("source.mov"), folder.path("out.mp4"))),
-                testing::ExitedWithCode(0), "MediaError|FileError");
+    const FullDisk disk(300'000);
+    const auto [kind, causes] =
+        failureOf(request(folder.path("source.mov"), folder.path("out.mp4"), smallPreset(320, 240)));
+    EXPECT_EQ(kind, ExportErrorKind::exportFailed);
+    EXPECT_THAT(causes, testing::ContainsRegex("MediaError|FileError"));
     EXPECT_EQ(folder.fileCount(), 1U);
 }
 
