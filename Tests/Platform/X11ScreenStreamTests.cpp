@@ -1,3 +1,4 @@
+#include <csignal>
 #include <map>
 #include <random>
 #include <thread>
@@ -396,14 +397,29 @@ TEST(X11ScreenStreamTests, aConsumerThatKeepsAllLosesPicturesButNotTheLatestChan
     EXPECT_LE(kept, 4U);
 }
 
-TEST(X11ScreenStreamTests, startHeedsACancelledToken) {
+TEST(X11ScreenStreamTests, stopsThoughTheServerHangs) {
+    VirtualDisplay display(twoMonitors());
+    Canvas canvas(display.name());
+    std::atomic<bool> isPainting{true};
+    std::thread painter([&] {
+        for (std::uint32_t i = 0; isPainting; ++i) {
+            canvas.fill({600, 100, 50, 50}, i * 7919 & 0xffffff);
+            canvas.sync();
+        }
+    });
     const auto output = std::make_shared<RecordingOutput>();
-    const auto stream = makeStream(sharedDisplay(), "LEFT", output, false);
-    std::stop_source stop;
-    stop.request_stop();
-    EXPECT_THROW(stream->start(stop.get_token()), CancellationError);
-    stream->stop({});
-    EXPECT_EQ(output->count(), 0U);
+    const auto stream = makeStream(display.name(), "RIGHT", output, true);
+    stream->start({});
+    EXPECT_TRUE(output->waitForCount(3));
+    ::kill(display.processID(), SIGSTOP);
+    output->waitForQuiet(); // It now waits for an answer.
+    std::stop_source cancelled;
+    cancelled.request_stop();
+    EXPECT_THROW(stream->stop(cancelled.get_token()), CancellationError);
+    EXPECT_FALSE(output->error());
+    ::kill(display.processID(), SIGCONT);
+    isPainting = false;
+    painter.join();
 }
 
 TEST(X11ScreenStreamTests, serversAndSourcesThatWontDoAreTold) {
