@@ -14,9 +14,11 @@ namespace {
 /// Containers round the times of their packets, by a millisecond at the worst.
 constexpr double rounding = 0.002;
 
-/// How far a time may lie behind the track's stated end before it counts as nonsense.
+/// How far a time may lie behind the track's stated end before it counts as nonsense, and what of a stated
+/// end is believed. Without one, sound that starts after an hour is nonsense.
 constexpr double slack = 1.0;
-constexpr double longestUnstated = 24 * 3600;
+constexpr double longestStated = 24 * 3600;
+constexpr double longestUnstated = 3600;
 
 constexpr int silenceStep = 4096;
 
@@ -68,7 +70,7 @@ struct AudioReader::Implementation {
 /// Finds the decoded frame's place on the movie's time line.
 void AudioReader::Implementation::place(ffmpeg::Frame frame) {
     const double time = file.seconds(track, frame->pts);
-    const bool isPlausible = time <= (end > 0 ? end + slack : longestUnstated);
+    const bool isPlausible = time <= (end > 0 ? std::min(end, longestStated) + slack : longestUnstated);
     const double rate = frame->sample_rate;
     const std::int64_t start = isPlausible ? std::llround(time * rate) : position;
     const auto tolerance = std::int64_t(rounding * rate);

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <new>
+#include <system_error>
 #include <utility>
 
 #include <fcntl.h>
@@ -50,7 +51,7 @@ MovieFile::MovieFile(const fs::path& path, MovieContainer container, Form form)
     : path_(path), form_(form),
       file_(form == Form::fragmented || !canBeReplaced(path) ? path : hiddenNameBeside(path)) {
     ffmpeg::quietLogging();
-    if (fs::is_directory(path)) {
+    if (std::error_code unknown; fs::is_directory(path, unknown)) {
         throw FileError("write", path, EISDIR);
     }
     descriptor_ = openForWriting(file_, path_);

@@ -232,6 +232,36 @@ TEST(MovieWriter, TheLastPictureStaysAndPausesHaveNoLimit) {
     }
 }
 
+TEST(MovieWriter, HoldsTheProfileTheRateAndTheKeyFrameInterval) {
+    const TemporaryFolder folder;
+    for (const auto& [profile, name] : {std::pair{VideoProfile::h264Baseline, "Constrained Baseline"},
+                                        {VideoProfile::h264Main, "Main"},
+                                        {VideoProfile::h264High, "High"}}) {
+        MovieWriterSettings settings = smallMovie(folder / "rate.mp4");
+        settings.video->size = {320, 240};
+        settings.video->effort = EncoderEffort::veryfast;
+        settings.video->profile = profile;
+        settings.video->frameRate = 30;
+        settings.video->averageBitRate = 300'000;
+        settings.video->maximumKeyFrameInterval = 45;
+        MovieWriter writer(settings);
+        std::mt19937 random(9);
+        for (int i = 0; i < 180; ++i) {
+            const PixelBuffer noise = numbered(settings.video->size, 0x5a5);
+            for (int y = i % 120; y < 240; y += 120) { // too little change for a new scene
+                std::generate_n(noise.row(0, y), 320, [&] { return std::uint8_t(random() % 128 + 64); });
+            }
+            writer.appendVideo(noise, i / 30.0);
+        }
+        writer.finish();
+        EXPECT_EQ(probeMedia(settings.path).video.at(0).profileName, name);
+        EXPECT_NEAR(double(std::filesystem::file_size(settings.path)) * 8 / 6, 0.3e6, 0.06e6);
+        const std::string flags = run("ffprobe -v error -show_entries packet=flags -of csv=p=0 '" +
+                                      settings.path.string() + "' | grep -n K | cut -d: -f1 | tr '\\n' ' '");
+        EXPECT_EQ(flags, "1 46 91 136 ") << name;
+    }
+}
+
 TEST(MovieWriter, RefusesWhatItCannotEncodeAndLeavesNoFile) {
     const TemporaryFolder folder;
     const std::vector<std::pair<const char*, std::function<void(MovieWriterSettings&)>>> cases = {
