@@ -23,7 +23,7 @@ std::vector<Task> firstTasks() {
         {"Draw the onboarding flow", "Design · due Monday", "Design", 0xd6409f, 0.65, false, true,
          "Three screens, one promise each. Keep the copy short and show the product early.", 0},
         {"Review the export settings", "Engineering · due Tuesday", "Review", 0x0091ff, 0.35, false, false,
-         "Check bitrate and colour tags on every preset.", 1},
+         "Check the bit rate of every preset.", 1},
         {"Record the product tour", "Marketing · due Wednesday", "Video", 0xf76b15, 0.1, false, false, "", 2},
         {"Fix the timeline ruler", "Engineering · due Thursday", "Bug", 0xe5484d, 0.75, false, false,
          "Labels overlap below 40 pixels per second.", 3},

@@ -9,7 +9,7 @@ namespace tavrin::demo {
 
 namespace {
 
-constexpr Vec2 restingPlace{1110, 690};
+constexpr Vec2 restingPlace{1540, 640}; // on the wallpaper
 
 Vec2 inRow(double slot, double share) {
     const Rect row = DemoLayout::row(slot);
