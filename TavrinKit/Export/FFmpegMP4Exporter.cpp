@@ -277,8 +277,9 @@ VideoTrackSettings FFmpegMP4Exporter::videoOutputSettings(const ExportPreset& pr
         settings.profile = VideoProfile::hevcMain;
         break;
     }
-    settings.effort = preset.mode == ExportSpeedQualityMode::fastPreview ? EncoderEffort::superfast
-                                                                         : EncoderEffort::veryfast;
+    const bool isPreview = preset.mode == ExportSpeedQualityMode::fastPreview;
+    settings.effort = isPreview ? EncoderEffort::superfast : EncoderEffort::veryfast;
+    settings.finestQuantizer = isPreview ? 22 : 18;
     settings.averageBitRate = resolvedAverageBitRate(preset);
     settings.frameRate = preset.wholeFramesPerSecond();
     settings.maximumKeyFrameInterval = std::max(int(std::lround(2 * preset.fps)), 1);

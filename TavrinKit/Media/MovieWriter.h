@@ -29,6 +29,9 @@ struct VideoTrackSettings {
     EncoderEffort effort = EncoderEffort::veryfast;
     std::optional<std::int64_t> averageBitRate; ///< bits per second
     double constantQuality = 18;                ///< the encoder's CRF; used when there is no bit rate
+    /// The finest quantiser (0...51) that a bit rate may lead to; 0: no bound. A still screen leaves so many
+    /// bits over that the encoder would spend them, and the time to write them, on what nobody can see.
+    int finestQuantizer = 0;
     /// Frames per second of a constant-rate movie. Absent: frames are stamped with their own times, in
     /// microseconds.
     std::optional<int> frameRate;

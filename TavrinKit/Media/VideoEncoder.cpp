@@ -88,6 +88,7 @@ void configure(AVCodecContext& context, const VideoTrackSettings& settings) {
     context.gop_size = std::max(1, settings.maximumKeyFrameInterval);
     context.max_b_frames = 0;
     context.bit_rate = settings.averageBitRate.value_or(0);
+    context.qmin = settings.finestQuantizer > 0 ? settings.finestQuantizer : context.qmin;
     context.thread_count = settings.threads;
     context.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
 }
