@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
+#include <utility>
 
 namespace tavrin::imaging {
 namespace {
@@ -18,6 +20,14 @@ struct Line {
     std::optional<std::pair<double, double>> clamp;
 
     [[nodiscard]] double at(int i) const { return origin + step * i; }
+    /// The output indices, first ..< last, beyond which the clip shows nothing.
+    [[nodiscard]] std::pair<int, int> reach() const {
+        const auto index = [&](double p) {
+            return std::clamp((p - origin) / step, -1.0, double(count));
+        };
+        const auto [from, to] = std::minmax({index(low), index(high)});
+        return {std::max(int(std::floor(from)) - 1, 0), std::min(int(std::ceil(to)) + 2, count)};
+    }
     [[nodiscard]] double held(double p) const {
         return clamp ? std::clamp(p, clamp->first, clamp->second) : p;
     }
@@ -77,13 +87,16 @@ public:
         table.start.push_back(start);
         const std::size_t base = table.weights.size();
         table.weights.resize(base + std::size_t(count_), 0.0F);
+        float* weights = table.weights.data() + base;
         double sum = 0;
         for (int k = 0; k < reach_; ++k) {
-            sum += weight(u, reachStart + k);
+            const double w = weight(u, reachStart + k);
+            sum += w;
+            weights[std::clamp(reachStart + k, start, start + count_ - 1) - start] += float(w);
         }
-        for (int k = 0; k < reach_; ++k) {
-            const int sample = std::clamp(reachStart + k, start, start + count_ - 1);
-            table.weights[base + std::size_t(sample - start)] += float(weight(u, reachStart + k) / sum);
+        const auto scale = float(1 / sum);
+        for (int k = 0; k < count_; ++k) {
+            weights[k] *= scale;
         }
     }
 
@@ -144,12 +157,12 @@ AxisTable makeAxisTable(const Layer& layer, Axis axis, const Lattice& lattice,
                         const std::optional<PlaneAxis>& plane) {
     const Line line = lineOf(layer, axis, lattice);
     AxisTable table;
-    while (table.first < line.count && line.cover(table.first) <= 0) {
+    std::tie(table.first, table.last) = line.reach();
+    while (table.first < table.last && line.cover(table.first) <= 0) {
         ++table.first;
     }
-    table.last = table.first;
-    while (table.last < line.count && line.cover(table.last) > 0) {
-        ++table.last;
+    while (table.last > table.first && line.cover(table.last - 1) <= 0) {
+        --table.last;
     }
     table.fullFirst = table.last;
     table.fullLast = table.last;
