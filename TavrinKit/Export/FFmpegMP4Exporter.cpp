@@ -153,8 +153,7 @@ ExportResult runExport(const ExportRequest& request, RisingProgress& progress, c
     {
         const auto writer = openWriter(request, plan);
         ExportPipeline(plan, *writer).run([&](double fraction) { progress.report(fraction); }, stop);
-        writer->finish();
-        throwIfCancelled(stop);
+        writer->finish({}, stop);
     }
     progress.report(1);
     ExportResult result;

@@ -14,6 +14,7 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
+#include "TavrinKit/Support/Cancellation.h"
 #include "TavrinKit/Support/Files.h"
 #include "TavrinKit/Support/UUID.h"
 
@@ -134,9 +135,11 @@ void MovieFile::flushFragment() {
     check(av_opt_set(context_->priv_data, "movflags", "+frag_discont", 0));
 }
 
-void MovieFile::complete() {
+void MovieFile::complete(const std::stop_token& stop) {
+    stop_ = stop;
     const int code = av_write_trailer(context_);
     avio_flush(io_);
+    throwIfCancelled(stop);
     check(code);
     if (canBeReplaced(file_) && ::fsync(descriptor_) != 0) {
         throw MediaError::writingFailed(path_, errno);
@@ -175,6 +178,9 @@ void MovieFile::close() noexcept {
 
 int MovieFile::writeBytes(void* self, std::uint8_t* bytes, int count) {
     auto& file = *static_cast<MovieFile*>(self);
+    if (file.stop_.stop_requested()) {
+        return AVERROR_EXIT;
+    }
     for (int written = 0; written < count;) {
         const ssize_t step = ::write(file.descriptor_, bytes + written, std::size_t(count - written));
         if (step < 0 && errno == EINTR) {

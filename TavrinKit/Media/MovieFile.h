@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -44,8 +45,9 @@ public:
     void flushFragment();
 
     /// Writes the index, flushes to the disk and gives a plain file its name.
-    /// @throws MediaError, FileError
-    void complete();
+    /// @param stop  a request ends the writing
+    /// @throws MediaError, FileError, CancellationError
+    void complete(const std::stop_token& stop = {});
 
     /// Closes the file and leaves it as it is.
     void abandon() noexcept;
@@ -65,6 +67,7 @@ private:
     int descriptor_ = -1;
     int error_ = 0; ///< errno of the first write that failed
     std::int64_t unflushed_ = 0;
+    std::stop_token stop_; ///< ends `complete`
     AVFormatContext* context_ = nullptr;
     AVIOContext* io_ = nullptr;
     std::vector<AVRational> timeBases_;

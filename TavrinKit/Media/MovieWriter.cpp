@@ -12,6 +12,7 @@
 #include "TavrinKit/Media/FFmpeg.h"
 #include "TavrinKit/Media/MovieFile.h"
 #include "TavrinKit/Media/VideoEncoder.h"
+#include "TavrinKit/Support/Cancellation.h"
 #include "TavrinKit/Support/Log.h"
 
 namespace tavrin {
@@ -43,14 +44,14 @@ struct MovieWriter::Implementation {
     void appendVideo(const PixelBuffer& picture, double time);
     void appendAudio(std::span<const float> interleaved, double time);
     void flushFragment();
-    void finish(std::optional<double> endTime);
+    void finish(std::optional<double> endTime, const std::stop_token& stop);
     void checkIsOpen() const;
 
     [[nodiscard]] std::int64_t ticks(double time) const;
     [[nodiscard]] std::int64_t shortestPicture() const;
     void encodePicture(const PixelBuffer& picture, std::int64_t time);
     void bridgePause(std::int64_t time);
-    void finishVideo(std::optional<double> endTime);
+    void finishVideo(std::optional<double> endTime, const std::stop_token& stop);
     void takeVideo(AVPacket& packet);
     void takeAudio(AVPacket& packet);
     void writeHeldVideo(std::optional<std::int64_t> duration);
@@ -181,27 +182,30 @@ void MovieWriter::Implementation::flushFragment() {
     }
 }
 
-void MovieWriter::Implementation::finish(std::optional<double> endTime) {
+void MovieWriter::Implementation::finish(std::optional<double> endTime, const std::stop_token& stop) {
     checkIsOpen();
     if (video) {
-        finishVideo(endTime);
+        finishVideo(endTime, stop);
     }
     if (audio) {
         audio->drain([this](AVPacket& packet) { takeAudio(packet); });
     }
-    file->complete();
+    file->complete(stop);
     file.reset();
     if (settings.crashSafe) {
         makePlain();
     }
 }
 
-void MovieWriter::Implementation::finishVideo(std::optional<double> endTime) {
+void MovieWriter::Implementation::finishVideo(std::optional<double> endTime, const std::stop_token& stop) {
     const std::int64_t end = endTime ? ticks(*endTime) : -1;
     if (frameCount > 0) {
         bridgePause(end);
     }
-    video->drain([this](AVPacket& packet) { takeVideo(packet); });
+    video->drain([&](AVPacket& packet) {
+        throwIfCancelled(stop);
+        takeVideo(packet);
+    });
     lastDuration = end > lastTime ? end - lastTime : shortestPicture();
     writeHeldVideo(lastDuration);
 }
@@ -248,8 +252,8 @@ void MovieWriter::flushFragment() {
     implementation_->flushFragment();
 }
 
-void MovieWriter::finish(std::optional<double> endTime) {
-    implementation_->finish(endTime);
+void MovieWriter::finish(std::optional<double> endTime, const std::stop_token& stop) {
+    implementation_->finish(endTime, stop);
 }
 
 void MovieWriter::cancel() noexcept {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <stop_token>
 #include <string>
 
 #include "TavrinKit/Media/MediaError.h"
@@ -96,8 +97,9 @@ public:
     ///
     /// A crash-safe movie that cannot be made plain, because the disk is full say, stays in fragments: it
     /// plays as well, and the failure is only logged.
-    /// @throws MediaError, FileError
-    void finish(std::optional<double> endTime = {});
+    /// @param stop  a request leaves the movie unfinished, until its file is complete
+    /// @throws MediaError, FileError, CancellationError
+    void finish(std::optional<double> endTime = {}, const std::stop_token& stop = {});
 
     /// Stops and removes the file. Harmless after `finish`.
     void cancel() noexcept;
