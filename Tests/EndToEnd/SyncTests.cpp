@@ -3,9 +3,11 @@
 #include <cmath>
 #include <numbers>
 #include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "Child.h"
@@ -31,14 +33,19 @@ Vec2 pathAt(double time) {
             360 + 240 * std::sin(moving * 1.3 + 0.7) * std::cos(moving * 0.31)};
 }
 
-void moveAlongPath(XTestDriver& hand) {
+/// @return by how many seconds a move came too late at worst: how long the machine made this thread wait
+double moveAlongPath(XTestDriver& hand) {
     const auto start = std::chrono::steady_clock::now();
+    double latest = 0;
     for (int step = 0; step < int(takeSeconds * 125); ++step) {
-        std::this_thread::sleep_until(start + step * std::chrono::milliseconds(8));
-        const Vec2 place =
-            pathAt(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+        const auto due = start + step * std::chrono::milliseconds(8);
+        std::this_thread::sleep_until(due);
+        const auto now = std::chrono::steady_clock::now();
+        latest = std::max(latest, std::chrono::duration<double>(now - due).count());
+        const Vec2 place = pathAt(std::chrono::duration<double>(now - start).count());
         hand.moveTo(int(std::lround(place.x)), int(std::lround(place.y)));
     }
+    return latest;
 }
 
 /// The middle of everything that is lighter than the desktop.
@@ -64,7 +71,21 @@ std::optional<Vec2> findDisk(const PixelBuffer& picture) {
     return Vec2{double(sumX) / double(count), double(sumY) / double(count)};
 }
 
-/// How far the nearest place is at which the pointer was within one frame interval of a time.
+Vec2 placeOf(const MouseEvent& event) {
+    return {event.location.x * screen.width, (1 - event.location.y) * screen.height};
+}
+
+double distanceFromSegment(Vec2 point, Vec2 from, Vec2 to) {
+    const Vec2 way = to - from;
+    const Vec2 offset = point - from;
+    const double length = way.x * way.x + way.y * way.y;
+    const double share =
+        length > 0 ? std::clamp((offset.x * way.x + offset.y * way.y) / length, 0.0, 1.0) : 0.0;
+    return std::hypot(offset.x - share * way.x, offset.y - share * way.y);
+}
+
+/// How far a place is from the pointer's way within one frame interval of a time. Quick moves may have been
+/// told as one: between two events the pointer went straight.
 double distanceFromEvents(Vec2 found, double time, const std::vector<MouseEvent>& events) {
     const auto later = [](double t, const MouseEvent& event) {
         return t < event.timestamp;
@@ -73,17 +94,20 @@ double distanceFromEvents(Vec2 found, double time, const std::vector<MouseEvent>
     if (event != events.begin()) {
         --event; // where it rested when the interval began
     }
-    double nearest = 1e9;
-    for (; event != events.end() && event->timestamp <= time + frameInterval; ++event) {
-        const Vec2 place{event->location.x * screen.width, (1 - event->location.y) * screen.height};
-        nearest = std::min(nearest, std::hypot(found.x - place.x, found.y - place.y));
+    double nearest = distanceFromSegment(found, placeOf(*event), placeOf(*event));
+    for (; event + 1 != events.end() && (event + 1)->timestamp <= time + frameInterval; ++event) {
+        nearest = std::min(nearest, distanceFromSegment(found, placeOf(*event), placeOf(*(event + 1))));
     }
     return nearest;
 }
 
-} // namespace
+struct Observation {
+    double latestMove = 0; ///< seconds
+    int frames = 0;
+    std::vector<std::string> astray; ///< what was seen of the pictures that don't fit the events
+};
 
-TEST(Sync, ThePointerIsInThePictureWhereTheEventsSay) {
+Observation observeTake() {
     const TemporaryFolder folder;
     VirtualDisplay::Settings settings;
     settings.size = screen;
@@ -95,36 +119,43 @@ TEST(Sync, ThePointerIsInThePictureWhereTheEventsSay) {
     demo::ScreenTake take(
         {.display = display.name(), .outputDirectory = folder.path(), .excludeCursor = false});
     take.start();
-    moveAlongPath(hand);
+    Observation observation;
+    observation.latestMove = moveAlongPath(hand);
     take.finish();
 
     const std::vector<MouseEvent>& events = take.session().events().mouseEvents();
-    ASSERT_GT(events.size(), 1000U);
     VideoReader reader(take.session().package().screenURL());
-    int frames = 0;
-    int astray = 0;
-    double worst = 0;
     while (const std::optional<DecodedFrame> frame = reader.next()) {
-        if (frame->time < events.front().timestamp) {
+        if (events.empty() || frame->time < events.front().timestamp) {
             continue;
         }
+        ++observation.frames;
         const std::optional<Vec2> found = findDisk(frame->pixels);
-        ASSERT_TRUE(found) << "no pointer in the picture at " << frame->time;
-        const double distance = distanceFromEvents(*found, frame->time, events);
-        worst = std::max(worst, distance);
-        ++frames;
+        const double distance = found ? distanceFromEvents(*found, frame->time, events) : 1e9;
         if (distance > 1.5) {
-            ++astray;
-            ADD_FAILURE() << "at " << frame->time << " the pointer is " << distance
-                          << " pixels from all events";
-            if (astray == 10) {
-                break;
-            }
+            observation.astray.push_back(fmt::format("at {:.3f} s by {:.1f} pixels", frame->time, distance));
         }
     }
-    EXPECT_GT(frames, 400);
-    RecordProperty("frames", frames);
-    RecordProperty("worstDistance", std::to_string(worst));
+    return observation;
+}
+
+} // namespace
+
+TEST(Sync, ThePointerIsInThePictureWhereTheEventsSay) {
+    constexpr int attempts = 3;
+    for (int attempt = 1; attempt <= attempts; ++attempt) {
+        const Observation observation = observeTake();
+        // A machine that makes threads wait for longer than a frame says nothing about the recorder.
+        const bool starved = observation.latestMove > frameInterval / 2;
+        if (starved && attempt < attempts && !observation.astray.empty()) {
+            continue;
+        }
+        EXPECT_GT(observation.frames, 400);
+        EXPECT_TRUE(observation.astray.empty())
+            << observation.astray.size() << " of " << observation.frames << " pictures astray, the first "
+            << observation.astray.front() << "; moves came up to " << observation.latestMove << " s late";
+        return;
+    }
 }
 
 } // namespace tavrin::test
