@@ -71,7 +71,8 @@ class MP4Exporting {
 public:
     virtual ~MP4Exporting() = default;
 
-    /// Blocks until the movie lies at the destination. Any thread; calls of one exporter run one at a time.
+    /// Blocks until the movie lies at the destination. Any thread; calls of one exporter run one at a time,
+    /// so none comes from its own progress handler.
     /// @param onProgress  may be empty; what it throws ends the export
     /// @param stop        a request ends the export within a few tenths of a second
     /// @throws ExportError; FileError when the old file at the destination can't be removed. Then no file

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include "ExportFixtures.h"
 #include "TavrinKit/Export/FFmpegMP4Exporter.h"
@@ -60,6 +61,7 @@ TEST(ExportFailureTests, SourcesThatAreNoMovies) {
     writeFileAtomically(folder.path("empty"), "");
     writeFileAtomically(folder.path("text"), std::string(5000, 'x'));
     fs::create_directory(folder.path("folder"));
+    ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
     MovieWriterSettings soundOnly;
     soundOnly.path = folder.path("sound.m4a");
     soundOnly.audio = AudioTrackSettings{};
@@ -68,7 +70,7 @@ TEST(ExportFailureTests, SourcesThatAreNoMovies) {
     writer.finish();
 
     const std::size_t files = folder.fileCount();
-    for (const char* source : {"missing", "truncated", "empty", "text", "folder", "sound.m4a"}) {
+    for (const char* source : {"missing", "truncated", "empty", "text", "folder", "pipe", "sound.m4a"}) {
         const auto [kind, causes] = failureOf(request(folder.path(source), folder.path("out.mp4")));
         EXPECT_EQ(kind, ExportErrorKind::exportFailed) << source;
         EXPECT_THAT(causes, testing::ContainsRegex("MediaError|FileError")) << source;

@@ -83,12 +83,5 @@ TEST(ExportPresetTests, BrokenPresetsTellWhere) {
     }
 }
 
-TEST(ExportPresetTests, AbsentBitratesLeaveNoKeys) {
-    Json json;
-    encode(json, ExportPreset());
-    EXPECT_EQ(json.at("bitrate"), Json::parse(R"({"strategy": "auto"})"));
-    EXPECT_EQ(json.size(), 14U);
-}
-
 } // namespace
 } // namespace tavrin

@@ -5,7 +5,6 @@
 
 #include "ExportFixtures.h"
 #include "TavrinKit/Export/FFmpegMP4Exporter.h"
-#include "TavrinKit/Imaging/ImageRenderer.h"
 
 namespace tavrin {
 namespace {
@@ -76,23 +75,6 @@ TEST(ExporterSettingsTests, KeyFramesAreTwoSecondsApartAndRatesAreWhole) {
         const VideoTrackSettings settings = FFmpegMP4Exporter::videoOutputSettings(smallPreset(64, 64, fps));
         EXPECT_EQ(settings.frameRate, rate) << fps;
         EXPECT_EQ(settings.maximumKeyFrameInterval, interval) << fps;
-    }
-}
-
-TEST(ExporterSettingsTests, FittingCropsAroundTheCentreAndFillsTheFrame) {
-    // Red left and right of a green middle that is as wide as the picture is high.
-    const Image red = Image::color({1, 0, 0, 1}).cropped({0, 0, 300, 100});
-    const Image source = Image::color({0, 1, 0, 1}).cropped({100, 0, 100, 100}).over(red).translated(7, -3);
-    const VideoComposition square = FFmpegMP4Exporter::makeVideoComposition(smallPreset(64, 64));
-    EXPECT_EQ(square.renderSize, (PixelSize{64, 64}));
-    const Image fitted = square.handler({0, source});
-    EXPECT_EQ(fitted.extent(), (Rect{0, 0, 64, 64}));
-    const PixelBuffer pixels = ImageRenderer().render(fitted, Rect{0, 0, 64, 64});
-    for (const auto& [x, y] : {std::pair{2, 0}, {0, 32}, {63, 63}, {32, 32}}) {
-        const std::uint8_t* pixel = pixels.row(0, y) + 4 * x;
-        EXPECT_NEAR(pixel[0], 0, 1) << x << "," << y;
-        EXPECT_GT(pixel[1], x == 0 || x == 63 ? 225 : 254) << x << "," << y;
-        EXPECT_EQ(pixel[3], 255) << x << "," << y;
     }
 }
 
