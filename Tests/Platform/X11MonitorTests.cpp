@@ -217,12 +217,13 @@ TEST(X11LiveInputEventMonitorTests, keysAreToldInTheWordsOfTheLayoutInUse) {
 
     setLayout(display.name(), "-layout us,ru -option grp:shifts_toggle");
     driver.type("q");
+    expect("first of two layouts", also({"q"}));
     driver.pressKey("Shift_L");
     driver.tapKey("Shift_R");
     driver.releaseKey("Shift_L");
     driver.type("йФ");
     driver.tapKey("Cyrillic_es", {"Control_L"});
-    expect("second of two layouts", also({"q", "й", "Ф", "Ctrl+С"}));
+    expect("second of two layouts", also({"й", "Ф", "Ctrl+С"}));
 }
 
 TEST(X11LiveInputEventMonitorTests, aHeldKeyRepeatsUntilItIsReleased) {
