@@ -2,6 +2,8 @@
 
 #include <variant>
 
+#include <fmt/format.h>
+
 #include "TavrinKit/Capture/CaptureCoordinator.h"
 #include "TavrinKit/Capture/DesktopStreamCapture.h"
 #include "TavrinKit/Compositing/FFmpegEffectBakingRenderer.h"
@@ -53,7 +55,7 @@ public:
 
     void start(const std::filesystem::path& packagePath, bool excludeCursor, const std::stop_token& stop) {
         temporaryDirectory_ =
-            packagePath.parent_path() / ("." + packagePath.filename().string() + ".recording");
+            packagePath.parent_path() / fmt::format(".{}.recording", packagePath.filename().string());
         createDirectories(temporaryDirectory_);
         DesktopStreamCapture::Services services;
         services.backend = backend_;
