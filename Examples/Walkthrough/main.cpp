@@ -92,7 +92,7 @@ ExportResult exportMovie(const ScreenTake& take, const std::stop_token& stop) {
 
 void printFacts(const ScreenTake& take, const ExportResult& movie) {
     const TakeFacts facts = take.facts();
-    fmt::print("\nProject  {}\nMovie    {}\n\n", take.packagePath().string(), movie.outputURL.string());
+    fmt::print("Movie    {}\n\n", movie.outputURL.string());
     printTable({
         {"Duration", fmt::format("{:.2f} s", facts.durationSeconds)},
         {"Frames taken", fmt::format("{}", facts.framesTaken)},
@@ -140,6 +140,7 @@ void run(const CommandLine& commandLine, Interrupts& interrupts) {
         recordUsersDisplay(take, commandLine, recordingStop);
     }
     ownDisplay.reset();
+    fmt::print("Project  {}\n", take.packagePath().string());
     const ExportResult movie = exportMovie(take, interrupts.beginStage());
     printFacts(take, movie);
     if (demonstration && !shortened) {
