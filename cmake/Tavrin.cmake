@@ -52,16 +52,20 @@ function(tavrin_module name)
   target_link_libraries(${name} PUBLIC Threads::Threads ${arg_LINK} PRIVATE ${arg_PRIVATE})
 endfunction()
 
-# tavrin_test(Folder LINK modules… [TIMEOUT seconds])
-# One test program a folder, its cases found when CTest runs.
+# tavrin_test(Folder LINK modules… [TIMEOUT seconds] [OWN_MAIN] [SERIAL])
+# One test program a folder, its cases found when CTest runs. With OWN_MAIN the folder has a main of its own,
+# with SERIAL nothing else runs beside its cases.
 function(tavrin_test name)
-  cmake_parse_arguments(arg "" "TIMEOUT" "LINK" ${ARGN})
+  cmake_parse_arguments(arg "OWN_MAIN;SERIAL" "TIMEOUT" "LINK" ${ARGN})
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 120)
   endif()
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
   add_executable(${name}Tests ${sources})
-  target_link_libraries(${name}Tests PRIVATE ${arg_LINK} GTest::gmock GTest::gtest_main)
+  target_link_libraries(${name}Tests PRIVATE ${arg_LINK} GTest::gmock)
+  if(NOT arg_OWN_MAIN)
+    target_link_libraries(${name}Tests PRIVATE GTest::gtest_main)
+  endif()
   # Findings inside of libraries that are built without the sanitizers.
   if("thread" IN_LIST TAVRIN_SANITIZE)
     set(known TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/Tests/Sanitizers/thread.supp)
@@ -69,5 +73,5 @@ function(tavrin_test name)
     set(known LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/Tests/Sanitizers/leak.supp)
   endif()
   gtest_discover_tests(${name}Tests DISCOVERY_MODE PRE_TEST TEST_PREFIX ${name}/
-                       PROPERTIES TIMEOUT ${arg_TIMEOUT} ENVIRONMENT ${known})
+                       PROPERTIES TIMEOUT ${arg_TIMEOUT} ENVIRONMENT ${known} RUN_SERIAL ${arg_SERIAL})
 endfunction()

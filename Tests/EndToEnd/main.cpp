@@ -27,12 +27,6 @@ int recordUntilKilled(const char* display, const char* folder) {
 
 } // namespace
 
-// Fontconfig keeps what it read of the machine's fonts until the process ends; that is no leak of ours.
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() {
-    return "leak:libfontconfig";
-}
-
 int main(int count, char** arguments) {
     if (count == 4 && std::strcmp(arguments[1], "--record") == 0) {
         return recordUntilKilled(arguments[2], arguments[3]);
