@@ -74,16 +74,16 @@ std::optional<Date> parseISO8601(std::string_view text) {
     if (!calendar.ok() || *hour > 23 || *minute > 59 || *second > 60) {
         return std::nullopt;
     }
-    return std::chrono::sys_days(calendar) + std::chrono::hours(*hour) + std::chrono::minutes(*minute - *offset) +
-           std::chrono::seconds(*second);
+    return std::chrono::sys_days(calendar) + std::chrono::hours(*hour) +
+           std::chrono::minutes(*minute - *offset) + std::chrono::seconds(*second);
 }
 
 std::string timestampLabel(Date date) {
     const std::time_t time = date.time_since_epoch().count();
     std::tm local{};
     localtime_r(&time, &local);
-    return fmt::format("{:04}{:02}{:02}-{:02}{:02}{:02}", local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
-                       local.tm_hour, local.tm_min, local.tm_sec);
+    return fmt::format("{:04}{:02}{:02}-{:02}{:02}{:02}", local.tm_year + 1900, local.tm_mon + 1,
+                       local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
 }
 
 } // namespace tavrin

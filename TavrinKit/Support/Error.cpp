@@ -1,9 +1,10 @@
 #include "TavrinKit/Support/Error.h"
 
 #include <cstdlib>
-#include <cxxabi.h>
 #include <memory>
 #include <typeinfo>
+
+#include <cxxabi.h>
 
 namespace tavrin {
 namespace {

@@ -114,8 +114,8 @@ struct Rect {
         return !isNull() && p.x >= minX() && p.x < maxX() && p.y >= minY() && p.y < maxY();
     }
     [[nodiscard]] bool contains(const Rect& other) const {
-        return isInfinite() || (!isNull() && !other.isNull() && other.minX() >= minX() && other.minY() >= minY() &&
-                                other.maxX() <= maxX() && other.maxY() <= maxY());
+        return isInfinite() || (!isNull() && !other.isNull() && other.minX() >= minX() &&
+                                other.minY() >= minY() && other.maxX() <= maxX() && other.maxY() <= maxY());
     }
 };
 
@@ -130,9 +130,12 @@ struct AffineTransform {
 
     /// First this one, then `next`.
     [[nodiscard]] AffineTransform then(const AffineTransform& next) const {
-        return {a * next.a + b * next.c,           a * next.b + b * next.d,
-                c * next.a + d * next.c,           c * next.b + d * next.d,
-                tx * next.a + ty * next.c + next.tx, tx * next.b + ty * next.d + next.ty};
+        return {a * next.a + b * next.c,
+                a * next.b + b * next.d,
+                c * next.a + d * next.c,
+                c * next.b + d * next.d,
+                tx * next.a + ty * next.c + next.tx,
+                tx * next.b + ty * next.d + next.ty};
     }
     [[nodiscard]] double determinant() const { return a * d - b * c; }
     [[nodiscard]] bool isAxisAligned() const { return b == 0 && c == 0; }

@@ -79,7 +79,9 @@ template <typename E>
 struct EnumNames;
 
 template <typename E>
-concept NamedEnum = std::is_enum_v<E> && requires { EnumNames<E>::names; };
+concept NamedEnum = std::is_enum_v<E> && requires {
+    EnumNames<E>::names;
+};
 
 template <NamedEnum E>
 [[nodiscard]] std::string_view nameOf(E value) {

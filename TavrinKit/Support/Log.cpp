@@ -18,7 +18,8 @@ std::string callStack() {
     constexpr int lines = 8;
     std::array<void*, skipped + lines> frames{};
     const int count = backtrace(frames.data(), int(frames.size()));
-    const std::unique_ptr<char*, decltype(&std::free)> symbols(backtrace_symbols(frames.data(), count), &std::free);
+    const std::unique_ptr<char*, decltype(&std::free)> symbols(backtrace_symbols(frames.data(), count),
+                                                               &std::free);
     std::string text;
     for (int i = skipped; symbols && i < count; ++i) {
         text += (text.empty() ? "" : " | ") + std::string(symbols.get()[i]);
@@ -28,8 +29,8 @@ std::string callStack() {
 
 } // namespace
 
-void logRecoverableFailure(std::string_view service, std::string_view context, const std::exception_ptr& error,
-                           LogMetadata metadata) {
+void logRecoverableFailure(std::string_view service, std::string_view context,
+                           const std::exception_ptr& error, LogMetadata metadata) {
     metadata["error"] = describe(error);
     metadata["stack"] = callStack();
     std::string line = fmt::format("[{}] {}", service, context);

@@ -16,7 +16,7 @@ using LogMetadata = std::map<std::string, std::string>;
 /// The metadata is written sorted by key; "error" and "stack" (the first 8 lines of the call stack, joined
 /// by " | ") are added here. Any thread.
 /// @param service  "TavrinKit." and the name of the type that reports
-void logRecoverableFailure(std::string_view service, std::string_view context, const std::exception_ptr& error,
-                           LogMetadata metadata = {});
+void logRecoverableFailure(std::string_view service, std::string_view context,
+                           const std::exception_ptr& error, LogMetadata metadata = {});
 
 } // namespace tavrin

@@ -92,7 +92,8 @@ std::string firstCharacters(std::string_view text, std::size_t count) {
 }
 
 std::string upperCased(std::string_view text) {
-    icu::UnicodeString unicode = icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), std::int32_t(text.size())));
+    icu::UnicodeString unicode =
+        icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), std::int32_t(text.size())));
     unicode.toUpper(icu::Locale::getRoot());
     std::string result;
     unicode.toUTF8String(result);
@@ -100,7 +101,8 @@ std::string upperCased(std::string_view text) {
 }
 
 std::string lowerCased(std::string_view text) {
-    icu::UnicodeString unicode = icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), std::int32_t(text.size())));
+    icu::UnicodeString unicode =
+        icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), std::int32_t(text.size())));
     unicode.toLower(icu::Locale::getRoot());
     std::string result;
     unicode.toUTF8String(result);
@@ -112,7 +114,8 @@ std::string trimmedNewlines(std::string_view text) {
 }
 
 std::string trimmed(std::string_view text) {
-    return trimmedOf(text, [](UChar32 c) { return isNewline(c) || c == '\t' || u_charType(c) == U_SPACE_SEPARATOR; });
+    return trimmedOf(
+        text, [](UChar32 c) { return isNewline(c) || c == '\t' || u_charType(c) == U_SPACE_SEPARATOR; });
 }
 
 } // namespace tavrin

@@ -19,7 +19,8 @@ struct VectorPath {
     std::vector<Ellipse> ellipses;
 
     void addRectangle(const Rect& r) {
-        polygons.push_back({{{r.minX(), r.minY()}, {r.maxX(), r.minY()}, {r.maxX(), r.maxY()}, {r.minX(), r.maxY()}}});
+        polygons.push_back(
+            {{{r.minX(), r.minY()}, {r.maxX(), r.minY()}, {r.maxX(), r.maxY()}, {r.minX(), r.maxY()}}});
     }
 
     /// Null for an empty path.
