@@ -18,14 +18,21 @@ struct Walk {
     std::size_t count = 0;
 };
 
+/// One for each thread, because making one takes longer than using it. Null when the machine lacks the rules.
+icu::BreakIterator* characterBreaks() {
+    UErrorCode status = U_ZERO_ERROR;
+    thread_local const std::unique_ptr<icu::BreakIterator> breaks(
+        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+    return breaks.get();
+}
+
 Walk walkCharacters(std::string_view text, std::size_t limit) {
     UErrorCode status = U_ZERO_ERROR;
-    const std::unique_ptr<icu::BreakIterator> breaks(
-        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+    icu::BreakIterator* breaks = characterBreaks();
     UText utext = UTEXT_INITIALIZER;
     utext_openUTF8(&utext, text.data(), std::int64_t(text.size()), &status);
     Walk walk;
-    if (U_SUCCESS(status)) {
+    if (breaks != nullptr && U_SUCCESS(status)) {
         breaks->setText(&utext, status);
         breaks->first();
         while (U_SUCCESS(status) && walk.count < limit) {
@@ -48,6 +55,19 @@ bool isASCII(std::string_view text) {
         }
     }
     return true;
+}
+
+/// How a code point takes part in forming characters.
+UGraphemeClusterBreak clusterClass(UChar32 c) {
+    return UGraphemeClusterBreak(u_getIntPropertyValue(c, UCHAR_GRAPHEME_CLUSTER_BREAK));
+}
+
+bool closesCharacter(UGraphemeClusterBreak kind) {
+    return kind == U_GCB_OTHER || kind == U_GCB_LV || kind == U_GCB_LVT;
+}
+
+bool opensCharacter(UGraphemeClusterBreak kind) {
+    return kind == U_GCB_OTHER || kind == U_GCB_L || kind == U_GCB_LV || kind == U_GCB_LVT;
 }
 
 template <typename Predicate>
@@ -89,6 +109,29 @@ std::size_t characterCount(std::string_view text) {
 
 std::string firstCharacters(std::string_view text, std::size_t count) {
     return std::string(text.substr(0, isASCII(text) ? count : walkCharacters(text, count).position));
+}
+
+std::string lastCharacters(std::string_view text, std::size_t count) {
+    const std::size_t total = characterCount(text);
+    if (total <= count) {
+        return std::string(text);
+    }
+    const std::size_t dropped = total - count;
+    return std::string(text.substr(isASCII(text) ? dropped : walkCharacters(text, dropped).position));
+}
+
+bool isCertainBreak(std::string_view left, std::string_view right) {
+    if (left.empty() || right.empty()) {
+        return false;
+    }
+    std::int32_t start = 0;
+    std::int32_t end = std::int32_t(left.size());
+    UChar32 last = 0;
+    UChar32 first = 0;
+    U8_PREV(reinterpret_cast<const std::uint8_t*>(left.data()), 0, end, last);
+    U8_NEXT(reinterpret_cast<const std::uint8_t*>(right.data()), start, std::int32_t(right.size()), first);
+    return first >= 0 && last >= 0 && closesCharacter(clusterClass(last)) &&
+           opensCharacter(clusterClass(first));
 }
 
 std::string upperCased(std::string_view text) {

@@ -13,6 +13,13 @@ namespace tavrin {
 /// The first `count` characters.
 [[nodiscard]] std::string firstCharacters(std::string_view text, std::size_t count);
 
+/// The last `count` characters.
+[[nodiscard]] std::string lastCharacters(std::string_view text, std::size_t count);
+
+/// Whether a character ends where `right` follows on `left`, whatever stands before `left`. False also where
+/// that can't be told without what stands before: between two halves of flags, for example.
+[[nodiscard]] bool isCertainBreak(std::string_view left, std::string_view right);
+
 /// Upper case by the root locale's rules.
 [[nodiscard]] std::string upperCased(std::string_view text);
 

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "TavrinKit/Support/Json.h"
+
+namespace tavrin {
+
+enum class TypingChipRole : std::uint8_t {
+    typedText, ///< a run of plain typing
+    keycap,    ///< a named key, or the key of a shortcut
+    modifier,  ///< one modifier of a shortcut
+};
+
+/// One chip of the typing overlay.
+struct TypingChipState {
+    std::string text;
+    TypingChipRole role = TypingChipRole::typedText;
+    double emphasis = 0; ///< 1 at the press of the key, falling to 0 while the key pops back; 0...1
+
+    friend bool operator==(const TypingChipState&, const TypingChipState&) = default;
+};
+
+/// What the typing overlay shows at one instant. The default is the hidden overlay.
+struct TypingFrameState {
+    bool visible = false;
+    double opacity = 0;                 ///< 0...1
+    std::vector<TypingChipState> chips; ///< from left to right
+    bool isShortcut = false;            ///< whether any key of the burst was pressed with a modifier
+
+    friend bool operator==(const TypingFrameState&, const TypingFrameState&) = default;
+};
+
+template <>
+struct EnumNames<TypingChipRole> {
+    static constexpr std::array<std::pair<TypingChipRole, std::string_view>, 3> names{{
+        {TypingChipRole::typedText, "typedText"},
+        {TypingChipRole::keycap, "keycap"},
+        {TypingChipRole::modifier, "modifier"},
+    }};
+};
+
+void encode(Json& json, const TypingChipState& value);
+void encode(Json& json, const TypingFrameState& value);
+void decode(const Json& json, TypingChipState& value);
+void decode(const Json& json, TypingFrameState& value);
+
+} // namespace tavrin
