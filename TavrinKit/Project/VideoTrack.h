@@ -51,12 +51,58 @@ struct TakeGroup {
 };
 
 /// The clips of an edit, by lane, then start, then id, and their takes. Both keys are required in JSON.
+///
+/// The edits of VideoTrackEditing.cpp keep two promises: the clips are in order, and no two clips of a lane
+/// overlap. Times are snapped to the frames of the project's frame rate `fps`; a rate below 1 counts as 1,
+/// one that is not finite as 60. No piece becomes shorter than a frame. The ranges that they make are
+/// normalised like every ClipTimeRange.
+///
+/// An edit that can't be made throws before it changes anything. `overlapDetected` is the exception: it says
+/// that clips overlap after the edit, which has been made. Clips that overlapped when the track was read are
+/// found so at the first edit.
 struct VideoTrack {
     std::vector<TimelineClip> clips{};
     std::vector<TakeGroup> takeGroups{};
 
     [[nodiscard]] VideoTrack normalized() const;
     void normalizeClipOrder();
+
+    /// @throws VideoTrackEditError::overlapDetected for the lowest lane on which a clip starts more than
+    /// 0.0001
+    ///         seconds before the end of the one in front of it
+    void assertNoOverlap() const;
+
+    /// Makes two clips of one; the left piece keeps the id. Both play what the clip played there, by the
+    /// lengths on the timeline: what the source range had beyond them is lost.
+    ///
+    /// @throws VideoTrackEditError  clipNotFound; splitTimeOutOfRange unless more than a frame stays on
+    /// either
+    ///                              side; overlapDetected
+    void splitClip(const UUID& clipID, double time, double fps);
+
+    /// Cuts off the clip's beginning; a time before its start cuts off nothing.
+    /// @throws VideoTrackEditError  clipNotFound; overlapDetected
+    void trimClipIn(const UUID& clipID, double time, double fps);
+
+    /// Cuts off the clip's end; a time behind its end cuts off nothing.
+    /// @throws VideoTrackEditError  clipNotFound; overlapDetected
+    void trimClipOut(const UUID& clipID, double time, double fps);
+
+    /// Removes the clip and its take groups, and moves everything behind it, on all lanes, up by its length.
+    /// @throws VideoTrackEditError  clipNotFound; overlapDetected
+    void rippleDelete(const UUID& clipID, double fps);
+
+    /// Marks a take of the group as on trial. Clips don't change.
+    /// @throws VideoTrackEditError  takeGroupNotFound; takeNotFound
+    void previewTake(const UUID& groupID, const UUID& takeID);
+
+    /// @throws VideoTrackEditError  takeGroupNotFound
+    void revertPreviewTake(const UUID& groupID);
+
+    /// Lets the group's clip play the take on trial, from that take's start and as long as the clip stands on
+    /// the timeline, even where the take is shorter. Does nothing without a take on trial.
+    /// @throws VideoTrackEditError  takeGroupNotFound; takeNotFound; clipNotFound; overlapDetected
+    void commitPreviewTake(const UUID& groupID);
 
     friend bool operator==(const VideoTrack&, const VideoTrack&) = default;
 };
