@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "TavrinKit/Effects/CursorRenderer.h"
 #include "TavrinKit/Project/EventTimeline.h"
 #include "TavrinKit/Project/Normalizing.h"
 #include "TavrinKit/Project/ZoomTrack.h"
@@ -28,6 +29,16 @@ bool zoomsAt(double time, const ZoomSegment& segment) {
 }
 
 } // namespace
+
+CursorFrameState CursorPlaybackSupport::frameState(double frameTime, const EventTimeline& events,
+                                                   const CursorStyle& style, const ZoomTrack& track,
+                                                   const Playback& playback) {
+    const double time = cursorTime(frameTime, playback.duration, playback.lastActivity, style);
+    CursorFrameState state = CursorRenderer::frameState(time, events, style);
+    hideDuringZoom(state, frameTime, track, style, playback.sourceEmbedsCursor);
+    state.bodyVisible = !playback.sourceEmbedsCursor;
+    return state;
+}
 
 std::optional<double> CursorPlaybackSupport::lastActivityTime(const EventTimeline& events) {
     std::optional<double> last;

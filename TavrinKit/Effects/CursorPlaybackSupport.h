@@ -11,6 +11,21 @@ struct ZoomTrack;
 
 /// The rules that stand between a frame and its cursor, the same for a preview and an export. Pure.
 struct CursorPlaybackSupport {
+    /// What is the same for all frames of a take.
+    struct Playback {
+        double duration = 0;                  ///< seconds, of what is being played
+        std::optional<double> lastActivity{}; ///< what `lastActivityTime` says of the events
+        bool sourceEmbedsCursor = false;      ///< the recording shows a cursor of its own
+    };
+
+    /// The cursor of a frame, by all the rules below: evaluated on its own clock, taken away during zooms,
+    /// and without a body where the recording shows one.
+    ///
+    /// @param frameTime  seconds, any value
+    [[nodiscard]] static CursorFrameState frameState(double frameTime, const EventTimeline& events,
+                                                     const CursorStyle& style, const ZoomTrack& track,
+                                                     const Playback& playback);
+
     /// The time of the last mouse event or cursor state, whichever is later; nothing for a take without both.
     [[nodiscard]] static std::optional<double> lastActivityTime(const EventTimeline& events);
 

@@ -4,6 +4,7 @@
 
 #include "TavrinKit/Effects/AutoZoomMerge.h"
 #include "TavrinKit/Effects/ReframingEngine.h"
+#include "TavrinKit/Project/VideoTrackEditError.h"
 #include "TavrinKit/Support/Json.h"
 
 namespace tavrin {
@@ -20,6 +21,10 @@ EditorSession EditorSession::open(ProjectPackage package) {
     auto events = std::make_shared<const EventTimeline>(package.loadEvents());
     EditsDocument edits = package.loadEdits();
     return EditorSession(std::move(package), std::move(events), std::move(edits));
+}
+
+void EditorSession::setEdits(EditsDocument edits) {
+    edits_ = std::make_shared<const EditsDocument>(std::move(edits));
 }
 
 void EditorSession::applyAutoZoom(const AutoZoomGenerator& generator, const AutoZoomConfig& config,
@@ -51,6 +56,34 @@ void EditorSession::disableZoomSegment(const UUID& segmentID) {
 
 void EditorSession::mutateTimeline(const std::function<void(TimelineModel&)>& change) {
     mutate([&](EditsDocument& document) { change(document.timeline); });
+}
+
+void EditorSession::splitVideoClip(const UUID& clipID, double time, double fps) {
+    editVideoTrack([&](VideoTrack& track) { track.splitClip(clipID, time, fps); });
+}
+
+void EditorSession::trimVideoClipIn(const UUID& clipID, double time, double fps) {
+    editVideoTrack([&](VideoTrack& track) { track.trimClipIn(clipID, time, fps); });
+}
+
+void EditorSession::trimVideoClipOut(const UUID& clipID, double time, double fps) {
+    editVideoTrack([&](VideoTrack& track) { track.trimClipOut(clipID, time, fps); });
+}
+
+void EditorSession::rippleDeleteVideoClip(const UUID& clipID, double fps) {
+    editVideoTrack([&](VideoTrack& track) { track.rippleDelete(clipID, fps); });
+}
+
+void EditorSession::previewTake(const UUID& groupID, const UUID& takeID) {
+    editVideoTrack([&](VideoTrack& track) { track.previewTake(groupID, takeID); });
+}
+
+void EditorSession::revertPreviewTake(const UUID& groupID) {
+    editVideoTrack([&](VideoTrack& track) { track.revertPreviewTake(groupID); });
+}
+
+void EditorSession::commitPreviewTake(const UUID& groupID) {
+    editVideoTrack([&](VideoTrack& track) { track.commitPreviewTake(groupID); });
 }
 
 void EditorSession::setAudioStyle(const AudioTrackStyle& style, AudioTrackRole role) {
@@ -96,6 +129,21 @@ void EditorSession::mutate(const std::function<void(EditsDocument&)>& change) {
         return;
     }
     recordMutation(std::exchange(edits_, std::make_shared<const EditsDocument>(std::move(changed))));
+}
+
+void EditorSession::editVideoTrack(const std::function<void(VideoTrack&)>& edit) {
+    VideoTrack track = edits().timeline.videoTrack;
+    try {
+        edit(track);
+    } catch (const VideoTrackEditError& error) {
+        if (error.kind() == VideoTrackEditErrorKind::overlapDetected) {
+            EditsDocument changed = edits();
+            changed.timeline.videoTrack = std::move(track);
+            setEdits(std::move(changed));
+        }
+        throw;
+    }
+    mutateTimeline([&](TimelineModel& timeline) { timeline.videoTrack = std::move(track); });
 }
 
 void EditorSession::recordMutation(Snapshot previous) {

@@ -44,7 +44,9 @@ enum class AutoZoomApplyStrategy {
 ///
 /// Every change of the edits goes through an operation of the session, and one operation that changed
 /// something is one undo step; one that changed nothing leaves both histories as they were. An operation
-/// that throws changes nothing. Unsaved edits are lost with the session; saving is the caller's decision.
+/// that throws makes no step and changes nothing, with one exception: an edit of clips after which clips
+/// overlap has been made when `VideoTrackEditError::overlapDetected` says so, and can't be undone. Unsaved
+/// edits are lost with the session; saving is the caller's decision.
 ///
 /// A value: a copy is a session of its own, and cheap, because copies share the events and the documents of
 /// the history. Not to be changed from two threads at once.
@@ -69,7 +71,13 @@ public:
     [[nodiscard]] const InspectorState& inspector() const { return inspector_; }
     [[nodiscard]] const PreviewPerformanceProfile& previewPerformance() const { return previewPerformance_; }
 
-    /// Neither of these is an edit.
+    /// The same edits, for whoever outlives the session; another document once they change.
+    [[nodiscard]] const std::shared_ptr<const EditsDocument>& sharedEdits() const { return edits_; }
+
+    // None of these is an undo step; the history stays.
+    /// @param events  not null
+    void setEvents(std::shared_ptr<const EventTimeline> events) { events_ = std::move(events); }
+    void setEdits(EditsDocument edits);
     void setInspector(InspectorState inspector) { inspector_ = std::move(inspector); }
     void setPreviewPerformance(PreviewPerformanceProfile profile) { previewPerformance_ = profile; }
 
@@ -86,6 +94,15 @@ public:
 
     /// @param change  changes the timeline in place; when it throws, nothing has changed
     void mutateTimeline(const std::function<void(TimelineModel&)>& change);
+
+    // As the operations of VideoTrack, and with their errors.
+    void splitVideoClip(const UUID& clipID, double time, double fps);
+    void trimVideoClipIn(const UUID& clipID, double time, double fps);
+    void trimVideoClipOut(const UUID& clipID, double time, double fps);
+    void rippleDeleteVideoClip(const UUID& clipID, double fps);
+    void previewTake(const UUID& groupID, const UUID& takeID);
+    void revertPreviewTake(const UUID& groupID);
+    void commitPreviewTake(const UUID& groupID);
 
     void setAudioStyle(const AudioTrackStyle& style, AudioTrackRole role);
     void setSelectedExportAspect(std::optional<ExportAspectPreset> aspect);
@@ -108,6 +125,7 @@ private:
     using Snapshot = std::shared_ptr<const EditsDocument>;
 
     void mutate(const std::function<void(EditsDocument&)>& change);
+    void editVideoTrack(const std::function<void(VideoTrack&)>& edit);
     void recordMutation(Snapshot previous);
 
     ProjectPackage package_;
