@@ -51,9 +51,10 @@ void forPlanes(FloatPicture& first, const FloatPicture& second, const Function& 
     function(first.alpha, second.alpha);
 }
 
-void add(FloatPicture& picture, const FloatPicture& other) {
-    forPlanes(picture, other, [](std::vector<float>& a, const std::vector<float>& b) {
-        std::transform(a.begin(), a.end(), b.begin(), a.begin(), std::plus<>());
+void addWeighted(FloatPicture& picture, const FloatPicture& other, float weight) {
+    forPlanes(picture, other, [&](std::vector<float>& a, const std::vector<float>& b) {
+        std::transform(a.begin(), a.end(), b.begin(), a.begin(),
+                       [&](float x, float y) { return x + weight * y; });
     });
 }
 
@@ -64,6 +65,42 @@ void mixByMask(FloatPicture& picture, const FloatPicture& background, const std:
             a[i] = b[i] + (a[i] - b[i]) * mask[i];
         }
     });
+}
+
+AxisTables tablesOf(const Layer& layer, const LeafPlanes* planes, const Lattice& lattice) {
+    const auto table = [&](std::size_t color, Axis axis) {
+        const SamplePlane* plane = planes != nullptr ? &planes->color[color] : nullptr;
+        return makeAxisTable(layer, axis, lattice,
+                             plane == nullptr ? std::nullopt
+                                              : std::optional(axis == Axis::x ? plane->x : plane->y));
+    };
+    AxisTables tables{table(0, Axis::x), table(0, Axis::y), {}, {}};
+    if (planes != nullptr && planes->isYCbCr) {
+        tables.chromaX = table(1, Axis::x);
+        tables.chromaY = table(1, Axis::y);
+    }
+    return tables;
+}
+
+void prepareTerms(PreparedLayer& ready, Basis basis, const Lattice& lattice) {
+    const std::vector<Mean::Term>& terms = std::get<Mean>(ready.layer.leaf).terms;
+    for (std::size_t i = 0; i < terms.size(); ++i) {
+        const Mean::Term& term = terms[i];
+        PreparedTerm& prepared = ready.terms.emplace_back();
+        prepared.planes = std::make_shared<const LeafPlanes>(planesOf420(term.pixels.buffer, basis));
+        const auto same =
+            std::find_if(terms.begin(), terms.begin() + std::ptrdiff_t(i), [&](const auto& other) {
+                return other.placement == term.placement && other.clamp == term.clamp &&
+                       other.pixels.buffer.size() == term.pixels.buffer.size();
+            });
+        if (same != terms.begin() + std::ptrdiff_t(i)) {
+            prepared.tables = ready.terms[std::size_t(same - terms.begin())].tables;
+            continue;
+        }
+        Layer alone = layerOfTerm(ready.layer, term);
+        alone.innerClip = Rect::infinite(); // of the mean as a whole
+        prepared.tables = std::make_shared<const AxisTables>(tablesOf(alone, prepared.planes.get(), lattice));
+    }
 }
 
 } // namespace
@@ -92,16 +129,9 @@ std::vector<PreparedLayer> Evaluator::prepare(const Program& program, Basis basi
         PreparedLayer& ready = prepared[i];
         ready.layer = layer;
         ready.planes = planesOf(layer, basis);
-        const SamplePlane* plane = ready.planes ? &ready.planes->color[0] : nullptr;
-        const auto axis = [](const SamplePlane* p, bool isX) {
-            return p == nullptr ? std::nullopt : std::optional(isX ? p->x : p->y);
-        };
-        ready.x = makeAxisTable(layer, Axis::x, lattice, axis(plane, true));
-        ready.y = makeAxisTable(layer, Axis::y, lattice, axis(plane, false));
-        if (ready.planes && ready.planes->isYCbCr) {
-            const SamplePlane* chroma = &ready.planes->color[1];
-            ready.chromaX = makeAxisTable(layer, Axis::x, lattice, axis(chroma, true));
-            ready.chromaY = makeAxisTable(layer, Axis::y, lattice, axis(chroma, false));
+        ready.tables = tablesOf(layer, ready.planes.get(), lattice);
+        if (std::holds_alternative<Mean>(layer.leaf)) {
+            prepareTerms(ready, basis, lattice);
         }
     }
     return prepared;
@@ -152,8 +182,15 @@ FloatPicture Evaluator::realise(const Realised& leaf) {
     }
     if (const auto* node = std::get_if<Node::Add>(&operation)) {
         FloatPicture picture = draw(node->first, leaf.region);
-        add(picture, draw(node->second, leaf.region));
+        addWeighted(picture, draw(node->second, leaf.region), 1);
         return picture;
+    }
+    if (const auto* node = std::get_if<Node::Mean>(&operation)) {
+        FloatPicture sum = draw(Image(), leaf.region);
+        for (const WeightedImage& term : node->terms) {
+            addWeighted(sum, draw(term.image, leaf.region), float(term.weight));
+        }
+        return sum;
     }
     if (const auto* node = std::get_if<Node::Mask>(&operation)) {
         FloatPicture picture = draw(node->image, leaf.region);
@@ -190,7 +227,7 @@ FloatPicture Evaluator::draw(const Image& image, const Rect& region) {
             picture.columns};
         painter.clear(Basis::rgba, block, out);
         for (const PreparedLayer& layer : layers) {
-            painter.paint(Basis::rgba, lattice, layer, block, out);
+            painter.paint(Basis::rgba, lattice, layer, block, lattice.picture, out);
         }
     });
     return picture;

@@ -62,8 +62,9 @@ Image FrameSequence::image(const PixelBuffer& buffer) {
     }
 
     const Rect extent{0, 0, double(buffer.size().width), double(buffer.size().height)};
-    return Image(std::make_shared<Image::Node>(
-        Image::Node{Image::Node::Pixels{buffer, lastVersions_}, extent, imaging::mix(1, buffer.identity())}));
+    return Image(std::make_shared<Image::Node>(Image::Node{Image::Node::Pixels{buffer, lastVersions_}, extent,
+                                                           imaging::mix(1, buffer.identity()),
+                                                           buffer.format() == PixelFormat::i420}));
 }
 
 } // namespace tavrin

@@ -55,11 +55,28 @@ enum Kind : std::uint64_t {
     add,
     matrix,
     blur,
-    mask
+    mask,
+    mean
 };
 
-Image make(Node::Operation operation, const Rect& extent, std::uint64_t hash) {
-    return Image(std::make_shared<Node>(Node{std::move(operation), extent, hash}));
+Image make(Node::Operation operation, const Rect& extent, std::uint64_t hash, bool isOpaque = false) {
+    return Image(std::make_shared<Node>(Node{std::move(operation), extent, hash, isOpaque}));
+}
+
+/// With the weights of equal pictures added up, in the order in which they come first.
+std::vector<WeightedImage> distinctTerms(const std::vector<WeightedImage>& terms) {
+    std::vector<WeightedImage> distinct;
+    for (const WeightedImage& term : terms) {
+        const auto same = std::find_if(distinct.begin(), distinct.end(), [&](const WeightedImage& other) {
+            return other.image.node()->hash == term.image.node()->hash;
+        });
+        if (same == distinct.end()) {
+            distinct.push_back(term);
+        } else {
+            same->weight += term.weight;
+        }
+    }
+    return distinct;
 }
 
 const std::shared_ptr<const Node>& emptyNode() {
@@ -90,22 +107,24 @@ Image Image::pixels(const PixelBuffer& buffer) {
         return {};
     }
     const Rect extent{0, 0, double(buffer.size().width), double(buffer.size().height)};
-    return make(Node::Pixels{buffer, nullptr}, extent, mix(Kind::pixels, buffer.identity()));
+    return make(Node::Pixels{buffer, nullptr}, extent, mix(Kind::pixels, buffer.identity()),
+                buffer.format() == PixelFormat::i420);
 }
 
 Image Image::color(const Color& color) {
-    return make(Node::Solid{color}, Rect::infinite(), mix(Kind::solid, color));
+    return make(Node::Solid{color}, Rect::infinite(), mix(Kind::solid, color), color.a >= 1);
 }
 
 Image Image::linearGradient(Vec2 p0, const Color& c0, Vec2 p1, const Color& c1) {
     const auto hash = mix(mix(mix(mix(mix(mix(Kind::linear, p0.x), p0.y), c0), p1.x), p1.y), c1);
-    return make(Node::LinearGradient{p0, c0, p1, c1}, Rect::infinite(), hash);
+    return make(Node::LinearGradient{p0, c0, p1, c1}, Rect::infinite(), hash, c0.a >= 1 && c1.a >= 1);
 }
 
 Image Image::radialGradient(Vec2 center, double radius0, const Color& c0, double radius1, const Color& c1) {
     const auto hash =
         mix(mix(mix(mix(mix(mix(Kind::radial, center.x), center.y), radius0), c0), radius1), c1);
-    return make(Node::RadialGradient{center, radius0, c0, radius1, c1}, Rect::infinite(), hash);
+    return make(Node::RadialGradient{center, radius0, c0, radius1, c1}, Rect::infinite(), hash,
+                c0.a >= 1 && c1.a >= 1);
 }
 
 Image Image::roundedRectangle(const Rect& rect, double radius, const Color& color) {
@@ -114,8 +133,33 @@ Image Image::roundedRectangle(const Rect& rect, double radius, const Color& colo
     }
     const Rect box = rect.standardized();
     const double held = std::clamp(radius, 0.0, std::min(box.width, box.height) / 2);
-    return make(Node::RoundedRectangle{box, held, color}, box,
-                mix(mix(mix(Kind::rounded, box), held), color));
+    return make(Node::RoundedRectangle{box, held, color}, box, mix(mix(mix(Kind::rounded, box), held), color),
+                held == 0 && color.a >= 1);
+}
+
+Image Image::mean(const std::vector<WeightedImage>& terms) {
+    double sum = 0;
+    for (const WeightedImage& term : terms) {
+        if (!(term.weight > 0) || !std::isfinite(term.weight)) {
+            throw std::invalid_argument("A picture's weight in a mean must be positive.");
+        }
+        sum += term.weight;
+    }
+    std::vector<WeightedImage> distinct = distinctTerms(terms);
+    if (distinct.size() <= 1) {
+        return distinct.empty() ? Image() : distinct.front().image;
+    }
+    Rect extent = Rect::null();
+    std::uint64_t hash = Kind::mean;
+    for (WeightedImage& term : distinct) {
+        term.weight /= sum;
+        extent = extent.united(term.image.extent());
+        hash = mix(mix(hash, term.image.node_->hash), term.weight);
+    }
+    const bool isOpaque = std::all_of(distinct.begin(), distinct.end(), [&](const WeightedImage& term) {
+        return term.image.isOpaque() && term.image.extent() == extent;
+    });
+    return make(Node::Mean{std::move(distinct)}, extent, hash, isOpaque);
 }
 
 const Rect& Image::extent() const {
@@ -126,11 +170,15 @@ bool Image::isEmpty() const {
     return node_->extent.isEmpty();
 }
 
+bool Image::isOpaque() const {
+    return node_->isOpaque;
+}
+
 Image Image::clampedToExtent() const {
     if (isEmpty() || extent().isInfinite()) {
         return *this;
     }
-    return make(Node::Clamp{*this}, Rect::infinite(), mix(Kind::clamp, node_->hash));
+    return make(Node::Clamp{*this}, Rect::infinite(), mix(Kind::clamp, node_->hash), isOpaque());
 }
 
 Image Image::transformed(const AffineTransform& t) const {
@@ -142,7 +190,7 @@ Image Image::transformed(const AffineTransform& t) const {
         return *this;
     }
     const auto hash = mix(mix(mix(mix(mix(Kind::transform, node_->hash), t.a), t.d), t.tx), t.ty);
-    return make(Node::Transform{*this, t}, t.apply(extent()), hash);
+    return make(Node::Transform{*this, t}, t.apply(extent()), hash, isOpaque());
 }
 
 Image Image::translated(double x, double y) const {
@@ -157,14 +205,15 @@ Image Image::cropped(const Rect& rect) const {
     if (kept.isEmpty()) {
         return {};
     }
-    return make(Node::Crop{*this, rect.standardized()}, kept, mix(mix(Kind::crop, node_->hash), rect));
+    return make(Node::Crop{*this, rect.standardized()}, kept, mix(mix(Kind::crop, node_->hash), rect),
+                isOpaque());
 }
 
 Image Image::over(const Image& background) const {
     if (isEmpty()) {
         return background;
     }
-    if (background.isEmpty()) {
+    if (background.isEmpty() || (isOpaque() && extent().contains(background.extent()))) {
         return *this;
     }
     return make(Node::Over{*this, background}, extent().united(background.extent()),

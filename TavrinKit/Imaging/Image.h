@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "TavrinKit/Support/Geometry.h"
 #include "TavrinKit/Support/PixelBuffer.h"
@@ -39,6 +40,8 @@ struct ColorMatrix {
     friend bool operator==(const ColorMatrix&, const ColorMatrix&) = default;
 };
 
+struct WeightedImage;
+
 /// A picture that has not been drawn yet: an immutable, cheaply copied recipe with an extent.
 ///
 /// It holds either an operation over other images or pixels. Operations only build a larger recipe; pixels
@@ -67,8 +70,18 @@ public:
     /// @param radius  held to half of the shorter side
     [[nodiscard]] static Image roundedRectangle(const Rect& rect, double radius, const Color& color);
 
+    /// The weighted mean, channel by channel; the extent is the union. Movie pictures that differ in what
+    /// they show or in where they are placed are mixed in one step and without loss of bits; where they show
+    /// the same they cost as much as one of them.
+    /// @param terms  weights count relative to their sum; terms of one picture are taken together, and when
+    ///               there is no other that picture is the answer itself
+    /// @throws std::invalid_argument for a weight that is not positive and finite
+    [[nodiscard]] static Image mean(const std::vector<WeightedImage>& terms);
+
     [[nodiscard]] const Rect& extent() const;
     [[nodiscard]] bool isEmpty() const;
+    /// Surely without transparency anywhere in its extent.
+    [[nodiscard]] bool isOpaque() const;
 
     /// The edge pixels carried on to infinity.
     [[nodiscard]] Image clampedToExtent() const;
@@ -77,7 +90,8 @@ public:
     [[nodiscard]] Image transformed(const AffineTransform& transform) const;
     [[nodiscard]] Image translated(double x, double y) const;
     [[nodiscard]] Image cropped(const Rect& rect) const;
-    /// Source-over: this image over `background`. The extent is the union.
+    /// Source-over: this image over `background`. The extent is the union. An opaque image that leaves
+    /// nothing of the background to be seen is the answer itself.
     [[nodiscard]] Image over(const Image& background) const;
     /// The sum of both, channel by channel.
     [[nodiscard]] Image adding(const Image& other) const;
@@ -93,6 +107,11 @@ public:
 
 private:
     std::shared_ptr<const Node> node_;
+};
+
+struct WeightedImage {
+    Image image;
+    double weight = 1;
 };
 
 } // namespace tavrin

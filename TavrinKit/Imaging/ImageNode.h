@@ -55,6 +55,9 @@ struct Image::Node {
         Image first;
         Image second;
     };
+    struct Mean {
+        std::vector<WeightedImage> terms; ///< at least two different ones; the weights' sum is 1
+    };
     struct Matrix {
         Image image;
         ColorMatrix matrix;
@@ -69,11 +72,12 @@ struct Image::Node {
         Image mask;
     };
     using Operation = std::variant<Empty, Pixels, Solid, LinearGradient, RadialGradient, RoundedRectangle,
-                                   Transform, Crop, Clamp, Over, Add, Matrix, Blur, Mask>;
+                                   Transform, Crop, Clamp, Over, Add, Mean, Matrix, Blur, Mask>;
 
     Operation operation;
     Rect extent;
     std::uint64_t hash = 0;
+    bool isOpaque = false;
 };
 
 namespace imaging {

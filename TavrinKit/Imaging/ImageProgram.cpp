@@ -60,6 +60,10 @@ Context transformed(Context context, const AffineTransform& t) {
     return context;
 }
 
+bool nearlyEqual(const Rect& a, const Rect& b) {
+    return covers(a, b) && covers(b, a);
+}
+
 bool isUnpainted(const std::array<double, 4>& row) {
     return row == std::array<double, 4>{};
 }
@@ -155,6 +159,27 @@ private:
 
     void add(const Image& image, const Node::Blur&, const Context& context) { realise(image, context); }
 
+    void add(const Image& image, const Node::Mean& node, const Context& context) {
+        Layer layer = leafLayer(Mean(), context);
+        Mean mean;
+        for (const WeightedImage& term : node.terms) {
+            Program below = layersOf(term.image, context);
+            if (below.size() != 1 || !isPlainMovie(below.front(), context) ||
+                (!mean.terms.empty() && !nearlyEqual(below.front().clip, layer.clip))) {
+                realise(image, context);
+                return;
+            }
+            Layer& only = below.front();
+            layer.clip = only.clip;
+            mean.terms.push_back(
+                {std::move(std::get<Node::Pixels>(only.leaf)), only.placement, only.clamp, term.weight});
+        }
+        layer.leaf = std::move(mean);
+        layer.isMovie = true;
+        layer.isOpaque = true;
+        program_->push_back(std::move(layer));
+    }
+
     void add(const Image& image, const Node::Matrix& node, const Context& context) {
         const bool simple = isOpacity(node.matrix) || isTint(node.matrix);
         Program below = simple ? layersOf(node.image, context) : Program();
@@ -198,6 +223,12 @@ private:
         Program layers;
         Flattener(layers).visit(image, context);
         return layers;
+    }
+
+    /// A picture of a movie with nothing about it that other terms of a mean couldn't share.
+    static bool isPlainMovie(const Layer& layer, const Context& context) {
+        return std::holds_alternative<Node::Pixels>(layer.leaf) && layer.isOpaque && layer.masks.empty() &&
+               layer.innerClip == context.innerClip;
     }
 
     static void tint(Layer& layer, const Color& color) {
@@ -248,7 +279,11 @@ std::uint64_t programKey(const Image& image, const Rect& region) {
     std::uint64_t key = mix(17, region);
     for (const Layer& layer : flatten(image, region)) {
         key = mix(key, layer.hash);
-        if (layer.isMovie) {
+        if (const auto* mean = std::get_if<Mean>(&layer.leaf)) {
+            for (const Mean::Term& term : mean->terms) {
+                key = mix(key, term.pixels.buffer.identity());
+            }
+        } else if (layer.isMovie) {
             key = mix(key, std::get<Node::Pixels>(layer.leaf).buffer.identity());
         }
     }
@@ -265,6 +300,13 @@ std::uint64_t realisedKey(const Image& image, const Rect& region) {
     }
     if (const auto* add = std::get_if<Node::Add>(&operation)) {
         return mix(mix(22, programKey(add->first, region)), programKey(add->second, region));
+    }
+    if (const auto* mean = std::get_if<Node::Mean>(&operation)) {
+        std::uint64_t key = 25;
+        for (const WeightedImage& term : mean->terms) {
+            key = mix(mix(key, programKey(term.image, region)), term.weight);
+        }
+        return key;
     }
     if (const auto* mask = std::get_if<Node::Mask>(&operation)) {
         return mix(mix(mix(23, programKey(mask->image, region)), programKey(mask->background, region)),
@@ -292,6 +334,13 @@ std::uint64_t leafHash(const Layer& layer) {
                        leaf.c1);
         }
         std::uint64_t operator()(const Realised& leaf) const { return mix(16, leaf.key); }
+        std::uint64_t operator()(const Mean& leaf) const {
+            std::uint64_t h = 17;
+            for (const Mean::Term& term : leaf.terms) {
+                h = mix(mix(h, term.hash), term.weight);
+            }
+            return h;
+        }
     };
     return std::visit(Visitor{}, layer.leaf);
 }
@@ -312,6 +361,22 @@ std::uint64_t layerHash(const Layer& layer) {
     return layer.tint ? mix(h, *layer.tint) : h;
 }
 
+void tidy(Mean& mean, const Layer& layer) {
+    const bool looksBeneathClamp =
+        layer.clamp && (!layer.innerClip.isInfinite() ||
+                        std::any_of(layer.masks.begin(), layer.masks.end(),
+                                    [](const RoundedMask& mask) { return mask.beneathClamp; }));
+    for (Mean::Term& term : mean.terms) {
+        if (term.clamp && covers(*term.clamp, layer.clip)) {
+            term.clamp.reset();
+        }
+        term.hash = layerHash(layerOfTerm(layer, term));
+        if (looksBeneathClamp) {
+            term.hash = mix(mix(term.hash, *layer.clamp), layer.innerClip);
+        }
+    }
+}
+
 /// Gets a layer into its simplest form.
 void tidy(Layer& layer) {
     if (layer.clamp && covers(*layer.clamp, layer.clip)) {
@@ -319,10 +384,21 @@ void tidy(Layer& layer) {
         layer.innerClip = Rect::infinite();
         layer.clamp.reset();
     }
+    if (auto* mean = std::get_if<Mean>(&layer.leaf)) {
+        tidy(*mean, layer);
+    }
     layer.hash = layerHash(layer);
 }
 
 } // namespace
+
+Layer layerOfTerm(const Layer& mean, const Mean::Term& term) {
+    Layer layer = mean;
+    layer.leaf = term.pixels;
+    layer.placement = term.placement;
+    layer.clamp = term.clamp;
+    return layer;
+}
 
 Program flatten(const Image& image, const Rect& region) {
     Program program;

@@ -281,7 +281,7 @@ void ImageRenderer::Implementation::paintTile(TilePainter& painter, const Pass& 
         if (onBackdrop && layer == backdrop.layers) {
             restoreBackdrop(pass, tile, block, out, false);
         }
-        painter.paint(pass.basis, pass.lattice, layers[layer], block, out);
+        painter.paint(pass.basis, pass.lattice, layers[layer], block, map.area(tile), out);
     }
 }
 

@@ -14,6 +14,14 @@ struct Kernels {
     void (*widen)(const std::uint8_t* source, std::ptrdiff_t sourceStride, int rows, int columns, float* out,
                   std::ptrdiff_t outStride);
 
+    /// acc[r][c] += weight · source[r][c]
+    void (*addBytes)(float* acc, std::ptrdiff_t accStride, const std::uint8_t* source,
+                     std::ptrdiff_t sourceStride, int rows, int columns, float weight);
+
+    /// acc[r][c] += weight · source[r][c]
+    void (*addFloats)(float* acc, std::ptrdiff_t accStride, const float* source, std::ptrdiff_t sourceStride,
+                      int rows, int columns, float weight);
+
     /// out[r][c] = sum over t of weights[r · taps + t] · source[start[r] - base + t][c]
     void (*combineRows)(const float* source, std::ptrdiff_t sourceStride, const int* start, int base,
                         const float* weights, int taps, int rows, int columns, float* out,

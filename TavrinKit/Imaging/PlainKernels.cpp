@@ -15,6 +15,16 @@ void widen(const std::uint8_t* source, std::ptrdiff_t sourceStride, int rows, in
     }
 }
 
+template <typename Sample>
+void addWeighted(float* acc, std::ptrdiff_t accStride, const Sample* source, std::ptrdiff_t sourceStride,
+                 int rows, int columns, float weight) {
+    for (int r = 0; r < rows; ++r) {
+        for (int c = 0; c < columns; ++c) {
+            acc[r * accStride + c] += weight * float(source[r * sourceStride + c]);
+        }
+    }
+}
+
 void combineRows(const float* source, std::ptrdiff_t sourceStride, const int* start, int base,
                  const float* weights, int taps, int rows, int columns, float* out,
                  std::ptrdiff_t outStride) {
@@ -72,8 +82,16 @@ void ramp(const float* t, float a, float b, int columns, float* out) {
 } // namespace
 
 const Kernels& plainKernels() {
-    static const Kernels kernels{widen,      combineRows, transpose,  narrow,
-                                 blendCover, blendAlpha,  radialRamp, ramp};
+    static const Kernels kernels{widen,
+                                 addWeighted<std::uint8_t>,
+                                 addWeighted<float>,
+                                 combineRows,
+                                 transpose,
+                                 narrow,
+                                 blendCover,
+                                 blendAlpha,
+                                 radialRamp,
+                                 ramp};
     return kernels;
 }
 

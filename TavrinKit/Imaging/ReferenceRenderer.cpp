@@ -84,7 +84,9 @@ public:
         if (seen <= 0) {
             return {};
         }
-        Pixel p = leaf(layer_.placement.leafX(heldX), layer_.placement.leafY(heldY));
+        Pixel p = std::holds_alternative<Mean>(layer_.leaf)
+                      ? mean(x, y)
+                      : leaf(layer_.placement.leafX(heldX), layer_.placement.leafY(heldY));
         if (layer_.tint) {
             p = {layer_.tint->r * p[3], layer_.tint->g * p[3], layer_.tint->b * p[3], p[3]};
         }
@@ -129,6 +131,22 @@ private:
             });
     }
 
+    /// The terms at a point, each held by its own clamp.
+    [[nodiscard]] Pixel mean(double x, double y) const {
+        Pixel sum{};
+        for (const Mean::Term& term : std::get<Mean>(layer_.leaf).terms) {
+            const double heldX = term.clamp ? std::clamp(x, term.clamp->minX(), term.clamp->maxX()) : x;
+            const double heldY = term.clamp ? std::clamp(y, term.clamp->minY(), term.clamp->maxY()) : y;
+            const Placement& p = term.placement;
+            const Pixel shown = movie(term.pixels.buffer, p.leafX(heldX), p.leafY(heldY),
+                                      std::abs(1 / p.scaleX), std::abs(1 / p.scaleY));
+            for (std::size_t k = 0; k < 4; ++k) {
+                sum[k] += term.weight * shown[k];
+            }
+        }
+        return sum;
+    }
+
     static Pixel bitmap(const PixelBuffer& buffer, double x, double y, double strideX, double strideY) {
         const PixelSize size = buffer.size();
         return filtered(x - 0.5, size.height - y - 0.5, strideX, strideY, size.width, size.height,
@@ -169,6 +187,16 @@ private:
             for (std::size_t i = 0; i < drawing_.pixels.size(); ++i) {
                 for (std::size_t k = 0; k < 4; ++k) {
                     drawing_.pixels[i][k] += other.pixels[i][k];
+                }
+            }
+        } else if (const auto* mean = std::get_if<Node::Mean>(&operation)) {
+            drawing_ = draw(Image(), leaf.region);
+            for (const WeightedImage& term : mean->terms) {
+                const Drawing other = draw(term.image, leaf.region);
+                for (std::size_t i = 0; i < drawing_.pixels.size(); ++i) {
+                    for (std::size_t k = 0; k < 4; ++k) {
+                        drawing_.pixels[i][k] += term.weight * other.pixels[i][k];
+                    }
                 }
             }
         } else if (const auto* blend = std::get_if<Node::Mask>(&operation)) {

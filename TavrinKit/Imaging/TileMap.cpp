@@ -1,12 +1,11 @@
 #include "TavrinKit/Imaging/TileMap.h"
 
 #include <algorithm>
-#include <cmath>
+
+#include "TavrinKit/Imaging/MovieBlocks.h"
 
 namespace tavrin::imaging {
 namespace {
-
-using Node = Image::Node;
 
 /// How far beyond its own pixels a tile looks, because chroma samples are two pixels wide.
 constexpr double margin = 2;
@@ -23,58 +22,23 @@ bool hides(const Layer& layer, const Rect& area) {
     });
 }
 
-/// The versions of all blocks of the movie from which the area is drawn.
-std::uint64_t movieKey(const Layer& layer, const Rect& area) {
-    const auto& pixels = std::get<Node::Pixels>(layer.leaf);
-    Rect seen = area.intersection(layer.clip);
-    if (layer.clamp) {
-        const Rect& c = *layer.clamp;
-        const auto x = [&](double v) {
-            return std::clamp(v, c.minX(), c.maxX());
-        };
-        const auto y = [&](double v) {
-            return std::clamp(v, c.minY(), c.maxY());
-        };
-        seen = {x(seen.minX()), y(seen.minY()), x(seen.maxX()) - x(seen.minX()),
-                y(seen.maxY()) - y(seen.minY())};
-    }
-    const Placement& p = layer.placement;
-    // The reach of the kernel, in the movie's luma pixels; chroma counts double.
-    const double reachX = 4 * std::max(1.0, 1 / std::abs(p.scaleX)) + 2;
-    const double reachY = 4 * std::max(1.0, 1 / std::abs(p.scaleY)) + 2;
-    const double x0 = p.leafX(seen.minX());
-    const double x1 = p.leafX(seen.maxX());
-    const double y0 = pixels.buffer.size().height - p.leafY(seen.minY());
-    const double y1 = pixels.buffer.size().height - p.leafY(seen.maxY());
-
-    const BlockVersions& blocks = *pixels.versions;
-    const auto block = [](double v, int count) {
-        return std::clamp(int(std::floor(v / BlockVersions::blockSize)), 0, count - 1);
-    };
-    std::uint64_t key = 0;
-    for (int row = block(std::min(y0, y1) - reachY, blocks.rows);
-         row <= block(std::max(y0, y1) + reachY, blocks.rows); ++row) {
-        for (int column = block(std::min(x0, x1) - reachX, blocks.columns);
-             column <= block(std::max(x0, x1) + reachX, blocks.columns); ++column) {
-            key = mix(key, blocks.versions[std::size_t(row * blocks.columns + column)]);
-        }
-    }
-    return key;
-}
-
 } // namespace
+
+Rect TileMap::area(int tile) const {
+    const Rect pixels{origin.x + tile % columns * tileWidth,
+                      origin.y + size.height - (tile / columns + 1) * tileHeight, tileWidth, tileHeight};
+    return pixels.inset(-margin, -margin);
+}
 
 TileMap mapTiles(const Program& program, Vec2 origin, PixelSize size) {
     TileMap map;
+    map.origin = origin;
     map.size = size;
     map.columns = (size.width + TileMap::tileWidth - 1) / TileMap::tileWidth;
     map.rows = (size.height + TileMap::tileHeight - 1) / TileMap::tileHeight;
     for (int row = 0; row < map.rows; ++row) {
         for (int column = 0; column < map.columns; ++column) {
-            const Rect tile{origin.x + column * TileMap::tileWidth,
-                            origin.y + size.height - (row + 1) * TileMap::tileHeight, TileMap::tileWidth,
-                            TileMap::tileHeight};
-            const Rect area = tile.inset(-margin, -margin);
+            const Rect area = map.area(row * map.columns + column);
             const Rect picture{origin.x, origin.y, double(size.width), double(size.height)};
             const Rect hidden = area.intersection(picture);
             std::size_t first = 0;
@@ -92,10 +56,7 @@ TileMap mapTiles(const Program& program, Vec2 origin, PixelSize size) {
                 if (area.intersection(layer.clip).isEmpty()) {
                     continue;
                 }
-                key = mix(key, layer.hash);
-                if (layer.isMovie) {
-                    key = mix(key, movieKey(layer, area));
-                }
+                key = mix(key, layer.isMovie ? movieKey(layer, area) : layer.hash);
             }
             map.keys.push_back(key);
             map.firstLayer.push_back(std::uint16_t(first));

@@ -15,6 +15,7 @@ struct TileMap {
     static constexpr int tileWidth = 128; ///< pixels; even, so that chroma divides
     static constexpr int tileHeight = 64;
 
+    Vec2 origin; ///< the lower left corner
     PixelSize size;
     int columns = 0;
     int rows = 0;
@@ -23,6 +24,9 @@ struct TileMap {
     std::vector<std::uint8_t> isHidden;    ///< nonzero where that layer fills the whole tile
 
     [[nodiscard]] int count() const { return columns * rows; }
+
+    /// What can have a part in the tile's pixels: some more than the tile itself.
+    [[nodiscard]] Rect area(int tile) const;
 };
 
 [[nodiscard]] TileMap mapTiles(const Program& program, Vec2 origin, PixelSize size);

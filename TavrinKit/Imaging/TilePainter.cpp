@@ -2,24 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 namespace tavrin::imaging {
 namespace {
 
 using Node = Image::Node;
-
-/// The samples from which a run of output indices is made: first ..< last.
-struct Range {
-    int first;
-    int last;
-};
-
-Range sampleRange(const AxisTable& table, int first, int last) {
-    const int a = table.startAt(first);
-    const int b = table.startAt(last - 1); // a mirrored axis runs backward
-    return {std::min(a, b), std::max(a, b) + table.taps};
-}
 
 bool isCopy(const AxisTable& table, int first, int last) {
     return table.taps == 1 && table.startAt(last - 1) - table.startAt(first) == last - 1 - first;
@@ -41,8 +28,9 @@ Rect pixelsOf(const Lattice& lattice, const Block& block) {
 
 bool coversAll(const Lattice& lattice, const PreparedLayer& prepared, const Block& block, double opacity) {
     const Layer& layer = prepared.layer;
-    const bool inside = block.column0 >= prepared.x.fullFirst && block.column1 <= prepared.x.fullLast &&
-                        block.row0 >= prepared.y.fullFirst && block.row1 <= prepared.y.fullLast;
+    const bool inside = block.column0 >= prepared.tables.x.fullFirst &&
+                        block.column1 <= prepared.tables.x.fullLast &&
+                        block.row0 >= prepared.tables.y.fullFirst && block.row1 <= prepared.tables.y.fullLast;
     const Rect pixels = pixelsOf(lattice, block);
     return opacity >= 1 && inside &&
            std::all_of(layer.masks.begin(), layer.masks.end(),
@@ -74,9 +62,10 @@ void TilePainter::clear(Basis basis, const Block& block, const FloatBlock& out) 
 }
 
 void TilePainter::paint(Basis basis, const Lattice& lattice, const PreparedLayer& prepared,
-                        const Block& whole, const FloatBlock& outWhole) {
-    const Block block{std::max(whole.column0, prepared.x.first), std::max(whole.row0, prepared.y.first),
-                      std::min(whole.column1, prepared.x.last), std::min(whole.row1, prepared.y.last)};
+                        const Block& whole, const Rect& area, const FloatBlock& outWhole) {
+    const Block block{
+        std::max(whole.column0, prepared.tables.x.first), std::max(whole.row0, prepared.tables.y.first),
+        std::min(whole.column1, prepared.tables.x.last), std::min(whole.row1, prepared.tables.y.last)};
     if (block.isEmpty()) {
         return;
     }
@@ -94,9 +83,10 @@ void TilePainter::paint(Basis basis, const Lattice& lattice, const PreparedLayer
         opacity *= solid->color.a;
     }
     const bool full = coversAll(lattice, prepared, block, opacity);
-    const bool sampled = prepared.planes != nullptr;
-    if (sampled && full && !prepared.planes->alpha && !layer.tint) {
-        samplePlanes(basis, prepared, block, out);
+    const bool sampled = prepared.planes != nullptr || !prepared.terms.empty();
+    const bool sampledAlpha = prepared.planes != nullptr && prepared.planes->alpha;
+    if (sampled && full && !sampledAlpha && !layer.tint) {
+        sample(basis, prepared, block, area, out);
         for (int r = 0; out.alpha != nullptr && r < block.rows(); ++r) {
             std::fill_n(out.alpha + r * out.stride, block.columns(), 1.0F);
         }
@@ -111,8 +101,8 @@ void TilePainter::paint(Basis basis, const Lattice& lattice, const PreparedLayer
     if (sampled) {
         const FloatBlock own{
             {color_[0].row(0), color_[1].row(0), color_[2].row(0)}, alpha_.row(0), color_[0].stride};
-        samplePlanes(basis, prepared, block, own);
-        hasAlpha = prepared.planes->alpha.has_value();
+        sample(basis, prepared, block, area, own);
+        hasAlpha = sampledAlpha;
     } else if (solid == nullptr) {
         fillGradient(basis, prepared, block);
         hasAlpha = true;
@@ -124,36 +114,58 @@ void TilePainter::paint(Basis basis, const Lattice& lattice, const PreparedLayer
     blend(basis, block, out, hasAlpha);
 }
 
-void TilePainter::resample(const SamplePlane& plane, const AxisTable& x, const AxisTable& y,
-                           const Block& block, float* out, std::ptrdiff_t stride) {
-    const Range rows = sampleRange(y, block.row0, block.row1);
-    const Range columns = sampleRange(x, block.column0, block.column1);
-    const int width = columns.last - columns.first;
+TilePainter::SampleRange TilePainter::sampleRange(const AxisTable& table, int first, int last) {
+    const int a = table.startAt(first);
+    const int b = table.startAt(last - 1); // a mirrored axis runs backward
+    return {std::min(a, b), std::max(a, b) + table.taps};
+}
 
-    const float* samples = nullptr;
-    std::ptrdiff_t sampleStride = plane.stride;
-    const std::ptrdiff_t first = rows.first * plane.stride + columns.first;
-    const bool copied = isCopy(x, block.column0, block.column1) && isCopy(y, block.row0, block.row1);
-    if (plane.bytes != nullptr) {
-        if (copied) {
-            kernels_->widen(plane.bytes + first, plane.stride, block.rows(), width, out, stride);
-            return;
+/// The samples of a part of a plane, or the weighted sums of several planes' samples.
+void TilePainter::gather(std::span<const WeightedPlane> planes, SampleRange rows, SampleRange columns,
+                         float* out, std::ptrdiff_t stride) {
+    const auto first = [&](const SamplePlane& plane) {
+        return rows.first * plane.stride + columns.first;
+    };
+    const SamplePlane& only = *planes.front().plane;
+    if (planes.size() == 1 && only.bytes != nullptr) {
+        kernels_->widen(only.bytes + first(only), only.stride, rows.count(), columns.count(), out, stride);
+        return;
+    }
+    for (int r = 0; r < rows.count(); ++r) {
+        if (planes.size() == 1) {
+            std::copy_n(only.floats + first(only) + r * only.stride, columns.count(), out + r * stride);
+        } else {
+            std::fill_n(out + r * stride, columns.count(), 0.0F);
         }
-        samples = source_.prepare(width, rows.last - rows.first);
+    }
+    for (std::size_t i = 0; planes.size() > 1 && i < planes.size(); ++i) {
+        const SamplePlane& plane = *planes[i].plane;
+        kernels_->addBytes(out, stride, plane.bytes + first(plane), plane.stride, rows.count(),
+                           columns.count(), planes[i].weight);
+    }
+}
+
+void TilePainter::resample(std::span<const WeightedPlane> planes, const AxisTable& x, const AxisTable& y,
+                           const Block& block, float* out, std::ptrdiff_t stride) {
+    const SampleRange rows = sampleRange(y, block.row0, block.row1);
+    const SampleRange columns = sampleRange(x, block.column0, block.column1);
+    if (isCopy(x, block.column0, block.column1) && isCopy(y, block.row0, block.row1)) {
+        gather(planes, rows, columns, out, stride);
+        return;
+    }
+    const SamplePlane& only = *planes.front().plane;
+    const float* samples = only.floats;
+    std::ptrdiff_t sampleStride = only.stride;
+    if (samples == nullptr || planes.size() > 1) {
+        samples = source_.prepare(columns.count(), rows.count());
         sampleStride = source_.stride;
-        kernels_->widen(plane.bytes + first, plane.stride, rows.last - rows.first, width, source_.data.data(),
-                        sampleStride);
+        gather(planes, rows, columns, source_.row(0), sampleStride);
     } else {
-        samples = plane.floats + first;
-        if (copied) {
-            for (int r = 0; r < block.rows(); ++r) {
-                std::memcpy(out + r * stride, samples + r * sampleStride, std::size_t(width) * sizeof(float));
-            }
-            return;
-        }
+        samples += rows.first * only.stride + columns.first;
     }
 
     // Down the columns, then, turned over so that it is down the columns again, along the rows.
+    const int width = columns.count();
     float* vertical = vertical_.prepare(width, block.rows());
     kernels_->combineRows(samples, sampleStride, &y.start[std::size_t(block.row0 - y.first)], rows.first,
                           y.weightsAt(block.row0), y.taps, block.rows(), width, vertical, vertical_.stride);
@@ -166,31 +178,90 @@ void TilePainter::resample(const SamplePlane& plane, const AxisTable& x, const A
     kernels_->transpose(turnedOut, turnedOut_.stride, block.columns(), block.rows(), out, stride);
 }
 
-void TilePainter::samplePlanes(Basis basis, const PreparedLayer& prepared, const Block& block,
-                               const FloatBlock& out) {
-    const LeafPlanes& planes = *prepared.planes;
-    for (int k = 0; k < colorCount(basis); ++k) {
-        const bool chroma = planes.isYCbCr && k > 0;
+void TilePainter::sample(Basis basis, const PreparedLayer& prepared, const Block& block, const Rect& area,
+                         const FloatBlock& out) {
+    if (prepared.planes) {
+        const WeightedPlanes own{prepared.planes.get(), 1};
         if (!prepared.layer.tint) {
-            resample(planes.color[std::size_t(k)], chroma ? prepared.chromaX : prepared.x,
-                     chroma ? prepared.chromaY : prepared.y, block, out.color[std::size_t(k)], out.stride);
+            samplePlanes(basis, {&own, 1}, prepared.tables, block, out);
         }
-    }
-    if (planes.isYCbCr) {
-        for (int r = 0; r < block.rows(); ++r) {
-            const std::ptrdiff_t row = r * out.stride;
-            toRGB(out.color[0] + row, out.color[1] + row, out.color[2] + row, block.columns());
+        if (prepared.planes->alpha) {
+            const WeightedPlane alpha{&*prepared.planes->alpha, 1};
+            resample({&alpha, 1}, prepared.tables.x, prepared.tables.y, block, out.alpha, out.stride);
         }
+    } else if (!prepared.layer.tint) {
+        sampleMean(basis, prepared, mergedTerms(prepared.layer, area), block, out);
     }
-    if (planes.alpha) {
-        resample(*planes.alpha, prepared.x, prepared.y, block, out.alpha, out.stride);
+}
+
+/// Terms with the same tables are added up first and read once. Where reading includes a step that is not
+/// linear, each is read by itself.
+void TilePainter::sampleMean(Basis basis, const PreparedLayer& prepared, std::vector<MergedTerm> left,
+                             const Block& block, const FloatBlock& out) {
+    const auto termOf = [&](const MergedTerm& term) -> const PreparedTerm& {
+        return prepared.terms[term.index];
+    };
+    const bool isLinear = !termOf(left.front()).planes->isYCbCr;
+    for (bool isFirst = true; !left.empty(); isFirst = false) {
+        const std::shared_ptr<const AxisTables> tables = termOf(left.front()).tables;
+        const auto hasSameTables = [&](const MergedTerm& term) {
+            return termOf(term).tables == tables;
+        };
+        const auto end =
+            isLinear ? std::stable_partition(left.begin(), left.end(), hasSameTables) : left.begin() + 1;
+        const bool areSeveral = end - left.begin() > 1;
+        weighted_.clear();
+        for (auto term = left.begin(); term != end; ++term) {
+            weighted_.push_back({termOf(*term).planes.get(), areSeveral ? float(term->weight) : 1.0F});
+        }
+        if (isFirst && end == left.end()) {
+            samplePlanes(basis, weighted_, *tables, block, out);
+            return;
+        }
+        for (Plane& plane : term_) {
+            plane.prepare(block.columns(), block.rows());
+        }
+        const FloatBlock own{{term_[0].row(0), term_[1].row(0), term_[2].row(0)}, nullptr, term_[0].stride};
+        samplePlanes(basis, weighted_, *tables, block, own);
+        addBlock(basis, block, own, areSeveral ? 1.0F : float(left.front().weight), isFirst, out);
+        left.erase(left.begin(), end);
+    }
+}
+
+void TilePainter::addBlock(Basis basis, const Block& block, const FloatBlock& from, float weight,
+                           bool toNothing, const FloatBlock& to) {
+    for (int k = 0; k < colorCount(basis); ++k) {
+        float* sum = to.color[std::size_t(k)];
+        for (int r = 0; toNothing && r < block.rows(); ++r) {
+            std::fill_n(sum + r * to.stride, block.columns(), 0.0F);
+        }
+        kernels_->addFloats(sum, to.stride, from.color[std::size_t(k)], from.stride, block.rows(),
+                            block.columns(), weight);
+    }
+}
+
+void TilePainter::samplePlanes(Basis basis, std::span<const WeightedPlanes> terms, const AxisTables& tables,
+                               const Block& block, const FloatBlock& out) {
+    const bool isYCbCr = terms.front().planes->isYCbCr;
+    for (int k = 0; k < colorCount(basis); ++k) {
+        const bool chroma = isYCbCr && k > 0;
+        weightedPlanes_.clear();
+        for (const WeightedPlanes& term : terms) {
+            weightedPlanes_.push_back({&term.planes->color[std::size_t(k)], term.weight});
+        }
+        resample(weightedPlanes_, chroma ? tables.chromaX : tables.x, chroma ? tables.chromaY : tables.y,
+                 block, out.color[std::size_t(k)], out.stride);
+    }
+    for (int r = 0; isYCbCr && r < block.rows(); ++r) {
+        const std::ptrdiff_t row = r * out.stride;
+        toRGB(out.color[0] + row, out.color[1] + row, out.color[2] + row, block.columns());
     }
 }
 
 void TilePainter::fillGradient(Basis basis, const PreparedLayer& prepared, const Block& block) {
     const int columns = block.columns();
     ramp_.resize(std::size_t(columns));
-    const float* x = prepared.x.leaf.data() + (block.column0 - prepared.x.first);
+    const float* x = prepared.tables.x.leaf.data() + (block.column0 - prepared.tables.x.first);
     const auto* radial = std::get_if<Node::RadialGradient>(&prepared.layer.leaf);
     const auto* linear = std::get_if<Node::LinearGradient>(&prepared.layer.leaf);
     const Color c0 = radial != nullptr ? radial->c0 : linear->c0;
@@ -198,7 +269,7 @@ void TilePainter::fillGradient(Basis basis, const PreparedLayer& prepared, const
     const Channels from = toBasis(basis, c0);
     const Channels to = toBasis(basis, c1);
     for (int r = 0; r < block.rows(); ++r) {
-        const float y = prepared.y.leaf[std::size_t(block.row0 + r - prepared.y.first)];
+        const float y = prepared.tables.y.leaf[std::size_t(block.row0 + r - prepared.tables.y.first)];
         if (radial != nullptr) {
             const double span = std::max(radial->radius1 - radial->radius0, 1e-6);
             kernels_->radialRamp(x, float(radial->center.x), y - float(radial->center.y),
@@ -239,8 +310,8 @@ void TilePainter::fillCover(const Lattice& lattice, const PreparedLayer& prepare
     const Layer& layer = prepared.layer;
     const Rect pixels = pixelsOf(lattice, block);
     for (int r = 0; r < block.rows(); ++r) {
-        const float down = prepared.y.coverAt(block.row0 + r) * float(opacity);
-        const float* across = prepared.x.cover.data() + (block.column0 - prepared.x.first);
+        const float down = prepared.tables.y.coverAt(block.row0 + r) * float(opacity);
+        const float* across = prepared.tables.x.cover.data() + (block.column0 - prepared.tables.x.first);
         float* row = cover_.row(r);
         for (int c = 0; c < block.columns(); ++c) {
             row[c] = across[c] * down;

@@ -1,21 +1,35 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "TavrinKit/Imaging/Kernels.h"
 #include "TavrinKit/Imaging/LeafPlanes.h"
+#include "TavrinKit/Imaging/MovieBlocks.h"
 
 namespace tavrin::imaging {
+
+/// How a lattice reads the samples of one placement.
+struct AxisTables {
+    AxisTable x;
+    AxisTable y;
+    AxisTable chromaX; ///< of the second and third colour, when they are sampled otherwise
+    AxisTable chromaY;
+};
+
+/// A term of a mean, made ready. Terms of one size and placement share their tables.
+struct PreparedTerm {
+    std::shared_ptr<const LeafPlanes> planes;
+    std::shared_ptr<const AxisTables> tables;
+};
 
 /// A layer made ready for one basis and lattice.
 struct PreparedLayer {
     Layer layer;
     std::shared_ptr<const LeafPlanes> planes; ///< for leaves made of samples
-    AxisTable x;
-    AxisTable y;
-    AxisTable chromaX; ///< of the second and third colour, when they are sampled otherwise
-    AxisTable chromaY;
+    AxisTables tables;                        ///< of a mean: where it is to be seen, and no samples
+    std::vector<PreparedTerm> terms;          ///< of a mean
 };
 
 /// A rectangle of floats that belongs to somebody else.
@@ -34,9 +48,10 @@ public:
     void clear(Basis basis, const Block& block, const FloatBlock& out) const;
 
     /// Composites the layer over what the block holds.
-    /// @param out  its first element is the block's top left
+    /// @param area  what can have a part in the block: that of its tile
+    /// @param out   its first element is the block's top left
     void paint(Basis basis, const Lattice& lattice, const PreparedLayer& layer, const Block& block,
-               const FloatBlock& out);
+               const Rect& area, const FloatBlock& out);
 
 private:
     struct Plane {
@@ -47,9 +62,37 @@ private:
         [[nodiscard]] float* row(int r) { return data.data() + r * stride; }
     };
 
-    void resample(const SamplePlane& plane, const AxisTable& x, const AxisTable& y, const Block& block,
-                  float* out, std::ptrdiff_t stride);
-    void samplePlanes(Basis basis, const PreparedLayer& layer, const Block& block, const FloatBlock& out);
+    /// One term's planes, or one of them, to be added up with others' before they are read.
+    struct WeightedPlanes {
+        const LeafPlanes* planes;
+        float weight;
+    };
+    struct WeightedPlane {
+        const SamplePlane* plane;
+        float weight;
+    };
+
+    /// A run of a plane's samples, the end excluded.
+    struct SampleRange {
+        int first;
+        int last;
+        [[nodiscard]] int count() const { return last - first; }
+    };
+
+    static SampleRange sampleRange(const AxisTable& table, int first, int last);
+
+    void sample(Basis basis, const PreparedLayer& prepared, const Block& block, const Rect& area,
+                const FloatBlock& out);
+    void sampleMean(Basis basis, const PreparedLayer& prepared, std::vector<MergedTerm> left,
+                    const Block& block, const FloatBlock& out);
+    void samplePlanes(Basis basis, std::span<const WeightedPlanes> terms, const AxisTables& tables,
+                      const Block& block, const FloatBlock& out);
+    void resample(std::span<const WeightedPlane> planes, const AxisTable& x, const AxisTable& y,
+                  const Block& block, float* out, std::ptrdiff_t stride);
+    void gather(std::span<const WeightedPlane> planes, SampleRange rows, SampleRange columns, float* out,
+                std::ptrdiff_t stride);
+    void addBlock(Basis basis, const Block& block, const FloatBlock& from, float weight, bool toNothing,
+                  const FloatBlock& to);
     void fillGradient(Basis basis, const PreparedLayer& layer, const Block& block);
     void fillColor(Basis basis, const Color& color, const Block& block, bool timesAlpha);
     void fillCover(const Lattice& lattice, const PreparedLayer& layer, const Block& block, double opacity);
@@ -64,6 +107,9 @@ private:
     Plane turnedOut_;
     std::array<Plane, 3> color_;
     Plane alpha_;
+    std::array<Plane, 3> term_;
+    std::vector<WeightedPlanes> weighted_;
+    std::vector<WeightedPlane> weightedPlanes_;
     Plane cover_;
     std::vector<float> ramp_;
     std::vector<float> ones_;

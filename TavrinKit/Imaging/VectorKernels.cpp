@@ -55,6 +55,34 @@ void widen(const std::uint8_t* source, std::ptrdiff_t sourceStride, int rows, in
     }
 }
 
+HWY_INLINE auto load(const std::uint8_t* from) {
+    return hn::ConvertTo(F(), hn::PromoteTo(I(), hn::LoadU(U8(), from)));
+}
+
+HWY_INLINE auto load(const float* from) {
+    return hn::LoadU(F(), from);
+}
+
+// What reads where it writes must not use the overlapping last vector: the rest of a row is done one by one.
+
+template <typename Sample>
+void addWeighted(float* acc, std::ptrdiff_t accStride, const Sample* source, std::ptrdiff_t sourceStride,
+                 int rows, int columns, float weight) {
+    const F f;
+    const int lanes = int(hn::Lanes(f));
+    for (int r = 0; r < rows; ++r) {
+        const Sample* in = source + r * sourceStride;
+        float* to = acc + r * accStride;
+        int c = 0;
+        for (; c + lanes <= columns; c += lanes) {
+            hn::StoreU(hn::MulAdd(load(in + c), hn::Set(f, weight), hn::LoadU(f, to + c)), f, to + c);
+        }
+        for (; c < columns; ++c) {
+            to[c] += weight * float(in[c]);
+        }
+    }
+}
+
 template <int fixedTaps>
 HWY_INLINE void combineRow(const float* source, std::ptrdiff_t stride, const float* weights, int taps,
                            int columns, float* to) {
@@ -163,9 +191,6 @@ void narrow(const float* source, int columns, std::uint8_t* out) {
         });
 }
 
-// These three read what they write, so the overlapping last vector would blend twice: the rest of a row is
-// done one by one.
-
 void blendCover(float* acc, const float* color, const float* cover, int columns) {
     const F f;
     const int lanes = int(hn::Lanes(f));
@@ -223,7 +248,16 @@ void ramp(const float* t, float a, float b, int columns, float* out) {
         [&](int c) { out[c] = a + (b - a) * t[c]; });
 }
 
-const Kernels kernels{widen, combineRows, transpose, narrow, blendCover, blendAlpha, radialRamp, ramp};
+const Kernels kernels{widen,
+                      addWeighted<std::uint8_t>,
+                      addWeighted<float>,
+                      combineRows,
+                      transpose,
+                      narrow,
+                      blendCover,
+                      blendAlpha,
+                      radialRamp,
+                      ramp};
 
 const Kernels* table() {
     return &kernels;

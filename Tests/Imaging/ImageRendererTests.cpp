@@ -1,4 +1,5 @@
 #include <cstring>
+#include <random>
 
 #include <gtest/gtest.h>
 
@@ -23,8 +24,9 @@ double psnr(const std::vector<double>& errors) {
     return 10 * std::log10(255.0 * 255.0 / std::max(sum / double(errors.size()), 1e-12));
 }
 
-std::vector<double> errorsOfBGRA(const PixelBuffer& drawn, const Image& image, const Rect& rect) {
-    const auto reference = renderReference(image, rect);
+using Reference = std::vector<std::array<float, 4>>;
+
+std::vector<double> errorsOfBGRA(const PixelBuffer& drawn, const Reference& reference) {
     std::vector<double> errors;
     for (int y = 0; y < drawn.size().height; ++y) {
         for (int x = 0; x < drawn.size().width; ++x) {
@@ -40,8 +42,7 @@ std::vector<double> errorsOfBGRA(const PixelBuffer& drawn, const Image& image, c
 }
 
 /// Luma of the reference, over black.
-std::vector<double> errorsOfLuma(const PixelBuffer& drawn, const Image& image, const Rect& rect) {
-    const auto reference = renderReference(image, rect);
+std::vector<double> errorsOfLuma(const PixelBuffer& drawn, const Reference& reference) {
     std::vector<double> errors;
     for (int y = 0; y < drawn.size().height; ++y) {
         for (int x = 0; x < drawn.size().width; ++x) {
@@ -66,6 +67,27 @@ bool sameBytes(const PixelBuffer& a, const PixelBuffer& b) {
     return true;
 }
 
+/// Where colours clip, drawing in Y'CbCr and in RGB may differ, and rightly so: a movie without colours.
+PixelBuffer greyScreen420(PixelSize pixels, unsigned seed) {
+    const PixelBuffer movie = screenLike420(pixels, seed);
+    for (int plane = 1; plane < 3; ++plane) {
+        for (int y = 0; y < movie.plane(plane).height; ++y) {
+            std::memset(movie.row(plane, y), 128, std::size_t(movie.plane(plane).width));
+        }
+    }
+    return movie;
+}
+
+/// The same picture with some rows of a strip painted over.
+PixelBuffer withStrip(const PixelBuffer& movie, int column, std::uint8_t luma) {
+    const PixelBuffer next = PixelBuffer::allocate(PixelFormat::i420, movie.size());
+    next.copyFrom(movie);
+    for (int y = 70; y < 90; ++y) {
+        std::memset(next.row(0, y) + column, luma, 24);
+    }
+    return next;
+}
+
 Image sampleFrame(double zoom, Vec2 cursor, unsigned seed = 3) {
     static const Image sprite = Image::pixels(spot(29, {0.9, 0.2, 0.3, 1}));
     return framedPicture(Image::pixels(screenLike420(size, seed)), {size.width, size.height}, zoom, cursor,
@@ -77,24 +99,20 @@ TEST(ImageRendererTests, equalsThePlainEvaluation) {
         const Image image = sampleFrame(zoom, {120.3, 88.8});
         const Rect rect{0, 0, size.width, size.height};
         ImageRenderer renderer;
-        EXPECT_GT(psnr(errorsOfBGRA(renderer.render(image, rect), image, rect)), 50) << zoom;
+        EXPECT_GT(psnr(errorsOfBGRA(renderer.render(image, rect), renderReference(image, rect))), 50) << zoom;
     }
 }
 
 TEST(ImageRendererTests, videoLumaEqualsThePlainEvaluation) {
-    // A grey movie: where colours clip, drawing in Y'CbCr and in RGB may differ, and rightly so.
-    const PixelBuffer movie = screenLike420(size, 5);
-    for (int plane = 1; plane < 3; ++plane) {
-        for (int y = 0; y < movie.plane(plane).height; ++y) {
-            std::memset(movie.row(plane, y), 128, std::size_t(movie.plane(plane).width));
-        }
-    }
+    const PixelBuffer movie = greyScreen420(size, 5);
     const Image sprite = Image::pixels(spot(29, {0.9, 0.2, 0.3, 1}));
     const Image image =
         framedPicture(Image::pixels(movie), {size.width, size.height}, 1.6, {140.5, 70.25}, sprite);
     const Rect rect{0, 0, size.width, size.height};
     ImageRenderer renderer;
-    EXPECT_GT(psnr(errorsOfLuma(renderer.render(image, rect, PixelFormat::i420), image, rect)), 50);
+    EXPECT_GT(
+        psnr(errorsOfLuma(renderer.render(image, rect, PixelFormat::i420), renderReference(image, rect))),
+        50);
 }
 
 TEST(ImageRendererTests, sameBitsWhateverTheThreads) {
@@ -141,12 +159,7 @@ TEST(ImageRendererTests, whatIsReusedIsWhatWouldHaveBeenDrawn) {
         PixelBuffer movie = screenLike420(size, 1);
         for (int frame = 0; frame < 14; ++frame) {
             if (frame % 4 == 3) { // a small part of the movie changes
-                const PixelBuffer next = PixelBuffer::allocate(PixelFormat::i420, size);
-                next.copyFrom(movie);
-                for (int y = 70; y < 90; ++y) {
-                    std::memset(next.row(0, y) + 100 + frame * 5, 30 + frame * 10, 24);
-                }
-                movie = next;
+                movie = withStrip(movie, 100 + frame * 5, std::uint8_t(30 + frame * 10));
             }
             const double zoom = frame < 5 ? 1 : frame < 9 ? 1 + 0.1 * (frame - 4) : 1.4;
             const Vec2 cursor{100.0 + (frame % 3) * 40.5, 90};
@@ -161,6 +174,105 @@ TEST(ImageRendererTests, whatIsReusedIsWhatWouldHaveBeenDrawn) {
         }
         EXPECT_GT(renderer.statistics().tilesReused, 0);
     }
+}
+
+/// All that is done to a mean is linear, so a frame made of a mean is the mean of the frames made of its
+/// terms: the edges of crops and masks, which would differ if they were applied to each term, included.
+TEST(ImageRendererTests, framesOfAMeanAreTheMeanOfFrames) {
+    const Rect rect{0, 0, size.width, size.height};
+    const Size2D whole{size.width, size.height};
+    const Image sprite = Image::pixels(spot(29, {0.9, 0.2, 0.3, 1}));
+    std::mt19937 random(11);
+    std::uniform_real_distribution<double> fraction(0, 1);
+    for (int program = 0; program < 8; ++program) {
+        SCOPED_TRACE(program);
+        FrameSequence sequence;
+        PixelBuffer movie = greyScreen420(program == 0 ? PixelSize{400, 260} : size, unsigned(program));
+        const bool zooms = program % 2 == 1;
+        const double outerZoom = program < 4 ? 1 : 1 + fraction(random);
+        std::vector<WeightedImage> terms;
+        double sum = 0;
+        for (int i = 0; i < 2 + program % 4; ++i) {
+            const double zoom = zooms && i != 1 ? 1.2 + fraction(random) : 1;
+            const Image picture = sequence.image(movie);
+            const Image term =
+                zoom == 1
+                    ? picture.cropped(rect)
+                    : picture.clampedToExtent()
+                          .transformed({zoom, 0, 0, zoom, -80 * fraction(random), -40 * fraction(random)})
+                          .cropped(rect);
+            terms.push_back({term, 0.25 + fraction(random)});
+            sum += terms.back().weight;
+            if (i % 2 == 0) { // every second picture is the same as the one before
+                movie = withStrip(movie, 40 + 60 * i, std::uint8_t(40 + 50 * i));
+            }
+        }
+        const auto frame = [&](const Image& picture) {
+            return framedPicture(picture, whole, outerZoom, {120.3, 88.8}, sprite);
+        };
+        Reference expected(std::size_t(size.width * size.height));
+        for (const WeightedImage& term : terms) {
+            const Reference alone = renderReference(frame(term.image), rect);
+            for (std::size_t i = 0; i < expected.size(); ++i) {
+                for (std::size_t k = 0; k < 4; ++k) {
+                    expected[i][k] += float(term.weight / sum) * alone[i][k];
+                }
+            }
+        }
+        const Image image = frame(Image::mean(terms));
+        EXPECT_GT(psnr(errorsOfBGRA(ImageRenderer().render(image, rect), renderReference(image, rect))), 50);
+        EXPECT_GT(psnr(errorsOfBGRA(ImageRenderer().render(image, rect), expected)), 50);
+        const PixelBuffer video = ImageRenderer({.threads = 1}).render(image, rect, PixelFormat::i420);
+        EXPECT_GT(psnr(errorsOfLuma(video, expected)), 50);
+        EXPECT_TRUE(sameBytes(video, ImageRenderer({.threads = 3}).render(image, rect, PixelFormat::i420)));
+    }
+}
+
+/// The blur of a run of frames: what changes in only a part of the picture is mixed and drawn again only
+/// there, and nobody can tell from the bits.
+TEST(ImageRendererTests, aMeanIsDrawnAgainOnlyWhereItsTermsDiffer) {
+    const Size2D whole{size.width, size.height};
+    const Image sprite = Image::pixels(spot(29, {0.2, 0.8, 0.3, 1}));
+    ImageRenderer renderer;
+    FrameSequence sequence;
+    const PixelBuffer target = PixelBuffer::allocate(PixelFormat::i420, size);
+    PixelBuffer last = greyScreen420(size, 1);
+    std::int64_t drawnAtFirst = 0;
+    for (int frame = 0; frame < 8; ++frame) {
+        const PixelBuffer next = frame == 4 ? last : withStrip(last, 100, std::uint8_t(30 + frame * 20));
+        const double weight = (1 + frame) / 16.0;
+        const auto picture = [&](const Image& a, const Image& b) {
+            return framedPicture(Image::mean({{a, weight}, {b, 1 - weight}}), whole, 1, {10, 10}, sprite);
+        };
+        const Image before = sequence.image(last);
+        renderer.render(picture(before, sequence.image(next)), target);
+        ImageRenderer fresh;
+        const Image alone = picture(Image::pixels(last), Image::pixels(next));
+        ASSERT_TRUE(
+            sameBytes(target, fresh.render(alone, {0, 0, whole.width, whole.height}, PixelFormat::i420)))
+            << "frame " << frame;
+        drawnAtFirst = frame == 0 ? renderer.statistics().tilesDrawn : drawnAtFirst;
+        last = next;
+    }
+    // The strip touches four of the twelve tiles.
+    EXPECT_LE(renderer.statistics().tilesDrawn, drawnAtFirst + 7 * 4);
+}
+
+TEST(ImageRendererTests, meansOfWhatIsNoMovie) {
+    const Image red = Image::color({1, 0, 0, 1});
+    const Image box = Image::roundedRectangle({10, 10, 20, 12}, 0, {0, 1, 0, 0.5});
+    EXPECT_EQ(Image::mean({{red, 1}, {red, 2}}).node(), red.node());
+    EXPECT_TRUE(Image::mean({}).isEmpty());
+    EXPECT_THROW((void)Image::mean({{red, 0}}), std::invalid_argument);
+    const Image half = Image::mean({{red, 1}, {box, 2}, {red, 1}});
+    const PixelBuffer drawn = ImageRenderer().render(half, {0, 0, 48, 32});
+    const auto expect = [&](int x, int y, std::array<int, 4> bgra) {
+        for (std::size_t k = 0; k < 4; ++k) {
+            EXPECT_NEAR(drawn.row(0, 31 - y)[std::size_t(4 * x) + k], bgra[k], 1) << x << " " << y;
+        }
+    };
+    expect(15, 15, {0, 64, 128, 191});
+    expect(2, 2, {0, 0, 128, 128});
 }
 
 TEST(ImageRendererTests, operationsOnTheirOwn) {
@@ -213,7 +325,7 @@ TEST(ImageRendererTests, operationsOnTheirOwn) {
         for (std::size_t k = 0; k < 4; ++k) {
             EXPECT_NEAR(rgba[k], c.rgba[k], 1) << k;
         }
-        EXPECT_GT(psnr(errorsOfBGRA(drawn, c.image, rect)), 50);
+        EXPECT_GT(psnr(errorsOfBGRA(drawn, renderReference(c.image, rect))), 50);
     }
 }
 

@@ -59,6 +59,10 @@ TEST_P(KernelsTests, vectorisedEqualsPlain) {
 
     compare(size, 0,
             [&](const Kernels& k, float* out) { k.widen(bytes.data(), stride, rows, columns, out, stride); });
+    compare(size, 0.01F, [&](const Kernels& k, float* out) {
+        k.addBytes(out, stride, bytes.data(), stride, rows, columns, 0.3F);
+        k.addFloats(out, stride, floats.data(), stride, rows, columns, 0.7F);
+    });
     for (const int taps : {1, 3, 4, 5, 8}) {
         const auto weights = randomFloats(std::size_t(rows * taps), -0.2F, 0.6F);
         const std::vector<int> start{7, 8, 9, 9, 10, 11, 13, 12, 8};
