@@ -52,7 +52,7 @@ PixelSize pixelSizeOf(const ExportResolution& resolution) {
 }
 
 Size2D displaySizeOf(const MediaAsset& asset) {
-    const PixelSize size = asset.info().video.front().displaySize;
+    const PixelSize size = asset.videoTrack().displaySize;
     return {double(size.width), double(size.height)};
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <thread>
 
 #include "TavrinKit/Export/MixedSound.h"
@@ -16,10 +17,6 @@ constexpr std::size_t decodedAhead = 4;
 constexpr std::size_t drawnAhead = 2;
 // Those that wait, the one being encoded and the one being drawn.
 constexpr std::size_t bufferCount = drawnAhead + 2;
-
-/// Movies stamp their pictures in microseconds, rounded to the nearest. A picture stamped this much behind a
-/// frame's time was on screen then.
-constexpr double stampRounding = 1e-6;
 
 /// Cuts the movie's sound into the stretches that go with its frames, so that both reach the file side by
 /// side.
@@ -85,12 +82,12 @@ void ExportPipeline::run(const ExportProgressHandler& onProgress, const std::sto
 }
 
 void ExportPipeline::decode() {
-    VideoFollower movie = plan_.asset.openVideo();
+    const std::unique_ptr<AssetVideoReader> movie = plan_.asset.openVideo();
     FrameSequence sequence;
     std::optional<std::int64_t> index;
     SourcePicture current;
     for (std::int64_t frame = 0; frame < plan_.frameCount; ++frame) {
-        const std::optional<DecodedFrame> decoded = movie.frame(timeOf(frame) + stampRounding);
+        const std::optional<DecodedFrame> decoded = movie->frame(timeOf(frame));
         if (!decoded) {
             throw MediaError::decodingFailed(plan_.asset.path(), "it has no picture that can be decoded");
         }

@@ -102,7 +102,7 @@ ExportPipeline::Plan makePlan(const ExportRequest& request, const MediaAsset& as
         plan.composition = FFmpegMP4Exporter::makeVideoComposition(preset);
     }
     // A picture that is off by less than a composition is asked for still has to fill the encoder's frame.
-    if (!plan.composition && asset.info().video.front().displaySize != plan.frameSize) {
+    if (!plan.composition && asset.videoTrack().displaySize != plan.frameSize) {
         plan.composition = FFmpegMP4Exporter::makeVideoComposition(preset);
     }
     plan.framesPerSecond =
@@ -225,7 +225,7 @@ Size2D FFmpegMP4Exporter::resolvedDisplaySize(const MediaAsset& asset) {
     if (!asset.hasVideo()) {
         throw MediaError::noVideoTrack(asset.path());
     }
-    const PixelSize size = asset.info().video.front().displaySize;
+    const PixelSize size = asset.videoTrack().displaySize;
     return {double(size.width), double(size.height)};
 }
 

@@ -26,17 +26,12 @@ public:
     [[nodiscard]] std::span<const float> next(std::size_t frames);
 
 private:
-    struct Track {
-        std::unique_ptr<AudioReader> reader; ///< null at the track's end
-        std::vector<float> decoded;
-        std::size_t taken = 0; ///< samples of `decoded` that were used
-    };
-
     void addTrack(int index);
 
     const AudioMix mix_;
     const AudioTrackSettings format_;
-    std::vector<Track> tracks_;
+    std::vector<std::unique_ptr<AssetAudioReader>> tracks_;
+    std::vector<float> trackSound_; ///< of one track at a time
     std::vector<float> sum_;
     std::int64_t position_ = 0; ///< frames given out so far
 };

@@ -1,5 +1,7 @@
 #include <algorithm>
 #include <cmath>
+#include <numeric>
+#include <optional>
 #include <utility>
 
 #include <fmt/format.h>
@@ -22,6 +24,32 @@ constexpr double longestUnstated = 3600;
 
 constexpr int silenceStep = 4096;
 
+/// Decoders need the packets before a place to give the right sound there; Opus wants the most.
+constexpr double decoderWarmUp = 0.25;
+
+/// The frames at which input and output of a resampler coincide. One that starts at such a frame gives the
+/// same sound as one that has come all the way.
+struct ResamplerGrid {
+    struct Start {
+        std::int64_t input = 0;
+        std::int64_t output = 0;
+    };
+
+    ResamplerGrid(int inputRate, int outputRate)
+        : inputStep(inputRate / std::gcd(inputRate, outputRate)),
+          outputStep(outputRate / std::gcd(inputRate, outputRate)), margin(outputRate / 20) {}
+
+    /// The last of them that leaves the filter time to fill before an output frame.
+    [[nodiscard]] Start startFor(std::int64_t output) const {
+        const std::int64_t steps = std::max<std::int64_t>(0, output - margin) / outputStep;
+        return {steps * inputStep, steps * outputStep};
+    }
+
+    std::int64_t inputStep;
+    std::int64_t outputStep;
+    std::int64_t margin; ///< output frames
+};
+
 int trackOf(MediaFile& file, int number) {
     file.analyse();
     const int track = number < 0 ? -1 : file.track(AVMEDIA_TYPE_AUDIO, number);
@@ -43,7 +71,12 @@ struct AudioReader::Implementation {
         }
     }
 
+    void seek(std::int64_t frame);
+    [[nodiscard]] bool restart(std::int64_t position, std::optional<double> time);
     [[nodiscard]] std::vector<float> convertNext();
+    [[nodiscard]] ffmpeg::Frame nextFrame();
+    void beginAtGoal();
+    void dropAhead(std::vector<float>& run);
     void place(ffmpeg::Frame frame);
     void prepare(const AVFrame& frame);
     [[nodiscard]] std::vector<float> convert(const AVFrame* frame, int skipped);
@@ -55,6 +88,11 @@ struct AudioReader::Implementation {
     const int outputRate;
     const int outputChannels;
     const double end;
+
+    std::optional<std::int64_t> goal; ///< the output frame asked for by a seek that hasn't begun yet
+    ffmpeg::Frame found;              ///< by that seek, yet to be converted
+    std::int64_t begin = 0;           ///< `position` at the start or after the last seek
+    std::int64_t ahead = 0;           ///< output frames to drop, from there to the goal
 
     ffmpeg::Resampler resampler;
     ffmpeg::Frame waiting;     ///< decoded, to come after the silence
@@ -73,11 +111,11 @@ void AudioReader::Implementation::place(ffmpeg::Frame frame) {
     const bool isPlausible = time <= (end > 0 ? std::min(end, longestStated) + slack : longestUnstated);
     const double rate = frame->sample_rate;
     const std::int64_t start = isPlausible ? std::llround(time * rate) : position;
-    const auto tolerance = std::int64_t(rounding * rate);
+    const auto tolerance = position == begin ? 0 : std::int64_t(rounding * rate);
     waitingSkip = 0;
-    if (start > position + tolerance || (position == 0 && start > 0)) {
+    if (start > position + tolerance) {
         silence = start - position;
-    } else if (start < position - tolerance || start < 0) {
+    } else if (start < position - tolerance) {
         waitingSkip = int(std::min<std::int64_t>(position - start, frame->nb_samples));
     }
     // The last packet of a codec with frames of a fixed size is longer than the sound in it.
@@ -164,7 +202,7 @@ std::vector<float> AudioReader::Implementation::convertSilence() {
 
 std::vector<float> AudioReader::Implementation::convertNext() {
     if (!waiting) {
-        ffmpeg::Frame frame = decoder.next();
+        ffmpeg::Frame frame = nextFrame();
         if (!frame) {
             hasEnded = true;
             return resampler ? convert(nullptr, 0) : std::vector<float>();
@@ -173,6 +211,7 @@ std::vector<float> AudioReader::Implementation::convertNext() {
             return {};
         }
         prepare(*frame);
+        beginAtGoal();
         place(std::move(frame));
     }
     if (silence > 0) {
@@ -180,6 +219,64 @@ std::vector<float> AudioReader::Implementation::convertNext() {
     }
     const ffmpeg::Frame frame = std::move(waiting);
     return waitingSkip < frame->nb_samples ? convert(frame.get(), waitingSkip) : std::vector<float>();
+}
+
+ffmpeg::Frame AudioReader::Implementation::nextFrame() {
+    return found ? std::move(found) : decoder.next();
+}
+
+void AudioReader::Implementation::seek(std::int64_t frame) {
+    goal = std::max<std::int64_t>(frame, 0);
+    if (file.isExact() && end > 0 && double(*goal) / outputRate > end + slack) {
+        hasEnded = true;
+        return;
+    }
+    const int rate = std::max(1, file.stream(track).codecpar->sample_rate);
+    const std::int64_t first = ResamplerGrid(rate, outputRate).startFor(*goal).input;
+    const double time = double(first) / rate;
+    // Where the index is poor, the packet found may already be too late: then start earlier.
+    for (const double back : {decoderWarmUp, 2.0, 20.0}) {
+        if (time > back && restart(first, time - back)) {
+            return;
+        }
+    }
+    static_cast<void>(restart(first, {}));
+}
+
+/// Moves the file to a time, or to its start. @return false when it stands behind the input frame then
+bool AudioReader::Implementation::restart(std::int64_t first, std::optional<double> time) {
+    if (time) {
+        file.seek(track, file.units(track, *time));
+    } else {
+        file.rewind();
+    }
+    decoder.restart();
+    resampler.reset();
+    waiting.reset();
+    inputRate = 0;
+    silence = 0;
+    hasEnded = false;
+    found = decoder.next();
+    return found && file.seconds(track, found->pts) * found->sample_rate <= double(first);
+}
+
+/// Once the rate of the decoded sound is known: where the resampler starts.
+void AudioReader::Implementation::beginAtGoal() {
+    if (goal) {
+        const ResamplerGrid::Start start = ResamplerGrid(inputRate, outputRate).startFor(*goal);
+        position = start.input;
+        begin = start.input;
+        ahead = *goal - start.output;
+        goal.reset();
+    }
+}
+
+/// Takes away what was only made to set the resampler going.
+void AudioReader::Implementation::dropAhead(std::vector<float>& run) {
+    const auto frames = std::int64_t(run.size()) / outputChannels;
+    const std::int64_t dropped = std::min(ahead, frames);
+    run.erase(run.begin(), run.begin() + dropped * outputChannels);
+    ahead -= dropped;
 }
 
 AudioReader::AudioReader(const std::filesystem::path& path, int track, int sampleRate, int channels)
@@ -190,11 +287,16 @@ AudioReader::~AudioReader() = default;
 std::optional<std::vector<float>> AudioReader::next() {
     while (!implementation_->hasEnded) {
         std::vector<float> run = implementation_->convertNext();
+        implementation_->dropAhead(run);
         if (!run.empty()) {
             return run;
         }
     }
     return std::nullopt;
+}
+
+void AudioReader::seek(std::int64_t frame) {
+    implementation_->seek(frame);
 }
 
 } // namespace tavrin
