@@ -15,14 +15,28 @@ const std::vector<Piece>& allPieces() {
         {{"export.walkthrough"}, exportWalkthrough}, {{"export.fullmotion"}, exportFullMotion},
         {{"export.peak_memory"}, exportPeakMemory},  {{"capture.fullmotion"}, captureFullMotion},
         {{"capture.still"}, captureStill},           {{"events.load", "cursor.frame_state"}, eventsAndCursor},
+        {{"plan.one_hour", "undo"}, planAndHistory},
     };
     return pieces;
 }
 
-void eventsAndCursor(Takes&) {
-    const auto program = std::filesystem::path(ownProgram()).parent_path() / "EventsBenchmark";
+namespace {
+
+/// Figures that a program of its own prints.
+void runNeighbour(const char* name) {
+    const auto program = std::filesystem::path(ownProgram()).parent_path() / name;
     fmt::print("{}", runChildOrThrow({program.string()}).output);
     std::fflush(stdout);
+}
+
+} // namespace
+
+void eventsAndCursor(Takes&) {
+    runNeighbour("EventsBenchmark");
+}
+
+void planAndHistory(Takes&) {
+    runNeighbour("EditsBenchmark");
 }
 
 void printFigure(std::string_view name, double value, std::string_view unit) {
