@@ -15,6 +15,9 @@ namespace {
 constexpr int largestSide = 16384;
 constexpr double fullTurn = 2 * std::numbers::pi;
 
+/// How far a drawn curve may lie from the true one, in pixels.
+constexpr double tolerance = 0.05;
+
 bool areFinite(std::initializer_list<double> numbers) {
     return std::all_of(numbers.begin(), numbers.end(), [](double number) { return std::isfinite(number); });
 }
@@ -32,6 +35,16 @@ bool isFinite(const VectorPath& path, const AffineTransform& t) {
                const Rect& b = ellipse.bounds;
                return areFinite({b.x, b.y, b.width, b.height});
            });
+}
+
+PixelSize sizeOf(const Rect& bounds, Vec2 scale) {
+    const auto pixels = [](double length) {
+        const double count = std::ceil(std::abs(length) - 1e-6);
+        return std::isfinite(count) && count <= largestSide ? std::max(int(count), 1) : 0;
+    };
+    const bool isUsable = areFinite({bounds.x, bounds.y}) && scale.x > 0 && scale.y > 0;
+    return isUsable ? PixelSize{pixels(bounds.width * scale.x), pixels(bounds.height * scale.y)}
+                    : PixelSize{};
 }
 
 void addPolygon(cairo_t* cairo, const VectorPath::Polygon& polygon) {
@@ -72,14 +85,37 @@ void setPath(cairo_t* cairo, const VectorPath& path, const AffineTransform& t) {
     cairo_set_matrix(cairo, &saved);
 }
 
-void setRoundedRectangle(cairo_t* cairo, const Rect& rect, double radius) {
-    const double r = std::clamp(radius, 0.0, std::min(std::abs(rect.width), std::abs(rect.height)) / 2);
-    constexpr double quarter = std::numbers::pi / 2;
+Size2D heldToHalf(const Rect& rect, Size2D radii) {
+    return {std::clamp(radii.width, 0.0, std::abs(rect.width) / 2),
+            std::clamp(radii.height, 0.0, std::abs(rect.height) / 2)};
+}
+
+Size2D circular(const Rect& rect, double radius) {
+    const double held = std::min(radius, std::min(std::abs(rect.width), std::abs(rect.height)) / 2);
+    return {held, held};
+}
+
+void addCorner(cairo_t* cairo, Vec2 center, Size2D radii, int quarter) {
+    constexpr double quarterTurn = fullTurn / 4;
+    if (radii.width <= 0 || radii.height <= 0) {
+        cairo_line_to(cairo, center.x, center.y);
+        return;
+    }
+    cairo_matrix_t saved;
+    cairo_get_matrix(cairo, &saved);
+    cairo_translate(cairo, center.x, center.y);
+    cairo_scale(cairo, radii.width, radii.height);
+    cairo_arc(cairo, 0, 0, 1, (quarter - 1) * quarterTurn, quarter * quarterTurn);
+    cairo_set_matrix(cairo, &saved);
+}
+
+void setRoundedRectangle(cairo_t* cairo, const Rect& rect, Size2D radii) {
+    const Size2D r = heldToHalf(rect, radii);
     cairo_new_path(cairo);
-    cairo_arc(cairo, rect.maxX() - r, rect.minY() + r, r, -quarter, 0);
-    cairo_arc(cairo, rect.maxX() - r, rect.maxY() - r, r, 0, quarter);
-    cairo_arc(cairo, rect.minX() + r, rect.maxY() - r, r, quarter, 2 * quarter);
-    cairo_arc(cairo, rect.minX() + r, rect.minY() + r, r, 2 * quarter, 3 * quarter);
+    addCorner(cairo, {rect.maxX() - r.width, rect.minY() + r.height}, r, 0);
+    addCorner(cairo, {rect.maxX() - r.width, rect.maxY() - r.height}, r, 1);
+    addCorner(cairo, {rect.minX() + r.width, rect.maxY() - r.height}, r, 2);
+    addCorner(cairo, {rect.minX() + r.width, rect.minY() + r.height}, r, 3);
     cairo_close_path(cairo);
 }
 
@@ -108,7 +144,7 @@ Raster::Context::Context(PixelSize pixelSize, YAxis axis) : size(pixelSize), yAx
     cairo_set_fill_rule(cairo, CAIRO_FILL_RULE_WINDING);
     cairo_set_line_join(cairo, CAIRO_LINE_JOIN_ROUND);
     cairo_set_line_cap(cairo, CAIRO_LINE_CAP_ROUND);
-    cairo_set_tolerance(cairo, 0.05);
+    cairo_set_tolerance(cairo, tolerance);
     if (yAxis == YAxis::up) {
         cairo_translate(cairo, 0, size.height);
         cairo_scale(cairo, 1, -1);
@@ -125,6 +161,12 @@ Raster::Raster(PixelSize size, YAxis yAxis) {
         throw std::invalid_argument("A raster's sides are 1 to 16384 pixels.");
     }
     context_ = std::make_unique<Context>(size, yAxis);
+}
+
+Raster::Raster(const Rect& bounds, Vec2 scale) : Raster(sizeOf(bounds, scale)) {
+    placement_ = {1 / scale.x, 0, 0, 1 / scale.y, bounds.minX(), bounds.minY()};
+    cairo_scale(context_->cairo, scale.x, scale.y);
+    cairo_translate(context_->cairo, -bounds.minX(), -bounds.minY());
 }
 
 Raster::~Raster() = default;
@@ -163,18 +205,39 @@ void Raster::strokeCircle(Vec2 center, double radius, double lineWidth, const Co
 }
 
 void Raster::fillRoundedRectangle(const Rect& rect, double radius, const Color& color) {
-    if (!rect.isEmpty() && areFinite({rect.x, rect.y, rect.width, rect.height, radius})) {
-        setRoundedRectangle(context_->cairo, rect, radius);
+    fillRoundedRectangle(rect, circular(rect, radius), color);
+}
+
+void Raster::strokeRoundedRectangle(const Rect& rect, double radius, double lineWidth, const Color& color) {
+    strokeRoundedRectangle(rect, circular(rect, radius), lineWidth, color);
+}
+
+void Raster::fillRoundedRectangle(const Rect& rect, Size2D radii, const Color& color) {
+    if (!rect.isEmpty() && areFinite({rect.x, rect.y, rect.width, rect.height, radii.width, radii.height})) {
+        setRoundedRectangle(context_->cairo, rect, radii);
         fillCurrentPath(*context_, color);
     }
 }
 
-void Raster::strokeRoundedRectangle(const Rect& rect, double radius, double lineWidth, const Color& color) {
-    if (!rect.isEmpty() && areFinite({rect.x, rect.y, rect.width, rect.height, radius, lineWidth}) &&
-        lineWidth > 0) {
-        setRoundedRectangle(context_->cairo, rect, radius);
+void Raster::strokeRoundedRectangle(const Rect& rect, Size2D radii, double lineWidth, const Color& color) {
+    if (!rect.isEmpty() && lineWidth > 0 &&
+        areFinite({rect.x, rect.y, rect.width, rect.height, radii.width, radii.height, lineWidth})) {
+        setRoundedRectangle(context_->cairo, rect, radii);
         strokeCurrentPath(*context_, lineWidth, color);
     }
+}
+
+void Raster::strokeLine(Vec2 from, Vec2 to, double lineWidth, const Color& color) {
+    if (from.isFinite() && to.isFinite() && std::isfinite(lineWidth) && lineWidth > 0) {
+        cairo_new_path(context_->cairo);
+        cairo_move_to(context_->cairo, from.x, from.y);
+        cairo_line_to(context_->cairo, to.x, to.y);
+        strokeCurrentPath(*context_, lineWidth, color);
+    }
+}
+
+Image Raster::image() const {
+    return Image::pixels(pixels()).transformed(placement_);
 }
 
 PixelBuffer Raster::pixels() const {

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "TavrinKit/Imaging/Image.h"
 #include "TavrinKit/Imaging/Raster.h"
+#include "TavrinKit/Support/Geometry.h"
 
 namespace tavrin {
 
@@ -24,6 +26,9 @@ struct TextFont {
 /// thread may make one; it belongs to the thread that did.
 class TextLine {
 public:
+    /// A longer text is cut.
+    static constexpr std::size_t longestText = 16384; ///< bytes
+
     TextLine(std::string_view text, const TextFont& font);
     ~TextLine();
     TextLine(TextLine&&) noexcept;
@@ -35,6 +40,38 @@ public:
 
     /// @param baseline  the line's start, in the raster's coordinates; text stands upright in either of them
     void draw(Raster& raster, Vec2 baseline, const Color& color) const;
+
+private:
+    struct Implementation;
+    std::unique_ptr<Implementation> implementation_;
+};
+
+enum class TextAlignment { left, center, right };
+
+/// A text set into a column: lines break between words, within a word only where it is longer than the column
+/// is wide, and where the text has a line break.
+///
+/// Scripts that run from right to left do so within their lines; left and right mean the column's sides
+/// whatever the script. Measures, other typefaces and threads as for TextLine.
+class TextBlock {
+public:
+    /// A longer text is cut: no picture has room for it.
+    static constexpr std::size_t longestText = 16384; ///< bytes
+
+    /// @param width  of the column, pixels; finite and positive
+    TextBlock(std::string_view text, const TextFont& font, double width,
+              TextAlignment alignment = TextAlignment::left);
+    ~TextBlock();
+    TextBlock(TextBlock&&) noexcept;
+    TextBlock& operator=(TextBlock&&) noexcept;
+
+    [[nodiscard]] double height() const; ///< of all lines together, pixels
+    [[nodiscard]] int lineCount() const;
+
+    /// Draws the lines from the top of the rectangle downward, as many as it holds whole, and at least the
+    /// first; nothing beyond its edges.
+    /// @param rect  in the raster's coordinates, as wide as the column
+    void draw(Raster& raster, const Rect& rect, const Color& color) const;
 
 private:
     struct Implementation;
