@@ -22,11 +22,11 @@ struct CameraCompositeContext {
     [[nodiscard]] double cameraTime(double sourceTime) const;
 };
 
-/// Puts the camera's picture into a corner of the frame: its backdrop, a shadow, the picture with round corners
-/// and the faint veil that is its border.
+/// Puts the camera's picture into a corner of the frame: its backdrop, a shadow, the picture with round
+/// corners and the faint veil that is its border.
 ///
-/// What doesn't depend on the camera's pictures is the same piece of recipe from frame to frame. Immutable; any
-/// thread.
+/// What doesn't depend on the camera's pictures is the same piece of recipe from frame to frame. Immutable;
+/// any thread.
 class CameraPiPLayer {
 public:
     explicit CameraPiPLayer(CameraCompositeContext context);

@@ -106,37 +106,47 @@ Image softDisc(Vec2 center, double radius0, const Color& color, double radius1, 
     return Image::radialGradient(center, radius0, color, radius1, edge).cropped(frame.intersection(bounds));
 }
 
-Image centerCrop(const Image& image, double targetAspect) {
-    const Rect& extent = image.extent();
+Rect centerCropRect(const Rect& extent, double targetAspect) {
     if (!hasArea(extent) || !(targetAspect > 0) || !std::isfinite(targetAspect)) {
-        return image;
+        return extent;
     }
     const double aspect = extent.width / divisor(extent.height);
     if (aspect > targetAspect) {
         const double width = extent.height * targetAspect;
-        return image.cropped({extent.midX() - width / 2, extent.minY(), width, extent.height});
+        return {extent.midX() - width / 2, extent.minY(), width, extent.height};
     }
     if (aspect < targetAspect) {
         const double height = extent.width / targetAspect;
-        return image.cropped({extent.minX(), extent.midY() - height / 2, extent.width, height});
+        return {extent.minX(), extent.midY() - height / 2, extent.width, height};
     }
-    return image;
+    return extent;
+}
+
+Image centerCrop(const Image& image, double targetAspect) {
+    return image.cropped(centerCropRect(image.extent(), targetAspect));
+}
+
+Rect seenPart(const Rect& extent, const Rect& output) {
+    return hasArea(output) ? centerCropRect(extent, output.width / divisor(output.height)) : extent;
+}
+
+Vec2 outputScale(const Rect& seen, const Rect& output) {
+    return {output.width / divisor(seen.width), output.height / divisor(seen.height)};
 }
 
 Image renderToOutput(const Image& image, const Rect& output) {
     if (!hasArea(output) || image.isEmpty()) {
         return image;
     }
-    const Image cut = centerCrop(image, output.width / divisor(output.height));
+    const Image cut = image.cropped(seenPart(image.extent(), output));
     const Rect& extent = cut.extent();
     if (extent == output) {
         return cut;
     }
-    const double scaleX = output.width / divisor(extent.width);
-    const double scaleY = output.height / divisor(extent.height);
+    const Vec2 scale = outputScale(extent, output);
     return cut.translated(-extent.minX(), -extent.minY())
         .clampedToExtent()
-        .transformed(AffineTransform::scale(scaleX, scaleY))
+        .transformed(AffineTransform::scale(scale.x, scale.y))
         .cropped(output);
 }
 

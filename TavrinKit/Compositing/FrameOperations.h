@@ -45,9 +45,21 @@ namespace tavrin {
 [[nodiscard]] Image softDisc(Vec2 center, double radius0, const Color& color, double radius1,
                              const Color& edge, const Rect& frame);
 
+/// The largest part of a rectangle that has this aspect, in its middle.
+/// @param targetAspect  width / height
+[[nodiscard]] Rect centerCropRect(const Rect& extent, double targetAspect);
+
 /// The largest part of the image of this aspect, cut from its middle.
 /// @param targetAspect  width / height
 [[nodiscard]] Image centerCrop(const Image& image, double targetAspect);
+
+/// The part of a frame of this extent that `renderToOutput` shows: what lies outside is cut away at the end.
+/// Whatever is to be seen whole is laid out in it.
+[[nodiscard]] Rect seenPart(const Rect& extent, const Rect& output);
+
+/// Pixels of the output to a pixel of the frame, on each axis.
+/// @param seen  the part of the frame that is shown
+[[nodiscard]] Vec2 outputScale(const Rect& seen, const Rect& output);
 
 /// Brings the image to the output's size: centre-cropped to its aspect, never letterboxed.
 [[nodiscard]] Image renderToOutput(const Image& image, const Rect& output);
