@@ -25,4 +25,19 @@ private:
     using ErrorFamily::ErrorFamily;
 };
 
+/// Runs what makes a movie so that everything but an ExportError arrives as the cause of one; a cancelled wait
+/// as `cancelled`.
+template <typename Work>
+auto withExportErrors(Work work) {
+    try {
+        return work();
+    } catch (const ExportError&) {
+        throw;
+    } catch (const CancellationError&) {
+        throw ExportError::cancelled();
+    } catch (...) {
+        throw ExportError::exportFailed(std::current_exception());
+    }
+}
+
 } // namespace tavrin
