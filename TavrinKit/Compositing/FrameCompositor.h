@@ -57,6 +57,8 @@ public:
     [[nodiscard]] Image compose(double editedTime, const Image& source) const;
 
 private:
+    [[nodiscard]] Image blurredOrZoomed(double editedTime, const Image& source,
+                                        const CameraTransform& camera) const;
     [[nodiscard]] CursorFrameState cursorState(double sourceTime) const;
 
     Inputs inputs_;

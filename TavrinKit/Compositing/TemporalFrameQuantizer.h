@@ -4,6 +4,14 @@
 
 namespace tavrin {
 
+/// A time that was asked of a decoder: `value` / `timescale` seconds.
+struct TemporalSampleCacheKey {
+    std::int64_t value = 0;
+    std::int32_t timescale = 60000;
+
+    friend bool operator==(const TemporalSampleCacheKey&, const TemporalSampleCacheKey&) = default;
+};
+
 /// The grid of frames on which a movie is sampled.
 struct TemporalFrameQuantizer {
     double durationSeconds = 0; ///< of the movie; unknown unless positive
@@ -20,6 +28,9 @@ struct TemporalFrameQuantizer {
 
     /// A time safely inside that frame and inside the movie.
     [[nodiscard]] double sampleTime(std::int64_t key) const;
+
+    /// A time in whole units of the preferred time scale.
+    [[nodiscard]] TemporalSampleCacheKey cacheKey(double time) const;
 };
 
 } // namespace tavrin
