@@ -163,20 +163,6 @@ ExportResult runExport(const ExportRequest& request, RisingProgress& progress, c
     return result;
 }
 
-/// Runs an export so that everything but its own errors arrives as the cause of one of them.
-template <typename Export>
-ExportResult withExportErrors(Export run) {
-    try {
-        return run();
-    } catch (const ExportError&) {
-        throw;
-    } catch (const CancellationError&) {
-        throw ExportError::cancelled();
-    } catch (...) {
-        throw ExportError::exportFailed(std::current_exception());
-    }
-}
-
 } // namespace
 
 ExportResult FFmpegMP4Exporter::exportMovie(const ExportRequest& request,

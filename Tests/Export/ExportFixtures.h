@@ -44,8 +44,8 @@ struct SyntheticMovie {
     PixelSize size{192, 108};
     std::vector<double> times; ///< when each picture begins; its number is its index
     double endTime = 0;
-    std::optional<std::vector<float>> sound;       ///< mono, 48 kHz
-    std::function<PixelBuffer(int index)> picture; ///< absent: numbered pictures
+    std::optional<std::vector<float>> sound{};       ///< mono, 48 kHz
+    std::function<PixelBuffer(int index)> picture{}; ///< absent: numbered pictures
 };
 
 /// Writes a movie of variable rate.
