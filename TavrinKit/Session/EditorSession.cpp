@@ -95,21 +95,11 @@ void EditorSession::setSelectedExportAspect(std::optional<ExportAspectPreset> as
 }
 
 bool EditorSession::undo() {
-    if (undoStack_.empty()) {
-        return false;
-    }
-    redoStack_.push_back(std::exchange(edits_, undoStack_.back()));
-    undoStack_.pop_back();
-    return true;
+    return step(undoStack_, redoStack_);
 }
 
 bool EditorSession::redo() {
-    if (redoStack_.empty()) {
-        return false;
-    }
-    undoStack_.push_back(std::exchange(edits_, redoStack_.back()));
-    redoStack_.pop_back();
-    return true;
+    return step(redoStack_, undoStack_);
 }
 
 void EditorSession::save() const {
@@ -125,10 +115,10 @@ TimelineModel EditorSession::prepareReframedTimeline(Size2D sourceSize, AspectPr
 void EditorSession::mutate(const std::function<void(EditsDocument&)>& change) {
     EditsDocument changed = edits();
     change(changed);
-    if (changed == edits()) {
-        return;
+    if (!(changed == edits())) {
+        recordMutation(edits());
+        setEdits(std::move(changed));
     }
-    recordMutation(std::exchange(edits_, std::make_shared<const EditsDocument>(std::move(changed))));
 }
 
 void EditorSession::editVideoTrack(const std::function<void(VideoTrack&)>& edit) {
@@ -146,12 +136,26 @@ void EditorSession::editVideoTrack(const std::function<void(VideoTrack&)>& edit)
     mutateTimeline([&](TimelineModel& timeline) { timeline.videoTrack = std::move(track); });
 }
 
-void EditorSession::recordMutation(Snapshot previous) {
-    undoStack_.push_back(std::move(previous));
+void EditorSession::recordMutation(const EditsDocument& previous) {
+    const EditsSnapshot* neighbour = !undoStack_.empty()   ? &undoStack_.back()
+                                     : !redoStack_.empty() ? &redoStack_.back()
+                                                           : nullptr;
+    EditsSnapshot snapshot(previous, neighbour);
+    undoStack_.push_back(std::move(snapshot));
     if (undoStack_.size() > undoLimit) {
         undoStack_.erase(undoStack_.begin(), undoStack_.end() - std::ptrdiff_t(undoLimit));
     }
     redoStack_.clear();
+}
+
+bool EditorSession::step(std::vector<EditsSnapshot>& from, std::vector<EditsSnapshot>& to) {
+    if (from.empty()) {
+        return false;
+    }
+    to.emplace_back(edits(), &from.back());
+    setEdits(from.back().document());
+    from.pop_back();
+    return true;
 }
 
 void encode(Json& json, const InspectorState& value) {

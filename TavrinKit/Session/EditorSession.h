@@ -15,6 +15,7 @@
 #include "TavrinKit/Project/EventTimeline.h"
 #include "TavrinKit/Project/ExportAspectPreset.h"
 #include "TavrinKit/Project/ProjectPackage.h"
+#include "TavrinKit/Session/EditsSnapshot.h"
 #include "TavrinKit/Support/Json.h"
 #include "TavrinKit/Support/UUID.h"
 
@@ -48,7 +49,7 @@ enum class AutoZoomApplyStrategy {
 /// overlap has been made when `VideoTrackEditError::overlapDetected` says so, and can't be undone. Unsaved
 /// edits are lost with the session; saving is the caller's decision.
 ///
-/// A value: a copy is a session of its own, and cheap, because copies share the events and the documents of
+/// A value: a copy is a session of its own, and cheap, because copies share the events and the contents of
 /// the history. Not to be changed from two threads at once.
 class EditorSession {
 public:
@@ -122,19 +123,18 @@ public:
     [[nodiscard]] TimelineModel prepareReframedTimeline(Size2D sourceSize, AspectPreset aspectPreset) const;
 
 private:
-    using Snapshot = std::shared_ptr<const EditsDocument>;
-
     void mutate(const std::function<void(EditsDocument&)>& change);
     void editVideoTrack(const std::function<void(VideoTrack&)>& edit);
-    void recordMutation(Snapshot previous);
+    void recordMutation(const EditsDocument& previous);
+    bool step(std::vector<EditsSnapshot>& from, std::vector<EditsSnapshot>& to);
 
     ProjectPackage package_;
     std::shared_ptr<const EventTimeline> events_;
-    Snapshot edits_;
+    std::shared_ptr<const EditsDocument> edits_;
     InspectorState inspector_;
     PreviewPerformanceProfile previewPerformance_;
-    std::vector<Snapshot> undoStack_; ///< the most recent last
-    std::vector<Snapshot> redoStack_; ///< the most recent last
+    std::vector<EditsSnapshot> undoStack_; ///< the most recent last
+    std::vector<EditsSnapshot> redoStack_; ///< the most recent last
 };
 
 template <>
