@@ -2,13 +2,8 @@
 
 namespace tavrin {
 
-EffectBakingError EffectBakingError::unsupportedEdit(const std::string& edit) {
-    return {EffectBakingErrorKind::unsupportedEdit, edit + " can't be exported yet."};
-}
-
-EffectBakingError EffectBakingError::bakingUnavailable() {
-    return {EffectBakingErrorKind::bakingUnavailable,
-            "Effects can't be baked into an intermediate movie yet."};
+EffectBakingError EffectBakingError::extraAudioMissing() {
+    return {EffectBakingErrorKind::extraAudioMissing, "Extra audio overlay file is missing."};
 }
 
 } // namespace tavrin

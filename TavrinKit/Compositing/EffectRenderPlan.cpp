@@ -1,106 +1,87 @@
 #include "TavrinKit/Compositing/EffectRenderPlan.h"
 
-#include <algorithm>
-#include <cmath>
 #include <memory>
+#include <utility>
 
-#include "TavrinKit/Compositing/EffectBakingError.h"
-#include "TavrinKit/Compositing/ExportError.h"
+#include "TavrinKit/Compositing/CameraComposite.h"
 #include "TavrinKit/Compositing/FrameCompositor.h"
+#include "TavrinKit/Compositing/PlannedMedia.h"
+#include "TavrinKit/Compositing/SourcePreparing.h"
+#include "TavrinKit/Compositing/SourceTiming.h"
+#include "TavrinKit/Effects/MotionBlurEngine.h"
+#include "TavrinKit/Project/PlaybackTrim.h"
+#include "TavrinKit/Project/TavrinConstants.h"
 #include "TavrinKit/Support/Cancellation.h"
 
 namespace tavrin {
 namespace {
 
-MediaAsset openScreenMovie(const ProjectPackage& package) {
-    try {
-        MediaAsset asset = MediaAsset::open(package.screenURL());
-        if (!asset.hasVideo()) {
-            throw MediaError::noVideoTrack(asset.path());
-        }
-        return asset;
-    } catch (...) {
-        throw ExportError::exportFailed(std::current_exception());
-    }
+/// The edits on the clock of what is left after the trim.
+struct PlannedEdit {
+    TimelineModel timeline;
+    std::shared_ptr<const EventTimeline> events;
+    double sourceStart = 0; ///< of the clock within the untrimmed take
+};
+
+std::optional<ClipTimeRange> activeTrim(const TimelineModel& timeline, double sourceDuration) {
+    const ClipTimeRange range =
+        PlaybackTrim::resolvedRange(timeline, sourceDuration, TavrinConstants::minimumTrimDuration);
+    return PlaybackTrim::isActive(range, sourceDuration) ? std::optional(range) : std::nullopt;
 }
 
-/// Less than half a frame at both ends counts as no trim.
-bool isTrimmed(const TimelineModel& timeline, double duration) {
-    constexpr double epsilon = 1.0 / 120;
-    return timeline.trimRange &&
-           (timeline.trimRange->startTime > epsilon || timeline.trimRange->endTime < duration - epsilon);
-}
-
-/// What would be missing in the movie without a word.
-void refuseUnsupportedEdits(const TimelineModel& timeline, const ProjectPackage& package, double duration) {
-    const auto refuseIf = [](bool present, const char* edit) {
-        if (present) {
-            throw EffectBakingError::unsupportedEdit(edit);
-        }
-    };
-    refuseIf(isTrimmed(timeline, duration), "Trims");
-    refuseIf(!timeline.speedTrack.regions.empty(), "Speed changes");
-    refuseIf(!timeline.extraAudioTrack.regions.empty(), "Extra sound tracks");
-    refuseIf(timeline.cameraPiPTrack.style.enabled && !package.manifest().cameraTracks.empty(),
-             "Camera pictures");
-    refuseIf(!timeline.annotationTrack.regions.empty(), "Annotations");
-    refuseIf(timeline.watermarkTrack.style.enabled, "Watermarks");
-}
-
-PixelSize pixelSizeOf(const ExportResolution& resolution) {
-    return {resolution.width, resolution.height};
-}
-
-Size2D displaySizeOf(const MediaAsset& asset) {
+Size2D sourceSizeOf(const MediaAsset& asset) {
     const PixelSize size = asset.videoTrack().displaySize;
     return {double(size.width), double(size.height)};
 }
 
-VideoComposition makeComposition(const EditorSession& session, const MediaAsset& asset,
-                                 TimelineModel timeline, const ExportPreset& preset) {
-    const TimelineTimeMapper timeMapper(asset.duration(), timeline.speedTrack.regions);
+PlannedEdit makePlannedEdit(const EditorSession& session, Size2D sourceSize, const ExportPreset& preset,
+                            const std::optional<ClipTimeRange>& trim) {
+    TimelineModel timeline = session.prepareReframedTimeline(sourceSize, preset.aspect);
+    if (!trim) {
+        return {std::move(timeline), session.sharedEvents()};
+    }
+    return {PlaybackTrim::trimmedTimeline(timeline, *trim),
+            std::make_shared<const EventTimeline>(PlaybackTrim::trimmedEvents(session.events(), *trim)),
+            trim->startTime};
+}
+
+MotionBlurPlan makeMotionBlurPlan(const TimelineModel& timeline, const ExportPreset& preset) {
+    const bool isPreview = preset.mode == ExportSpeedQualityMode::fastPreview;
+    return MotionBlurEngine::plan(timeline.motionBlurStyle,
+                                  isPreview ? MotionBlurQualityMode::preview : MotionBlurQualityMode::export_,
+                                  preset.fps);
+}
+
+std::optional<FrameCompositor::MotionBlur> makeMotionBlur(const MotionBlurPlan& plan,
+                                                          const MediaAsset& editedAsset,
+                                                          const TemporalFrameSampler::Options& options) {
+    if (!(plan.intensity > 0) || plan.temporalOffsets.size() < 2) {
+        return std::nullopt;
+    }
+    return FrameCompositor::MotionBlur{plan,
+                                       std::make_shared<const TemporalFrameSampler>(editedAsset, options)};
+}
+
+VideoComposition makeComposition(const EditorSession& session, const ExportPreset& preset,
+                                 const MediaAsset& editedAsset, const PlannedEdit& edit,
+                                 const TimelineTimeMapper& timeMapper, const SampledSources& sources) {
+    const PixelSize renderSize{preset.resolution.width, preset.resolution.height};
     const auto compositor = std::make_shared<const FrameCompositor>(FrameCompositor::Inputs{
-        .events = session.sharedEvents(),
-        .timeline = std::move(timeline),
+        .events = edit.events,
+        .timeline = edit.timeline,
         .timeMapper = timeMapper,
-        .sourceDuration = asset.duration(),
+        .sourceDuration = timeMapper.sourceDuration(),
         .sourceEmbedsCursor = !session.package().manifest().cursorExcluded,
         .packageRoot = session.package().rootURL(),
-        .outputSize = pixelSizeOf(preset.resolution),
+        .motionBlur = sources.motionBlur,
+        .camera = sources.camera,
+        .outputSize = renderSize,
     });
-    return {pixelSizeOf(preset.resolution), preset.wholeFramesPerSecond(),
+    return {renderSize, preset.wholeFramesPerSecond(),
             [compositor](const CompositionRequest& request) {
                 return compositor->compose(request.time, request.source);
-            }};
-}
-
-AudioTrackRole roleOfTrack(int index) {
-    switch (index) {
-    case 0:
-        return AudioTrackRole::system;
-    case 1:
-        return AudioTrackRole::microphone;
-    default:
-        return AudioTrackRole::camera;
-    }
-}
-
-double noiseReductionPenaltyDB(NoiseReductionLevel level) {
-    switch (level) {
-    case NoiseReductionLevel::off:
-        return 0;
-    case NoiseReductionLevel::low:
-        return -0.8;
-    case NoiseReductionLevel::medium:
-        return -1.6;
-    case NoiseReductionLevel::high:
-        return -2.4;
-    }
-    return 0;
-}
-
-double factorOfDB(double decibels) {
-    return std::pow(10, decibels / 20);
+            },
+            sourceOpener(editedAsset, timeMapper, sources)};
 }
 
 } // namespace
@@ -108,47 +89,32 @@ double factorOfDB(double decibels) {
 EffectRenderPlan makeEffectRenderPlan(const EditorSession& session, const ExportPreset& preset,
                                       const std::stop_token& stop) {
     throwIfCancelled(stop);
-    const MediaAsset asset = openScreenMovie(session.package());
+    const ProjectPackage& package = session.package();
+    PlannedMedia media = openRecording(package);
+    const auto trim = activeTrim(session.edits().timeline, media.asset.duration());
+    if (trim) {
+        media = makeTrimmedComposition(std::move(media), *trim);
+    }
+    const SourceTiming timing = SourceTiming::of(media.asset, TavrinConstants::defaultFPS);
     throwIfCancelled(stop);
-    TimelineModel timeline = session.prepareReframedTimeline(displaySizeOf(asset), preset.aspect);
-    refuseUnsupportedEdits(timeline, session.package(), asset.duration());
 
-    EffectRenderPlan plan{asset, {}, {}};
-    if (asset.audioTrackCount() > 0) {
-        plan.audioMix = makeAudioMix(asset.audioTrackCount(), timeline.audioMix, asset.duration());
+    const PlannedEdit edit = makePlannedEdit(session, sourceSizeOf(media.asset), preset, trim);
+    const TimelineModel& timeline = edit.timeline;
+    const TimelineTimeMapper timeMapper(media.asset.duration(), timeline.speedTrack.regions);
+    media = makeEditedComposition(std::move(media), timeMapper, timeline.extraAudioTrack, package.rootURL());
+    throwIfCancelled(stop);
+
+    const SampledSources sources{
+        makeMotionBlur(makeMotionBlurPlan(timeline, preset), media.asset,
+                       timing.samplerOptions(media.asset.duration(), isRetimed(timeMapper))),
+        makeCameraCompositeContext(package, timeline.cameraPiPTrack.style, TavrinConstants::defaultFPS,
+                                   edit.sourceStart)};
+    EffectRenderPlan plan{
+        media.asset, makeComposition(session, preset, media.asset, edit, timeMapper, sources), {}};
+    if (!media.audioTracks.empty()) {
+        plan.audioMix = makeAudioMix(media.audioTracks, timeline.audioMix, media.asset.duration());
     }
-    plan.videoComposition = makeComposition(session, asset, std::move(timeline), preset);
     return plan;
-}
-
-std::vector<double> resolvedTrackVolumes(int trackCount, const AudioMixState& mixState) {
-    std::vector<double> volumes;
-    for (int track = 0; track < trackCount; ++track) {
-        const AudioTrackStyle style = mixState.style(roleOfTrack(track));
-        const double volume =
-            factorOfDB(style.gainDB) * factorOfDB(noiseReductionPenaltyDB(style.noiseReductionLevel));
-        volumes.push_back(style.muted ? 0 : std::clamp(volume, 0.0, 4.0));
-    }
-    return volumes;
-}
-
-AudioMix makeAudioMix(int trackCount, const AudioMixState& mixState, double duration) {
-    AudioMix mix;
-    const std::vector<double> volumes = resolvedTrackVolumes(trackCount, mixState);
-    for (int track = 0; track < trackCount; ++track) {
-        const AudioTrackStyle style = mixState.style(roleOfTrack(track));
-        const double volume = volumes[std::size_t(track)];
-        const double fadeIn = std::min(style.fadeInSeconds, duration);
-        const double fadeOut = std::min(style.fadeOutSeconds, duration);
-        AudioTrackMix& trackMix = mix.tracks.emplace_back(AudioTrackMix{volume, {}});
-        if (fadeIn > 0) {
-            trackMix.ramps.push_back({0, fadeIn, 0, volume});
-        }
-        if (fadeOut > 0) {
-            trackMix.ramps.push_back({duration - fadeOut, duration, volume, 0});
-        }
-    }
-    return mix;
 }
 
 } // namespace tavrin

@@ -2,7 +2,6 @@
 
 #include <optional>
 #include <stop_token>
-#include <vector>
 
 #include "TavrinKit/Compositing/AudioMix.h"
 #include "TavrinKit/Compositing/MediaAsset.h"
@@ -12,25 +11,22 @@
 
 namespace tavrin {
 
-/// An edit as a timed media object: what plays, how each frame is drawn, how loud each track is.
+/// An edit as a timed media object: what plays and at which speed, how each frame is drawn, how loud each
+/// track is.
 struct EffectRenderPlan {
-    MediaAsset asset;
+    MediaAsset asset; ///< the edited recording, on the clock of the finished movie
     VideoComposition videoComposition;
     std::optional<AudioMix> audioMix; ///< absent when the asset is silent
 };
 
+/// Plans the movie of a session. No picture is decoded.
+///
+/// An edit without trim, speed regions and extra sound plays straight from the recording. Whatever numbers
+/// the edits hold, there is a plan. Side files that are missing or can't be read cost their layer or track
+/// and a line in the log; only a file of extra sound must be there.
 /// @throws ExportError (exportFailed) when the session's screen movie can't be opened or has no pictures;
-///         EffectBakingError for edits that can't be played yet; CancellationError
+///         EffectBakingError (extraAudioMissing); CancellationError
 [[nodiscard]] EffectRenderPlan makeEffectRenderPlan(const EditorSession& session, const ExportPreset& preset,
                                                     const std::stop_token& stop);
-
-/// The linear volume of each of an asset's audio tracks. Their roles go by position: system sound, then the
-/// microphone, any other is a camera's. Noise reduction takes away loudness; a muted role is silent.
-/// @return a value in 0...4 for each track
-[[nodiscard]] std::vector<double> resolvedTrackVolumes(int trackCount, const AudioMixState& mixState);
-
-/// The volumes with the fades of each role at both ends.
-/// @param duration  seconds; no fade is longer
-[[nodiscard]] AudioMix makeAudioMix(int trackCount, const AudioMixState& mixState, double duration);
 
 } // namespace tavrin

@@ -1,0 +1,56 @@
+#include "TavrinKit/Compositing/CameraComposite.h"
+
+#include <exception>
+#include <filesystem>
+#include <memory>
+#include <utility>
+
+#include "TavrinKit/Compositing/EffectBakingLog.h"
+#include "TavrinKit/Compositing/SourceTiming.h"
+#include "TavrinKit/Media/MediaError.h"
+
+namespace tavrin {
+namespace {
+
+std::optional<MediaAsset> openCameraMovie(const std::filesystem::path& path) {
+    const LogMetadata metadata{{"path", path.string()}};
+    try {
+        MediaAsset asset = MediaAsset::open(path);
+        if (asset.hasVideo()) {
+            return asset;
+        }
+        logEffectBakingRecoverableFailure("makeCameraCompositeContext.loadVideoTracks",
+                                          std::make_exception_ptr(MediaError::noVideoTrack(path)), metadata);
+    } catch (...) {
+        logEffectBakingRecoverableFailure("makeCameraCompositeContext.loadDuration", std::current_exception(),
+                                          metadata);
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::optional<CameraCompositeContext> makeCameraCompositeContext(const ProjectPackage& package,
+                                                                 const CameraPiPStyle& style,
+                                                                 double fallbackFPS,
+                                                                 double sourceStartOffsetSeconds) {
+    if (!style.enabled || package.manifest().cameraTracks.empty()) {
+        return std::nullopt;
+    }
+    const CameraTrackDescriptor track = package.manifest().cameraTracks.front().normalized();
+    const std::optional<MediaAsset> asset = openCameraMovie(package.cameraURL(track));
+    if (!asset) {
+        return std::nullopt;
+    }
+    const auto options = SourceTiming::of(*asset, fallbackFPS).samplerOptions(asset->duration(), false);
+    return CameraCompositeContext{
+        .sampler = std::make_shared<const TemporalFrameSampler>(*asset, options),
+        .style = style,
+        .timebaseOffsetSeconds = track.timebaseOffsetSeconds,
+        .driftMillisecondsPerHour = track.driftMillisecondsPerHour,
+        .durationSeconds = asset->duration(),
+        .sourceStartOffsetSeconds = sourceStartOffsetSeconds,
+    };
+}
+
+} // namespace tavrin

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <span>
+
+#include "ExportFixtures.h"
+#include "TavrinKit/Session/EditorSession.h"
+
+namespace tavrin::fixtures {
+
+// Each sound of a take is a tone of its own, in hertz.
+inline constexpr double systemTone = 500;
+inline constexpr double microphoneTone = 1200;
+inline constexpr double extraTone = 3000;
+
+/// A sound file with a tone.
+void writeTone(const std::filesystem::path& path, double frequency, double seconds);
+
+/// The amplitude of a frequency in mono sound at 48 kHz.
+[[nodiscard]] double toneLevel(std::span<const float> sound, double frequency);
+
+struct TakeOptions {
+    bool screenSound = true; ///< in the screen movie
+    bool microphone = false; ///< a file of its own, as the next two
+    bool systemFile = false;
+    bool camera = false;
+};
+
+/// A package with a screen movie of three seconds, whose 180 pictures bear their numbers, open for editing:
+/// nothing frames, blurs or covers the pictures unless `edit` says so.
+[[nodiscard]] EditorSession makeTake(const TemporaryFolder& folder,
+                                     const std::function<void(TimelineModel&)>& edit = {},
+                                     TakeOptions options = {});
+
+} // namespace tavrin::fixtures
