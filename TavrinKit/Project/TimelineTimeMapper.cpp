@@ -26,6 +26,11 @@ std::vector<SpeedRegion> normalizedRegions(std::vector<SpeedRegion> regions, dou
     return result;
 }
 
+/// Keeps rounding from leaving the range.
+double heldTo(const ClipTimeRange& range, double time) {
+    return clampedTo(time, range.startTime, range.endTime);
+}
+
 bool contains(const ClipTimeRange& range, double time) {
     return range.startTime <= time && time <= range.endTime;
 }
@@ -54,7 +59,8 @@ double TimelineTimeMapper::editedTime(double sourceTime) const {
     const double time = clampedTo(sourceTime, 0, sourceDuration_);
     for (const Segment& segment : segments_) {
         if (contains(segment.sourceRange, time)) {
-            return segment.editedRange.startTime + (time - segment.sourceRange.startTime) / segment.speed;
+            const double passed = (time - segment.sourceRange.startTime) / segment.speed;
+            return heldTo(segment.editedRange, segment.editedRange.startTime + passed);
         }
     }
     return clampedTo(time, 0, editedDuration_);
@@ -64,7 +70,8 @@ double TimelineTimeMapper::sourceTime(double editedTime) const {
     const double time = clampedTo(editedTime, 0, editedDuration_);
     for (const Segment& segment : segments_) {
         if (contains(segment.editedRange, time)) {
-            return segment.sourceRange.startTime + (time - segment.editedRange.startTime) * segment.speed;
+            const double passed = (time - segment.editedRange.startTime) * segment.speed;
+            return heldTo(segment.sourceRange, segment.sourceRange.startTime + passed);
         }
     }
     return clampedTo(time, 0, sourceDuration_);

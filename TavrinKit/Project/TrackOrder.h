@@ -1,17 +1,22 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 #include <vector>
 
 #include "TavrinKit/Support/UUID.h"
 
 namespace tavrin {
 
-/// By start, then id; stable.
+/// By start, then id; stable. A start that is no number comes first.
 template <typename Region>
 void sortByStartThenID(std::vector<Region>& regions) {
-    std::ranges::stable_sort(regions, [](const Region& a, const Region& b) {
-        return a.startTime != b.startTime ? a.startTime < b.startTime : a.id < b.id;
+    const auto key = [](const Region& region) {
+        return std::isnan(region.startTime) ? -std::numeric_limits<double>::infinity() : region.startTime;
+    };
+    std::ranges::stable_sort(regions, [&](const Region& a, const Region& b) {
+        return key(a) != key(b) ? key(a) < key(b) : a.id < b.id;
     });
 }
 

@@ -1,4 +1,7 @@
+#include <algorithm>
+#include <cmath>
 #include <limits>
+#include <random>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -166,6 +169,44 @@ TEST(TimelineTimeMapperTests, goesThereAndBack) {
         EXPECT_EQ(mapper.editedDuration(), 0);
         EXPECT_EQ(mapper.editedTime(5), 0);
         EXPECT_EQ(mapper.sourceTime(5), 0);
+    }
+}
+
+/// Whatever regions a file holds, in whatever order.
+TEST(TimelineTimeMapperTests, theWayThereIsTheWayBack) {
+    constexpr double extremes[] = {-1e308, 1e308, 0, -0.0, 5e-324, nan};
+    for (unsigned seed = 0; seed < 300; ++seed) {
+        std::mt19937 random(seed);
+        const auto below = [&](int count) {
+            return std::uniform_int_distribution(0, count - 1)(random);
+        };
+        const double duration = below(20) == 0 ? 1e308 : std::uniform_real_distribution(0.01, 4000.0)(random);
+        const auto anyTime = [&] {
+            return below(8) == 0 ? extremes[below(6)]
+                                 : std::uniform_real_distribution(-0.1, 1.1)(random) * duration;
+        };
+        std::vector<SpeedRegion> regions;
+        for (int i = below(12); i > 0; --i) {
+            const double start = i % 3 == 0 && !regions.empty() ? regions.back().startTime : anyTime();
+            regions.push_back(region(start, anyTime(), PlaybackSpeed(below(7)), std::uint8_t(i)));
+        }
+        const TimelineTimeMapper mapper(duration, regions);
+        std::shuffle(regions.begin(), regions.end(), random);
+        ASSERT_EQ(TimelineTimeMapper(duration, regions).segments(), mapper.segments());
+        double last = 0;
+        for (int i = 0; i <= 200; ++i) {
+            const double source = duration * (i / 200.0);
+            const double edited = mapper.editedTime(source);
+            ASSERT_GE(edited, last);
+            ASSERT_LE(edited, mapper.editedDuration());
+            if (std::isfinite(mapper.editedDuration())) {
+                ASSERT_NEAR(mapper.sourceTime(edited), source, duration * 1e-12) << "seed " << seed;
+            }
+            last = edited;
+        }
+        for (const double time : extremes) {
+            ASSERT_FALSE(std::isnan(mapper.editedTime(time)) || std::isnan(mapper.sourceTime(time)));
+        }
     }
 }
 
