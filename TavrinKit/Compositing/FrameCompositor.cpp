@@ -8,6 +8,7 @@
 #include "TavrinKit/Effects/CursorPlaybackSupport.h"
 #include "TavrinKit/Effects/CursorRenderer.h"
 #include "TavrinKit/Effects/MotionBlurEngine.h"
+#include "TavrinKit/Effects/TypingRenderer.h"
 
 namespace tavrin {
 namespace {
@@ -24,7 +25,11 @@ FrameCompositor::Inputs completed(FrameCompositor::Inputs inputs) {
 FrameCompositor::FrameCompositor(Inputs inputs)
     : inputs_(completed(std::move(inputs))),
       lastActivity_(CursorPlaybackSupport::lastActivityTime(*inputs_.events)),
-      framing_(inputs_.timeline.framingTrack.style, inputs_.packageRoot) {}
+      typingBursts_(inputs_.events->keyEvents(), inputs_.timeline.typingTrack.style.burstGapSeconds),
+      framing_(inputs_.timeline.framingTrack.style, inputs_.packageRoot), cameraPiP_(inputs_.camera),
+      annotations_(inputs_.timeline.annotationTrack, inputs_.timeline.cropTrack.region,
+                   inputs_.timeline.framingTrack.style, inputs_.packageRoot),
+      watermark_(inputs_.timeline.watermarkTrack.style, inputs_.packageRoot) {}
 
 Image FrameCompositor::compose(double editedTime, const Image& source) const {
     const TimelineModel& timeline = inputs_.timeline;
@@ -35,10 +40,17 @@ Image FrameCompositor::compose(double editedTime, const Image& source) const {
     const Image zoomed = blurredOrZoomed(editedTime, source, camera);
     const Image cropped = applyCrop(zoomed, crop);
     const Image framed = framing_.applyFraming(cropped);
+    const Rect output{0, 0, double(inputs_.outputSize.width), double(inputs_.outputSize.height)};
+    const Rect seen = seenPart(framed.extent(), output);
+    const PixelGrid grid = PixelGrid::of(framed.extent(), output);
     const OverlayMapping mapping(source.extent(), camera, crop, framed.extent(), framing_.style());
-    const Image withCursor = cursor_.overlayCursor(framed, cursorState(sourceTime), mapping);
-    return renderToOutput(withCursor,
-                          {0, 0, double(inputs_.outputSize.width), double(inputs_.outputSize.height)});
+
+    Image frame = cameraPiP_ ? cameraPiP_->overlayCameraPiP(framed, sourceTime, camera, seen) : framed;
+    frame = cursor_.overlayCursor(frame, cursorState(sourceTime), mapping);
+    frame = typing_.overlayTyping(frame, typingState(sourceTime), seen, grid);
+    frame = annotations_.overlayAnnotations(frame, sourceTime, grid);
+    frame = watermark_.overlayWatermark(frame, seen, grid);
+    return renderToOutput(frame, output);
 }
 
 Image FrameCompositor::blurredOrZoomed(double editedTime, const Image& source,
@@ -67,6 +79,11 @@ CursorFrameState FrameCompositor::cursorState(double sourceTime) const {
                                           inputs_.sourceEmbedsCursor);
     state.bodyVisible = !inputs_.sourceEmbedsCursor;
     return state;
+}
+
+TypingFrameState FrameCompositor::typingState(double sourceTime) const {
+    return TypingRenderer::frameState(sourceTime, *inputs_.events, inputs_.timeline.typingTrack.style,
+                                      typingBursts_);
 }
 
 } // namespace tavrin

@@ -148,6 +148,10 @@ struct TextBlock::Implementation {
 
     Implementation(PangoLayout* made, double columnWidth, TextAlignment alignment) : layout(made) {
         pango_layout_set_wrap(layout, PANGO_WRAP_WORD_CHAR);
+        PangoAttrList* attributes = pango_attr_list_new();
+        pango_attr_list_insert(attributes, pango_attr_insert_hyphens_new(FALSE));
+        pango_layout_set_attributes(layout, attributes);
+        pango_attr_list_unref(attributes);
         pango_layout_set_width(layout, int(std::clamp(columnWidth, 1.0, widestColumn) * PANGO_SCALE));
         PangoLayoutIter* iterator = pango_layout_get_iter(layout);
         do {
