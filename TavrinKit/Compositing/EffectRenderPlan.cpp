@@ -106,7 +106,7 @@ EffectRenderPlan makeEffectRenderPlan(const EditorSession& session, const Export
 
     const SampledSources sources{
         makeMotionBlur(makeMotionBlurPlan(timeline, preset), media.asset,
-                       timing.samplerOptions(media.asset.duration(), isRetimed(timeMapper))),
+                       timing.samplerOptions(media.asset.duration(), trim || isRetimed(timeMapper))),
         makeCameraCompositeContext(package, timeline.cameraPiPTrack.style, TavrinConstants::defaultFPS,
                                    edit.sourceStart)};
     EffectRenderPlan plan{

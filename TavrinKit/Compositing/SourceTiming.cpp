@@ -86,9 +86,9 @@ SourceTiming SourceTiming::of(const MediaAsset& asset, double fallbackFrameRate)
     return {inferredSourceFrameRate(asset, fallbackFrameRate), sourceHasVariableFrameTiming(asset)};
 }
 
-TemporalFrameSampler::Options SourceTiming::samplerOptions(double duration, bool isRetimed) const {
+TemporalFrameSampler::Options SourceTiming::samplerOptions(double duration, bool isEdited) const {
     const double rate = isVariable ? std::max(TavrinConstants::defaultFPS, frameRate) : frameRate;
-    return {TemporalFrameQuantizer::make(duration, rate), isVariable || isRetimed};
+    return {TemporalFrameQuantizer::make(duration, rate), isVariable || isEdited};
 }
 
 } // namespace tavrin

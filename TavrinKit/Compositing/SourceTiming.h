@@ -31,11 +31,13 @@ struct SourceTiming {
     /// A variable source is sampled on an even grid of 60 steps a second, or its nominal rate where that is
     /// higher: each step shows what was on screen then, and is a sample of its own with the camera of its own
     /// time. So a zoom smears over a still screen as over a moving one, no sample's camera jumps back to when
-    /// its picture began, and nothing drifts.
+    /// its picture began, and nothing drifts. An edit is sampled so as well, on the grid of its source's
+    /// rate: its pictures begin beside the grid behind a cut, and stay for longer or shorter where the speed
+    /// changes.
     ///
-    /// @param duration   seconds, of the asset that is sampled
-    /// @param isRetimed  its pictures are shown for longer or shorter in places, and so at uneven times
-    [[nodiscard]] TemporalFrameSampler::Options samplerOptions(double duration, bool isRetimed) const;
+    /// @param duration  seconds, of the asset that is sampled
+    /// @param isEdited  the asset is a cut or retimed one
+    [[nodiscard]] TemporalFrameSampler::Options samplerOptions(double duration, bool isEdited) const;
 };
 
 } // namespace tavrin
