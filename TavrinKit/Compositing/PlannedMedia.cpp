@@ -1,6 +1,7 @@
 #include "TavrinKit/Compositing/PlannedMedia.h"
 
 #include <algorithm>
+#include <array>
 #include <exception>
 #include <filesystem>
 #include <optional>
@@ -29,6 +30,13 @@ MediaAsset openScreenMovie(const fs::path& path) {
     }
 }
 
+/// Finds out now rather than amid an export that nothing here can decode it.
+/// @throws MediaError, FileError
+void checkPlays(const MediaAsset& sound) {
+    std::array<float, 1> first{};
+    sound.openAudio(0, 48000, 1)->read(first);
+}
+
 /// Nothing for a file without sound that can be played; that is logged under the context.
 std::optional<MediaAsset> openSound(const fs::path& path, std::string_view context) {
     try {
@@ -36,6 +44,7 @@ std::optional<MediaAsset> openSound(const fs::path& path, std::string_view conte
         if (sound.audioTrackCount() == 0) {
             throw MediaError::noAudioTrack(path);
         }
+        checkPlays(sound);
         return sound;
     } catch (...) {
         logEffectBakingRecoverableFailure(context, std::current_exception(), {{"path", path.string()}});
