@@ -2,6 +2,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <numeric>
 #include <random>
 #include <string>
 #include <thread>
@@ -261,6 +262,39 @@ TEST(EffectRenderPlanTests, EveryRunOfACompositionReadsTheSamePictures) {
         EXPECT_EQ(first, expected) << isBlurred;
         EXPECT_EQ(second, expected) << isBlurred;
     }
+}
+
+/// The screen stands still for a second, in which the camera has come nearer; then a picture like the last
+/// one is recorded. Samples of the old picture mustn't show it from where the camera was when it came.
+TEST(EffectRenderPlanTests, APictureThatStoodLongLeavesNoGhostOfAnEarlierZoom) {
+    const TemporaryFolder folder;
+    const EditorSession session = makeTake(folder, [](TimelineModel& timeline) {
+        timeline.motionBlurStyle.intensity = 0.65;
+        timeline.zoomTrack.segments = {{.startTime = 0.3, .endTime = 2.5, .focus = {0.5, 0.5}, .scale = 2}};
+    });
+    SyntheticMovie still{.times = {0, 1.0 / 60, 1.5, 1.5 + 1.0 / 60}, .endTime = 3};
+    still.picture = [](int) {
+        const PixelBuffer picture = flatPicture({192, 108}, {16, 128, 128});
+        for (int y = 34; y < 74; ++y) {
+            std::fill_n(picture.row(0, y) + 76, 40, std::uint8_t(235));
+        }
+        return picture;
+    };
+    write(still, session.package().screenURL());
+    const EffectRenderPlan plan = planOf(session, smallPreset(192, 108, 30));
+    const SourcePreparation picture = plan.videoComposition.openSource();
+    const auto lightOf = [&](double time) {
+        const PixelBuffer frame = drawn(plan.videoComposition.handler({time, picture(time).value()}));
+        double sum = 0;
+        for (int y = 0; y < 108; ++y) {
+            sum = std::accumulate(frame.row(0, y), frame.row(0, y) + 192, sum);
+        }
+        return sum / (192 * 108);
+    };
+    const double before = lightOf(44.0 / 30);
+    EXPECT_GT(before, 2 * lightOf(0)) << "the camera is near";
+    EXPECT_NEAR(lightOf(45.0 / 30), before, 0.5);
+    EXPECT_NEAR(lightOf(46.0 / 30), before, 0.5);
 }
 
 /// Replaces fractions anywhere in a document by what no editor would write. A speed is one of a few names.
