@@ -109,7 +109,9 @@ private:
         } else if (below(3) == 0) {
             regions.erase(place);
         } else {
-            place->position.x = below(2) == 0 ? -0.0 : 0.0;
+            for (AnnotationRegion& region : regions) {
+                region.position.x = below(2) == 0 ? -0.0 : 0.0; // equal, but not written alike
+            }
             place->zIndex += below(2);
         }
     }
