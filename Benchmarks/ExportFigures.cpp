@@ -22,12 +22,14 @@ double speed(const ChildOutcome& outcome, const fs::path& movie) {
     return double(probeMedia(movie).video.at(0).frameCount) / outcome.wallSeconds;
 }
 
-double exportSpeed(const fs::path& package, const fs::path& movie) {
-    return speed(runChildOrThrow({ownProgram(), "--export", package.string(), movie.string()}), movie);
+double exportSpeed(const fs::path& package, const fs::path& movie, int rate) {
+    return speed(
+        runChildOrThrow({ownProgram(), "--export", package.string(), movie.string(), std::to_string(rate)}),
+        movie);
 }
 
 /// The same encoder settings as the export's, and nothing else.
-double transcodeSpeed(const fs::path& package, const fs::path& movie) {
+double transcodeSpeed(const fs::path& package, const fs::path& movie, int rate) {
     return speed(runChildOrThrow({"ffmpeg",
                                   "-nostdin",
                                   "-v",
@@ -36,7 +38,7 @@ double transcodeSpeed(const fs::path& package, const fs::path& movie) {
                                   "-i",
                                   (package / "screen.mov").string(),
                                   "-r",
-                                  "60",
+                                  std::to_string(rate),
                                   "-c:v",
                                   "libx264",
                                   "-preset",
@@ -46,7 +48,7 @@ double transcodeSpeed(const fs::path& package, const fs::path& movie) {
                                   "-bf",
                                   "0",
                                   "-g",
-                                  "120",
+                                  std::to_string(2 * rate),
                                   "-b:v",
                                   "20M",
                                   "-pix_fmt",
@@ -55,13 +57,14 @@ double transcodeSpeed(const fs::path& package, const fs::path& movie) {
                  movie);
 }
 
-void compareWithTranscode(std::string_view name, const fs::path& package, const fs::path& folder) {
+void compareWithTranscode(std::string_view name, const fs::path& package, const fs::path& folder,
+                          int rate = 60) {
     std::vector<double> ratios;
     std::vector<double> exports;
     std::vector<double> transcodes;
     for (int round = 0; round < rounds; ++round) {
-        exports.push_back(exportSpeed(package, folder / "export.mp4"));
-        transcodes.push_back(transcodeSpeed(package, folder / "transcode.mp4"));
+        exports.push_back(exportSpeed(package, folder / "export.mp4", rate));
+        transcodes.push_back(transcodeSpeed(package, folder / "transcode.mp4", rate));
         ratios.push_back(exports.back() / transcodes.back());
         say(fmt::format("{}, round {}: {:.1f} against {:.1f} frames per second", name, round + 1,
                         exports.back(), transcodes.back()));
@@ -72,7 +75,8 @@ void compareWithTranscode(std::string_view name, const fs::path& package, const 
 }
 
 double peakMemory(const fs::path& package, const fs::path& movie) {
-    return std::stod(runChildOrThrow({ownProgram(), "--export", package.string(), movie.string()}).output);
+    return std::stod(
+        runChildOrThrow({ownProgram(), "--export", package.string(), movie.string(), "60"}).output);
 }
 
 } // namespace
@@ -83,6 +87,14 @@ void exportWalkthrough(Takes& takes) {
 
 void exportFullMotion(Takes& takes) {
     compareWithTranscode("export.fullmotion", takes.fullMotion(), takes.folder());
+}
+
+void exportEverything(Takes& takes) {
+    compareWithTranscode("export.everything", takes.everything(), takes.folder());
+}
+
+void exportBlurred(Takes& takes) {
+    compareWithTranscode("export.blur30", takes.blurred(), takes.folder(), 30);
 }
 
 void exportPeakMemory(Takes& takes) {

@@ -13,9 +13,10 @@ namespace tavrin::bench {
 const std::vector<Piece>& allPieces() {
     static const std::vector<Piece> pieces{
         {{"export.walkthrough"}, exportWalkthrough}, {{"export.fullmotion"}, exportFullMotion},
+        {{"export.everything"}, exportEverything},   {{"export.blur30"}, exportBlurred},
         {{"export.peak_memory"}, exportPeakMemory},  {{"capture.fullmotion"}, captureFullMotion},
         {{"capture.still"}, captureStill},           {{"events.load", "cursor.frame_state"}, eventsAndCursor},
-        {{"plan.one_hour", "undo"}, planAndHistory},
+        {{"plan.one_hour", "undo"}, planAndHistory}, {{"sampler"}, sampleTakes},
     };
     return pieces;
 }

@@ -21,7 +21,10 @@ struct Piece {
 
 void exportWalkthrough(Takes& takes);
 void exportFullMotion(Takes& takes);
+void exportEverything(Takes& takes);
+void exportBlurred(Takes& takes);
 void exportPeakMemory(Takes& takes);
+void sampleTakes(Takes& takes);
 void captureFullMotion(Takes& takes);
 void captureStill(Takes& takes);
 void eventsAndCursor(Takes& takes);

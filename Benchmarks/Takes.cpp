@@ -9,9 +9,11 @@
 #include "Examples/Walkthrough/DemoApplication.h"
 #include "Examples/Walkthrough/DemoScript.h"
 #include "Examples/Walkthrough/ScreenTake.h"
+#include "Examples/Walkthrough/Showcase.h"
 #include "Figures.h"
 #include "MotionPainter.h"
 #include "PointerMover.h"
+#include "TavrinKit/Media/MovieReader.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TavrinKit/Support/Error.h"
 
@@ -81,6 +83,29 @@ const fs::path& Takes::longFullMotion() {
         longFullMotion_ = package;
     }
     return *longFullMotion_;
+}
+
+const fs::path& Takes::everything() {
+    if (!everything_) {
+        const fs::path folder = folder_ / "everything";
+        fs::copy(walkthrough(), folder, fs::copy_options::recursive);
+        const double duration = probeMedia(folder / "screen.mov").duration;
+        demo::Showcase::apply(folder, demo::Showcase::evenCuts(duration));
+        everything_ = folder;
+    }
+    return *everything_;
+}
+
+const fs::path& Takes::blurred() {
+    if (!blurred_) {
+        const fs::path folder = folder_ / "blurred";
+        fs::copy(fullMotion(), folder, fs::copy_options::recursive);
+        EditorSession session = EditorSession::open(ProjectPackage::load(folder));
+        session.mutateTimeline([](TimelineModel& timeline) { timeline.motionBlurStyle.intensity = 0.65; });
+        session.save();
+        blurred_ = folder;
+    }
+    return *blurred_;
 }
 
 } // namespace tavrin::bench

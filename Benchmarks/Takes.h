@@ -21,12 +21,18 @@ public:
     [[nodiscard]] const std::filesystem::path& fullMotion();
     /// The full-motion take six times over, with the same events.
     [[nodiscard]] const std::filesystem::path& longFullMotion();
+    /// The walkthrough with camera, microphone, music and one of every edit.
+    [[nodiscard]] const std::filesystem::path& everything();
+    /// The full-motion take with the most blur.
+    [[nodiscard]] const std::filesystem::path& blurred();
 
 private:
     std::filesystem::path folder_;
     std::optional<std::filesystem::path> walkthrough_;
     std::optional<std::filesystem::path> fullMotion_;
     std::optional<std::filesystem::path> longFullMotion_;
+    std::optional<std::filesystem::path> everything_;
+    std::optional<std::filesystem::path> blurred_;
 };
 
 } // namespace tavrin::bench

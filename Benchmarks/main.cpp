@@ -18,12 +18,12 @@ namespace {
 using namespace tavrin;
 
 /// The part of an export that is measured, as a process of its own; prints its largest memory in MiB.
-void exportPackage(const std::string& package, const std::string& movie) {
+void exportPackage(const std::string& package, const std::string& movie, double framesPerSecond) {
     const EditorSession session = EditorSession::open(ProjectPackage::load(package));
-    demo::exportSession(
-        session,
-        ExportPreset::required1080p(ExportAspectPreset::horizontal16x9, ExportSpeedQualityMode::highQuality),
-        movie, {});
+    ExportPreset preset =
+        ExportPreset::required1080p(ExportAspectPreset::horizontal16x9, ExportSpeedQualityMode::highQuality);
+    preset.fps = framesPerSecond;
+    demo::exportSession(session, preset, movie, {});
     std::ifstream status("/proc/self/status");
     for (std::string line; std::getline(status, line);) {
         if (line.starts_with("VmHWM:")) {
@@ -86,8 +86,8 @@ int main(int count, char** values) {
             }
             return 0;
         }
-        if (arguments.size() == 3 && arguments[0] == "--export") {
-            exportPackage(arguments[1], arguments[2]);
+        if (arguments.size() == 4 && arguments[0] == "--export") {
+            exportPackage(arguments[1], arguments[2], std::stod(arguments[3]));
             return 0;
         }
         if (arguments.size() == 4 && arguments[0] == "--record") {

@@ -44,6 +44,8 @@ CommandLine CommandLine::parse(int count, const char* const* arguments) {
         };
         if (name == "--help" || name == "-h") {
             result.help = true;
+        } else if (name == "--showcase") {
+            result.showcase = true;
         } else if (name == "--seconds") {
             result.seconds = parseSeconds(value());
         } else if (name == "--output") {

@@ -13,6 +13,7 @@
 #include "Examples/Walkthrough/DemoScript.h"
 #include "Examples/Walkthrough/Interrupts.h"
 #include "Examples/Walkthrough/ScreenTake.h"
+#include "Examples/Walkthrough/Showcase.h"
 #include "Examples/Walkthrough/Terminal.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TavrinKit/Session/SessionProjectLocator.h"
@@ -82,12 +83,12 @@ void recordDemonstration(ScreenTake& take, const std::string& display, const Com
     take.finish();
 }
 
-ExportResult exportMovie(const ScreenTake& take, const std::stop_token& stop) {
+ExportResult exportMovie(const ScreenTake& take, const EditorSession& session, const std::stop_token& stop) {
     const ExportPreset preset =
         ExportPreset::required1080p(ExportAspectPreset::horizontal16x9, ExportSpeedQualityMode::highQuality);
     ProgressLine progress("Exporting");
-    return take.exportMovie(
-        preset, [&](double fraction) { progress.show(fraction); }, stop);
+    return exportSession(
+        session, preset, take.moviePath(), [&](double fraction) { progress.show(fraction); }, stop);
 }
 
 void printFacts(const ScreenTake& take, const ExportResult& movie) {
@@ -141,7 +142,11 @@ void run(const CommandLine& commandLine, Interrupts& interrupts) {
     }
     ownDisplay.reset();
     fmt::print("Project  {}\n", take.packagePath().string());
-    const ExportResult movie = exportMovie(take, interrupts.beginStage());
+    const EditorSession session =
+        commandLine.showcase
+            ? Showcase::apply(take.packagePath(), Showcase::evenCuts(take.facts().durationSeconds))
+            : take.session();
+    const ExportResult movie = exportMovie(take, session, interrupts.beginStage());
     printFacts(take, movie);
     if (demonstration && !shortened) {
         requirePlausible(take.facts());
