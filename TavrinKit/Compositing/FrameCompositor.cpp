@@ -6,7 +6,6 @@
 #include "TavrinKit/Compositing/OverlayMapping.h"
 #include "TavrinKit/Compositing/TemporalMotionBlur.h"
 #include "TavrinKit/Effects/CursorPlaybackSupport.h"
-#include "TavrinKit/Effects/CursorRenderer.h"
 #include "TavrinKit/Effects/MotionBlurEngine.h"
 #include "TavrinKit/Effects/TypingRenderer.h"
 
@@ -71,14 +70,11 @@ Image FrameCompositor::blurredOrZoomed(double editedTime, const Image& source,
 }
 
 CursorFrameState FrameCompositor::cursorState(double sourceTime) const {
-    const CursorStyle& style = inputs_.timeline.cursorTrack.style;
-    const double cursorTime =
-        CursorPlaybackSupport::cursorTime(sourceTime, inputs_.sourceDuration, lastActivity_, style);
-    CursorFrameState state = CursorRenderer::frameState(cursorTime, *inputs_.events, style);
-    CursorPlaybackSupport::hideDuringZoom(state, sourceTime, inputs_.timeline.zoomTrack, style,
-                                          inputs_.sourceEmbedsCursor);
-    state.bodyVisible = !inputs_.sourceEmbedsCursor;
-    return state;
+    return CursorPlaybackSupport::frameState(sourceTime, *inputs_.events, inputs_.timeline.cursorTrack.style,
+                                             inputs_.timeline.zoomTrack,
+                                             {.duration = inputs_.sourceDuration,
+                                              .lastActivity = lastActivity_,
+                                              .sourceEmbedsCursor = inputs_.sourceEmbedsCursor});
 }
 
 TypingFrameState FrameCompositor::typingState(double sourceTime) const {

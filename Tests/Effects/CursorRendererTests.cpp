@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numeric>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -151,22 +150,6 @@ TEST(CursorRenderer, AgreesWithAWalkOverAllEvents) {
                 return;
             }
         }
-    }
-}
-
-TEST(CursorRenderer, FramesDontDependOnTheOrderInWhichTheyAreAsked) {
-    RandomTake take(7);
-    const EventTimeline events = take.events();
-    const CursorStyle style = take.style();
-    std::vector<int> order(300);
-    std::iota(order.begin(), order.end(), 0);
-    std::vector<CursorFrameState> inOrder;
-    for (const int i : order) {
-        inOrder.push_back(CursorRenderer::frameState(i / 60.0, events, style));
-    }
-    std::shuffle(order.begin(), order.end(), std::mt19937(1));
-    for (const int i : order) {
-        EXPECT_EQ(CursorRenderer::frameState(i / 60.0, events, style), inOrder[std::size_t(i)]);
     }
 }
 

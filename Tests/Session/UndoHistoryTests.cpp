@@ -112,7 +112,7 @@ private:
             for (AnnotationRegion& region : regions) {
                 region.position.x = below(2) == 0 ? -0.0 : 0.0; // equal, but not written alike
             }
-            place->zIndex += below(2);
+            place->zIndex = below(3);
         }
     }
 
