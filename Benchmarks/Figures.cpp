@@ -16,7 +16,7 @@ const std::vector<Piece>& allPieces() {
         {{"export.everything"}, exportEverything},   {{"export.blur30"}, exportBlurred},
         {{"export.peak_memory"}, exportPeakMemory},  {{"capture.fullmotion"}, captureFullMotion},
         {{"capture.still"}, captureStill},           {{"events.load", "cursor.frame_state"}, eventsAndCursor},
-        {{"plan.one_hour", "undo"}, planAndHistory}, {{"sampler"}, sampleTakes},
+        {{"plan", "undo"}, planAndHistory}, {{"sampler"}, sampleTakes},
     };
     return pieces;
 }

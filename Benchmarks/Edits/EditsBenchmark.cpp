@@ -1,4 +1,5 @@
-// Plans the frames of a one-hour take, and edits a large document: prints `name: value unit` lines.
+// Plans the frames of a one-hour take, shows a long burst of keys, and edits a large document: prints `name:
+// value unit` lines.
 
 #include <algorithm>
 #include <chrono>
@@ -15,6 +16,7 @@
 
 #include "TavrinKit/Effects/AutoZoomGenerator.h"
 #include "TavrinKit/Effects/EffectGraphRenderer.h"
+#include "TavrinKit/Effects/TypingRenderer.h"
 #include "TavrinKit/Project/PremiumDefaults.h"
 #include "TavrinKit/Session/EditorSession.h"
 
@@ -101,6 +103,31 @@ void measurePlan() {
     printFigure("plan.one_hour", median(runs), "s");
 }
 
+// A burst that doesn't end
+
+void measureLongBurst() {
+    constexpr int keyCount = 100000;
+    constexpr int frameCount = 2000;
+    std::vector<KeyEvent> keys;
+    for (int i = 0; i < keyCount; ++i) {
+        keys.push_back({i / keyRate, std::string(1, char('a' + i % 26))});
+    }
+    const EventTimeline events({}, std::move(keys));
+    const TypingStyle style;
+    const TypingBursts bursts(events.keyEvents(), style.burstGapSeconds);
+    std::size_t chips = 0;
+    const double seconds = secondsTaken([&] {
+        for (int i = 0; i < frameCount; ++i) {
+            chips +=
+                TypingRenderer::frameState(keyCount / keyRate - i / 60.0, events, style, bursts).chips.size();
+        }
+    });
+    if (chips != frameCount) {
+        throw std::runtime_error("The burst is not one run of text.");
+    }
+    printFigure("plan.typing_in_long_burst", seconds * 1e6 / frameCount, "us");
+}
+
 // The history
 
 constexpr int regionCount = 500;
@@ -160,5 +187,6 @@ void measureHistory() {
 
 int main() {
     tavrin::measurePlan();
+    tavrin::measureLongBurst();
     tavrin::measureHistory();
 }

@@ -62,8 +62,10 @@ UGraphemeClusterBreak clusterClass(UChar32 c) {
     return UGraphemeClusterBreak(u_getIntPropertyValue(c, UCHAR_GRAPHEME_CLUSTER_BREAK));
 }
 
+/// Nothing that opens a character joins these.
 bool closesCharacter(UGraphemeClusterBreak kind) {
-    return kind == U_GCB_OTHER || kind == U_GCB_LV || kind == U_GCB_LVT;
+    return kind == U_GCB_OTHER || kind == U_GCB_SPACING_MARK || kind == U_GCB_V || kind == U_GCB_T ||
+           kind == U_GCB_LV || kind == U_GCB_LVT;
 }
 
 bool opensCharacter(UGraphemeClusterBreak kind) {
