@@ -43,8 +43,12 @@ std::optional<CameraCompositeContext> makeCameraCompositeContext(const ProjectPa
         return std::nullopt;
     }
     const auto options = SourceTiming::of(*asset, fallbackFPS).samplerOptions(asset->duration(), false);
+    const auto sampler = std::make_shared<const TemporalFrameSampler>(*asset, options);
+    if (!sampler->sample(0)) {
+        return std::nullopt; // rather than a failed attempt for every frame
+    }
     return CameraCompositeContext{
-        .sampler = std::make_shared<const TemporalFrameSampler>(*asset, options),
+        .sampler = sampler,
         .style = style,
         .timebaseOffsetSeconds = track.timebaseOffsetSeconds,
         .driftMillisecondsPerHour = track.driftMillisecondsPerHour,

@@ -8,7 +8,7 @@
 
 namespace tavrin {
 
-/// The camera movie of a package, opened, with what it takes to show it in time.
+/// The camera movie of a package, its first picture decoded, with what it takes to show it in time.
 ///
 /// @param fallbackFPS               for a movie that doesn't name its rate
 /// @param sourceStartOffsetSeconds  where the recording's clock starts within the untrimmed take

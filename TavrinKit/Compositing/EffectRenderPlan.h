@@ -19,7 +19,7 @@ struct EffectRenderPlan {
     std::optional<AudioMix> audioMix; ///< absent when the asset is silent
 };
 
-/// Plans the movie of a session. No picture is decoded.
+/// Plans the movie of a session. No picture of the recording is decoded.
 ///
 /// An edit without trim, speed regions and extra sound plays straight from the recording. Whatever numbers
 /// the edits hold, there is a plan. Side files that are missing or can't be read cost their layer or track

@@ -187,6 +187,20 @@ TEST(EffectRenderPlanTests, SideFilesThatAreNoUseAreLeftOut) {
     }
 }
 
+TEST(EffectRenderPlanTests, ACameraMovieWithoutOneWholePictureIsLeftOut) {
+    const TemporaryFolder folder;
+    const EditorSession session =
+        makeTake(folder, [](TimelineModel& timeline) { timeline.cameraPiPTrack.style.enabled = true; },
+                 {.camera = true});
+    const auto path = session.package().cameraURL(session.package().manifest().cameraTracks.front());
+    std::string movie = readFile(path);
+    const std::size_t media = movie.find("mdat") + 4;
+    std::fill(movie.begin() + std::ptrdiff_t(media), movie.begin() + std::ptrdiff_t(movie.find("moov") - 4),
+              '\0');
+    writeFileAtomically(path, movie);
+    EXPECT_FALSE(planOf(session).videoComposition.openSource);
+}
+
 TEST(EffectRenderPlanTests, TheTimingOfASourceIsTold) {
     struct Case {
         const char* what;
