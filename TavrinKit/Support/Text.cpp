@@ -57,6 +57,10 @@ bool isASCII(std::string_view text) {
     return true;
 }
 
+bool isPlainASCII(char c) {
+    return c >= ' ' && c <= '~';
+}
+
 /// How a code point takes part in forming characters.
 UGraphemeClusterBreak clusterClass(UChar32 c) {
     return UGraphemeClusterBreak(u_getIntPropertyValue(c, UCHAR_GRAPHEME_CLUSTER_BREAK));
@@ -125,6 +129,9 @@ std::string lastCharacters(std::string_view text, std::size_t count) {
 bool isCertainBreak(std::string_view left, std::string_view right) {
     if (left.empty() || right.empty()) {
         return false;
+    }
+    if (isPlainASCII(left.back()) && isPlainASCII(right.front())) {
+        return true;
     }
     std::int32_t start = 0;
     std::int32_t end = std::int32_t(left.size());

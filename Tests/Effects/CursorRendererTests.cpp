@@ -1,6 +1,4 @@
 #include <algorithm>
-#include <cmath>
-#include <limits>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -11,8 +9,6 @@
 namespace tavrin {
 namespace {
 
-constexpr double inf = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 MouseEvent moved(double time, double x, double y) {
     return {time, {x, y}, MouseEventKind::moved, {}};
@@ -151,46 +147,6 @@ TEST(CursorRenderer, AgreesWithAWalkOverAllEvents) {
             }
         }
     }
-}
-
-TEST(CursorRenderer, AnswersForAnyTimeAndAnyStyle) {
-    const EventTimeline events({clicked(0, 1e308, -1e308), moved(0.1, -1e308, 1e308), moved(0.15, 0.5, 0.5)},
-                               {}, {seen(0.12, 1e308, 1e308)});
-    for (const double value : {nan, inf, -inf, 1e308, -1.0, 0.0}) {
-        CursorStyle style;
-        style.sizeMultiplier = style.idleHideAfterSeconds = style.shakeReduction = value;
-        style.glyphStabilizationSeconds = style.clickHighlightDurationSeconds = value;
-        style.clickHighlightIntensity = style.trailLengthSeconds = style.trailIntensity = value;
-        style.idleFadeDurationSeconds = style.endLoopDurationSeconds = value;
-        for (const double time : {nan, inf, -inf, 1e308, -1e308, 0.0, 0.15, 1.0}) {
-            SCOPED_TRACE(testing::Message() << "style " << value << ", time " << time);
-            const CursorFrameState state = CursorRenderer::frameState(time, events, style);
-            for (const double number :
-                 {state.position.x, state.position.y, state.opacity, state.sizeMultiplier,
-                  state.highlightProgress, state.highlightIntensity, state.highlightPosition.x,
-                  state.highlightPosition.y}) {
-                EXPECT_FALSE(std::isnan(number));
-            }
-            for (std::size_t i = 0; i < state.trailPoints.size(); ++i) {
-                EXPECT_FALSE(std::isnan(state.trailPoints[i].x) || std::isnan(state.trailOpacities[i]));
-            }
-        }
-    }
-}
-
-TEST(CursorRenderer, OldEventsAreNotRevived) {
-    // The click is the last event, but every window has closed since.
-    const EventTimeline events({moved(1, 0.1, 0.1), clicked(1.01, 0.2, 0.2)});
-    CursorStyle style = plainStyle();
-    style.smoothing = CursorSmoothingPreset::high;
-    style.trailStyle = CursorTrailStyle::dynamic;
-    style.glyphStabilizationSeconds = 1.2;
-    style.clickHighlightDurationSeconds = 1.2;
-    const CursorFrameState state = CursorRenderer::frameState(2.3, events, style);
-    EXPECT_EQ(state.position, (Vec2{0.2, 0.2}));
-    EXPECT_EQ(state.glyph, CursorGlyphKind::arrow);
-    EXPECT_EQ(state.highlight, ClickHighlightStyle::none);
-    EXPECT_EQ(state.trailPoints.size(), 1U);
 }
 
 TEST(CursorRenderer, TheFresherWitnessDecidesTheBase) {

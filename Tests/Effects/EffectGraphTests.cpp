@@ -128,7 +128,7 @@ std::shared_ptr<const EventTimeline> wildEvents(std::mt19937& random) {
 
 /// Whatever a file says, and at whatever time: every evaluator answers with numbers.
 TEST(EffectGraph, AnswersWithNumbersForAnyDocumentAndAnyTime) {
-    constexpr double extremes[] = {-1e308, -1, 0, 1e-308, 0.5, 1e9, 1e308};
+    constexpr double extremes[] = {NAN, -INFINITY, -1e308, -1, 0, 1e-308, 0.5, 1e9, 1e308, INFINITY};
     for (unsigned seed = 0; seed < 500; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);

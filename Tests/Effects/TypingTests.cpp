@@ -1,6 +1,6 @@
 #include <algorithm>
+#include <cmath>
 #include <array>
-#include <limits>
 #include <random>
 #include <string>
 
@@ -178,26 +178,6 @@ TEST(Typing, RunsKeysAndShortcutsStandInARow) {
     EXPECT_THAT(chips(TypingRenderer::frameState(1.4, events, {.maxVisibleChips = 2})),
                 testing::ElementsAre("m:\u21e7", "k:S"));
     EXPECT_EQ(TypingRenderer::frameState(1.4, events, {.enabled = false}), TypingFrameState());
-}
-
-TEST(Typing, LivesOnAfterTheLastKeyAndFades) {
-    const EventTimeline events({}, {typed(1, "a")});
-    const TypingStyle style{
-        .holdDurationSeconds = 0.5, .fadeDurationSeconds = 0.5, .keyPopDurationSeconds = 0.25};
-    const struct {
-        double time, opacity, emphasis;
-        bool visible;
-    } cases[] = {{1, 1, 1, true},      {1.125, 1, 0.5, true},     {1.5, 1, 0, true},
-                 {1.75, 0.5, 0, true}, {1.9975, 0.005, 0, false}, {2, 0, 0, false}};
-    for (const auto& [time, opacity, emphasis, visible] : cases) {
-        const TypingFrameState state = TypingRenderer::frameState(time, events, style);
-        ASSERT_EQ(state.chips.size(), 1U) << time;
-        EXPECT_NEAR(state.opacity, opacity, 1e-12) << time;
-        EXPECT_EQ(state.chips[0].emphasis, emphasis) << time;
-        EXPECT_EQ(state.visible, visible) << time;
-        EXPECT_EQ(decodeDocument<TypingFrameState>(encodeDocument(state)), state);
-    }
-    EXPECT_EQ(TypingRenderer::frameState(2.001, events, style), TypingFrameState());
 }
 
 } // namespace

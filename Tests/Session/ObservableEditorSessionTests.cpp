@@ -5,7 +5,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "TakeOnDisk.h"
 #include "TavrinKit/Project/VideoTrackEditError.h"
 #include "TavrinKit/Session/ObservableEditorSession.h"
 
@@ -148,16 +147,6 @@ TEST(ObservableEditorSession, ObserversComeAndGoWhileAChangeIsTold) {
         EXPECT_EQ(late.changes.size(), 1U);
     }
     one.end(); // the session has gone before
-}
-
-TEST(ObservableEditorSession, OpensAPackageAndSavesIt) {
-    const test::TemporaryFolder folder;
-    const ProjectPackage package = test::savedPackage(folder.path() / "take", test::clicksAt({1, 2}));
-    const auto session = ObservableEditorSession::open(package);
-    session->applyAutoZoom({}, AutoZoomConfig::standard(), AutoZoomApplyStrategy::mergeNonDestructive);
-    EXPECT_EQ(session->edits().timeline.zoomTrack.segments.size(), 1U);
-    session->save();
-    EXPECT_EQ(package.loadEdits(), session->edits());
 }
 
 } // namespace

@@ -59,14 +59,6 @@ TEST(PrimaryFlow, ATakeOpensWithSavedZoomsThatTheFirstUndoTakesAway) {
     EXPECT_FALSE(session.canUndo());
 }
 
-TEST(PrimaryFlow, ATakeWithoutClicksHasNothingToUndo) {
-    const Recording recording;
-    PrimaryFlowController flow(recording.coordinator());
-    flow.newRecording(recording.take(), recording.options());
-    recording.coordinator()->recordMouseMove(1003, 300, 200);
-    EXPECT_FALSE(flow.stopAndOpenEditor().canUndo());
-}
-
 TEST(PrimaryFlow, StoppingWithoutARecordingFails) {
     const Recording recording;
     PrimaryFlowController flow(recording.coordinator());
