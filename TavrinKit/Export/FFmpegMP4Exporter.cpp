@@ -6,8 +6,8 @@
 #include <cmath>
 
 #include "TavrinKit/Compositing/FrameOperations.h"
+#include "TavrinKit/Compositing/RenderPipeline.h"
 #include "TavrinKit/Effects/FrameTimes.h"
-#include "TavrinKit/Export/ExportPipeline.h"
 #include "TavrinKit/Support/Cancellation.h"
 #include "TavrinKit/Support/Files.h"
 #include "TavrinKit/Support/Log.h"
@@ -95,9 +95,9 @@ MediaAsset usableAsset(const ExportRequest& request) {
     return asset;
 }
 
-ExportPipeline::Plan makePlan(const ExportRequest& request, const MediaAsset& asset) {
+RenderPipeline::Plan makePlan(const ExportRequest& request, const MediaAsset& asset) {
     const ExportPreset& preset = request.preset;
-    ExportPipeline::Plan plan{asset, request.videoComposition, pixelSizeOf(preset.resolution), 1, 0, {}, {}};
+    RenderPipeline::Plan plan{asset, request.videoComposition, pixelSizeOf(preset.resolution), 1, 0, {}, {}};
     if (!plan.composition && FFmpegMP4Exporter::shouldApplyVideoComposition(asset, preset)) {
         plan.composition = FFmpegMP4Exporter::makeVideoComposition(preset);
     }
@@ -115,7 +115,7 @@ ExportPipeline::Plan makePlan(const ExportRequest& request, const MediaAsset& as
     return plan;
 }
 
-std::unique_ptr<MovieWriter> openWriter(const ExportRequest& request, const ExportPipeline::Plan& plan) {
+std::unique_ptr<MovieWriter> openWriter(const ExportRequest& request, const RenderPipeline::Plan& plan) {
     MovieWriterSettings settings;
     settings.path = request.destinationURL;
     settings.container =
@@ -148,11 +148,11 @@ double measuredDuration(const fs::path& path) {
 ExportResult runExport(const ExportRequest& request, RisingProgress& progress, const std::stop_token& stop) {
     throwIfCancelled(stop);
     progress.report(0.02);
-    const ExportPipeline::Plan plan = makePlan(request, usableAsset(request));
+    const RenderPipeline::Plan plan = makePlan(request, usableAsset(request));
     throwIfCancelled(stop);
     {
         const auto writer = openWriter(request, plan);
-        ExportPipeline(plan, *writer).run([&](double fraction) { progress.report(fraction); }, stop);
+        RenderPipeline(plan, *writer).run([&](double fraction) { progress.report(fraction); }, stop);
         writer->finish({}, stop);
     }
     progress.report(1);

@@ -10,7 +10,7 @@
 
 namespace tavrin {
 
-/// The encoder of a movie's sound: AAC, from the movie's start without gaps. One thread at a time.
+/// The encoder of a movie's sound, from the movie's start without gaps. One thread at a time.
 class AudioEncoder {
 public:
     using Deliver = VideoEncoder::Deliver;
@@ -30,9 +30,11 @@ public:
 private:
     void appendSilence(std::int64_t frames, const Deliver& deliver);
     void appendFrames(std::span<const float> interleaved, const Deliver& deliver);
+    void fillPending(std::span<const float> interleaved);
     void encodePending(const Deliver& deliver);
 
     ffmpeg::CodecContext context_;
+    int packetSize_ = 0;                 ///< frames
     ffmpeg::Frame pending_;              ///< filled up to `pending_->nb_samples`
     std::int64_t accepted_ = 0;          ///< frames since the start of the movie, silence included
     std::int64_t lastStart_ = INT64_MIN; ///< where the last run began

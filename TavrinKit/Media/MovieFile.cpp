@@ -38,6 +38,18 @@ fs::path hiddenNameBeside(const fs::path& path) {
     return path.parent_path() / fmt::format(".{}.{}.tmp", name, UUID::make().string());
 }
 
+/// What the container calls the codec; 0: its usual name. That of ProRes tells its profile.
+std::uint32_t tagOf(const AVCodecParameters& parameters) {
+    switch (parameters.codec_id) {
+    case AV_CODEC_ID_HEVC:
+        return MKTAG('h', 'v', 'c', '1');
+    case AV_CODEC_ID_PRORES:
+        return parameters.codec_tag;
+    default:
+        return 0;
+    }
+}
+
 int openForWriting(const fs::path& file, const fs::path& path) {
     const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     if (descriptor < 0) {
@@ -86,7 +98,7 @@ int MovieFile::addTrack(const AVCodecParameters& parameters, AVRational timeBase
     if (stream == nullptr || avcodec_parameters_copy(stream->codecpar, &parameters) < 0) {
         throw std::bad_alloc();
     }
-    stream->codecpar->codec_tag = parameters.codec_id == AV_CODEC_ID_HEVC ? MKTAG('h', 'v', 'c', '1') : 0;
+    stream->codecpar->codec_tag = tagOf(parameters);
     stream->time_base = timeBase;
     if (parameters.codec_type == AVMEDIA_TYPE_VIDEO) {
         stream->sample_aspect_ratio = parameters.sample_aspect_ratio;

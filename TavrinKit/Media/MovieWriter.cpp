@@ -28,6 +28,14 @@ MovieFile::Form formOf(const MovieWriterSettings& settings) {
     return settings.optimizeForNetworkUse ? MovieFile::Form::indexFirst : MovieFile::Form::plain;
 }
 
+void checkContainer(const MovieWriterSettings& settings) {
+    const bool needsQuickTime = (settings.video && settings.video->codec == VideoCodec::proRes422) ||
+                                (settings.audio && settings.audio->codec == AudioCodec::linearPCM);
+    if (needsQuickTime && settings.container != MovieContainer::quickTime) {
+        throw MediaError::encoderRefused("ProRes and linear PCM only go into QuickTime movies");
+    }
+}
+
 ffmpeg::CodecParameters parametersOf(const AVCodecContext& context) {
     ffmpeg::CodecParameters parameters(avcodec_parameters_alloc());
     if (!parameters || avcodec_parameters_from_context(parameters.get(), &context) < 0) {
@@ -77,6 +85,7 @@ MovieWriter::Implementation::Implementation(const MovieWriterSettings& wanted) :
     if (!settings.video && !settings.audio) {
         throw MediaError::encoderRefused("a movie needs pictures or sound");
     }
+    checkContainer(settings);
     if (settings.video) {
         video.emplace(*settings.video);
     }

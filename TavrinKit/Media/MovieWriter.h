@@ -13,16 +13,27 @@
 
 namespace tavrin {
 
-enum class VideoCodec { h264, hevc };
+enum class VideoCodec {
+    h264,
+    hevc,
+    proRes422, ///< nearly lossless, every picture a key frame: what is to be encoded again; only in QuickTime
+};
 enum class VideoProfile { h264Baseline, h264Main, h264High, hevcMain };
+
+enum class AudioCodec {
+    aac,
+    linearPCM, ///< lossless, 24 bits a sample; only in QuickTime
+};
 
 /// How much work the encoder spends on a picture; the names are libx264's.
 enum class EncoderEffort { ultrafast, superfast, veryfast };
 
 enum class MovieContainer { quickTime, mp4 };
 
-/// The video track of a movie to be written. Always BT.709, limited range, 4:2:0, tagged so in the stream
-/// and in the container.
+/// The video track of a movie to be written. Always BT.709, limited range, tagged so in the stream and in the
+/// container; 4:2:0, with ProRes 4:2:2.
+///
+/// ProRes has a quality of its own: of all fields it heeds `size`, `frameRate` and `threads`.
 struct VideoTrackSettings {
     PixelSize size; ///< even on both axes; the writer refuses others
     VideoCodec codec = VideoCodec::h264;
@@ -44,7 +55,8 @@ struct VideoTrackSettings {
 struct AudioTrackSettings {
     int sampleRate = 48000;
     int channels = 2;
-    int bitRate = 192000; ///< bits per second, AAC
+    int bitRate = 192000; ///< bits per second; without meaning for linear PCM
+    AudioCodec codec = AudioCodec::aac;
 };
 
 struct MovieWriterSettings {

@@ -76,13 +76,44 @@ PixelBuffer wrap(ffmpeg::Frame frame) {
 } // namespace
 
 PixelBuffer PictureNormalizer::normalize(ffmpeg::Frame frame) {
-    return isNormal(*frame) ? wrap(std::move(frame)) : convert(*frame);
+    if (isNormal(*frame)) {
+        return wrap(std::move(frame));
+    }
+    return isNormalButForSampling(*frame) ? resample(*frame) : convert(*frame);
 }
 
 bool PictureNormalizer::isNormal(const AVFrame& frame) const {
     return frame.format == AV_PIX_FMT_YUV420P && frame.color_range != AVCOL_RANGE_JPEG &&
            matrixOf(frame) == AVCOL_SPC_BT709 && PixelSize{frame.width, frame.height} == size_ &&
            orientation_.isUpright();
+}
+
+/// Another depth or other chroma rows, as of ProRes, in the right colours.
+bool PictureNormalizer::isNormalButForSampling(const AVFrame& frame) const {
+    const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(AVPixelFormat(frame.format));
+    constexpr std::uint64_t others = AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_HWACCEL |
+                                     AV_PIX_FMT_FLAG_BAYER | AV_PIX_FMT_FLAG_ALPHA | AV_PIX_FMT_FLAG_FLOAT;
+    return format != nullptr && (format->flags & others) == 0 &&
+           (format->flags & AV_PIX_FMT_FLAG_PLANAR) != 0 && format->nb_components == 3 &&
+           !formatAndRangeOf(frame).second && matrixOf(frame) == AVCOL_SPC_BT709 &&
+           PixelSize{frame.width, frame.height} == size_ && orientation_.isUpright();
+}
+
+PixelBuffer PictureNormalizer::resample(const AVFrame& frame) {
+    const auto format = AVPixelFormat(frame.format);
+    scaler_.reset(sws_getCachedContext(scaler_.release(), size_.width, size_.height, format, size_.width,
+                                       size_.height, AV_PIX_FMT_YUV420P, SWS_BICUBIC | SWS_ACCURATE_RND,
+                                       nullptr, nullptr, nullptr));
+    PixelBuffer picture = PixelBuffer::allocate(PixelFormat::i420, size_);
+    std::array<std::uint8_t*, 4> rows{};
+    std::array<int, 4> strides{};
+    for (int i = 0; i < 3; ++i) {
+        rows[std::size_t(i)] = picture.row(i, 0);
+        strides[std::size_t(i)] = int(picture.plane(i).stride);
+    }
+    const bool isDone = scaler_ && sws_scale(scaler_.get(), frame.data, frame.linesize, 0, frame.height,
+                                             rows.data(), strides.data()) >= 0;
+    return isDone ? picture : PixelBuffer();
 }
 
 PixelBuffer PictureNormalizer::convert(const AVFrame& frame) {

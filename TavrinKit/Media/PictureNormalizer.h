@@ -20,6 +20,8 @@ public:
 
 private:
     [[nodiscard]] bool isNormal(const AVFrame& frame) const;
+    [[nodiscard]] bool isNormalButForSampling(const AVFrame& frame) const;
+    [[nodiscard]] PixelBuffer resample(const AVFrame& frame);
     [[nodiscard]] PixelBuffer convert(const AVFrame& frame);
 
     PixelSize size_;

@@ -23,6 +23,22 @@ bool isH264(const VideoTrackSettings& settings) {
     return settings.codec == VideoCodec::h264;
 }
 
+bool isProRes(const VideoTrackSettings& settings) {
+    return settings.codec == VideoCodec::proRes422;
+}
+
+const char* encoderFor(VideoCodec codec) {
+    switch (codec) {
+    case VideoCodec::h264:
+        return "libx264";
+    case VideoCodec::hevc:
+        return "libx265";
+    case VideoCodec::proRes422:
+        return "prores_ks";
+    }
+    return "libx264";
+}
+
 const char* nameOf(EncoderEffort effort) {
     switch (effort) {
     case EncoderEffort::ultrafast:
@@ -56,7 +72,7 @@ void check(const VideoTrackSettings& settings) {
             "a picture of {} x {} pixels cannot be encoded, width and height must be even and at most {}",
             size.width, size.height, ffmpeg::mostPixelsPerSide));
     }
-    if (isH264(settings) == (settings.profile == VideoProfile::hevcMain)) {
+    if (!isProRes(settings) && isH264(settings) == (settings.profile == VideoProfile::hevcMain)) {
         throw MediaError::encoderRefused("the profile belongs to another codec");
     }
     if (settings.frameRate && (*settings.frameRate < 1 || *settings.frameRate > 1000)) {
@@ -75,7 +91,7 @@ int lowLatencyThreads(PixelSize size) {
 void configure(AVCodecContext& context, const VideoTrackSettings& settings) {
     context.width = settings.size.width;
     context.height = settings.size.height;
-    context.pix_fmt = AV_PIX_FMT_YUV420P;
+    context.pix_fmt = isProRes(settings) ? AV_PIX_FMT_YUV422P10 : AV_PIX_FMT_YUV420P;
     context.sample_aspect_ratio = {1, 1};
     context.color_range = AVCOL_RANGE_MPEG;
     context.color_primaries = AVCOL_PRI_BT709;
@@ -85,15 +101,21 @@ void configure(AVCodecContext& context, const VideoTrackSettings& settings) {
     context.time_base = settings.frameRate ? AVRational{1, *settings.frameRate} : microseconds;
     // Without a rate of its own a movie is planned for 60; the true times only steer the rate control.
     context.framerate = {settings.frameRate.value_or(60), 1};
-    context.gop_size = std::max(1, settings.maximumKeyFrameInterval);
-    context.max_b_frames = 0;
-    context.bit_rate = settings.averageBitRate.value_or(0);
-    context.qmin = settings.finestQuantizer > 0 ? settings.finestQuantizer : context.qmin;
     context.thread_count = settings.threads;
     context.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    if (!isProRes(settings)) {
+        context.gop_size = std::max(1, settings.maximumKeyFrameInterval);
+        context.max_b_frames = 0;
+        context.bit_rate = settings.averageBitRate.value_or(0);
+        context.qmin = settings.finestQuantizer > 0 ? settings.finestQuantizer : context.qmin;
+    }
 }
 
 void setOptions(AVCodecContext& context, const VideoTrackSettings& settings, Options& options) {
+    if (isProRes(settings)) {
+        options.set("profile", "standard").set("vendor", "apl0");
+        return;
+    }
     options.set("preset", nameOf(settings.effort)).set("profile", nameOf(settings.profile));
     if (!settings.averageBitRate) {
         options.set("crf", fmt::format("{}", settings.constantQuality));
@@ -139,7 +161,7 @@ ffmpeg::Frame borrow(const PixelBuffer& picture) {
 VideoEncoder::VideoEncoder(const VideoTrackSettings& settings) {
     ffmpeg::quietLogging();
     check(settings);
-    const char* name = isH264(settings) ? "libx264" : "libx265";
+    const char* name = encoderFor(settings.codec);
     const AVCodec* codec = avcodec_find_encoder_by_name(name);
     if (codec == nullptr) {
         throw MediaError::encoderRefused(fmt::format("this system's libavcodec comes without {}", name));
@@ -154,6 +176,31 @@ VideoEncoder::VideoEncoder(const VideoTrackSettings& settings) {
     if (const int code = avcodec_open2(context_.get(), codec, options.get()); code < 0) {
         throw MediaError::encoderRefused(ffmpeg::reason(code));
     }
+    if (isProRes(settings)) {
+        const auto [width, height] = settings.size;
+        widener_.reset(sws_getContext(width, height, AV_PIX_FMT_YUV420P, width, height, context_->pix_fmt,
+                                      SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
+        if (!widener_) {
+            throw MediaError::encoderRefused("its pictures cannot be brought to 4:2:2");
+        }
+    }
+}
+
+/// Chroma goes from half to all rows, eight bits become ten; matrix and range stay.
+ffmpeg::Frame VideoEncoder::widened(const AVFrame& frame) {
+    ffmpeg::Frame result = ffmpeg::makeFrame();
+    result->format = context_->pix_fmt;
+    result->width = frame.width;
+    result->height = frame.height;
+    if (av_frame_get_buffer(result.get(), 0) < 0) {
+        throw std::bad_alloc();
+    }
+    if (const int code = sws_scale(widener_.get(), frame.data, frame.linesize, 0, frame.height, result->data,
+                                   result->linesize);
+        code < 0) {
+        throw MediaError::encodingFailed(ffmpeg::reason(code));
+    }
+    return result;
 }
 
 void VideoEncoder::encode(const PixelBuffer& picture, std::int64_t time, const Deliver& deliver) {
@@ -164,7 +211,10 @@ void VideoEncoder::encode(const PixelBuffer& picture, std::int64_t time, const D
         upright = PixelBuffer::allocate(PixelFormat::i420, picture.size());
         upright.copyFrom(picture);
     }
-    const ffmpeg::Frame frame = borrow(upright);
+    ffmpeg::Frame frame = borrow(upright);
+    if (widener_) {
+        frame = widened(*frame);
+    }
     frame->color_range = context_->color_range;
     frame->color_primaries = context_->color_primaries;
     frame->color_trc = context_->color_trc;

@@ -20,7 +20,7 @@ public:
     [[nodiscard]] const AVCodecContext& context() const { return *context_; }
     [[nodiscard]] AVRational timeBase() const { return context_->time_base; }
 
-    /// Encodes one picture without copying it and hands on what the encoder has ready.
+    /// Encodes one picture, if it can without copying it, and hands on what the encoder has ready.
     /// @param picture  i420 of the track's size; no longer needed when this returns
     /// @param time     in units of `timeBase`
     /// @throws MediaError (encodingFailed)
@@ -30,7 +30,10 @@ public:
     void drain(const Deliver& deliver);
 
 private:
+    [[nodiscard]] ffmpeg::Frame widened(const AVFrame& frame);
+
     ffmpeg::CodecContext context_;
+    ffmpeg::Scaler widener_; ///< to the 4:2:2 of an encoder that wants it; null for the others
 };
 
 /// Sends a frame, or the end, to an encoder and hands on the packets that it then has.

@@ -1,11 +1,11 @@
-#include "TavrinKit/Export/ExportPipeline.h"
+#include "TavrinKit/Compositing/RenderPipeline.h"
 
 #include <algorithm>
 #include <cmath>
 #include <memory>
 #include <thread>
 
-#include "TavrinKit/Export/MixedSound.h"
+#include "TavrinKit/Compositing/MixedSound.h"
 #include "TavrinKit/Imaging/FrameSequence.h"
 #include "TavrinKit/Imaging/ImageRenderer.h"
 #include "TavrinKit/Support/Cancellation.h"
@@ -22,7 +22,7 @@ constexpr std::size_t bufferCount = drawnAhead + 2;
 /// side.
 class SoundTrack {
 public:
-    SoundTrack(const ExportPipeline::Plan& plan, MovieWriter& writer)
+    SoundTrack(const RenderPipeline::Plan& plan, MovieWriter& writer)
         : writer_(writer), sampleRate_(plan.sound->sampleRate),
           end_(std::llround(plan.asset.duration() * sampleRate_)),
           sound_(plan.asset, plan.audioMix, *plan.sound) {}
@@ -46,12 +46,12 @@ private:
 
 } // namespace
 
-ExportPipeline::ExportPipeline(Plan plan, MovieWriter& writer)
+RenderPipeline::RenderPipeline(Plan plan, MovieWriter& writer)
     : plan_(std::move(plan)), writer_(writer), decoded_(decodedAhead), blank_(bufferCount),
       drawn_(drawnAhead) {}
 
 template <typename Stage>
-void ExportPipeline::guarded(Stage stage) noexcept {
+void RenderPipeline::guarded(Stage stage) noexcept {
     try {
         stage();
     } catch (...) {
@@ -64,7 +64,7 @@ void ExportPipeline::guarded(Stage stage) noexcept {
     }
 }
 
-void ExportPipeline::run(const ExportProgressHandler& onProgress, const std::stop_token& stop) {
+void RenderPipeline::run(const ProgressHandler& onProgress, const std::stop_token& stop) {
     const std::stop_callback forward(stop, [this] { stop_.request_stop(); });
     {
         std::jthread decoder;
@@ -81,28 +81,48 @@ void ExportPipeline::run(const ExportProgressHandler& onProgress, const std::sto
     }
 }
 
-void ExportPipeline::decode() {
-    const std::unique_ptr<AssetVideoReader> movie = plan_.asset.openVideo();
-    FrameSequence sequence;
-    std::optional<std::int64_t> index;
-    SourcePicture current;
+void RenderPipeline::decode() {
+    const PictureReader read = openPictures();
+    std::optional<SourcePicture> current;
     for (std::int64_t frame = 0; frame < plan_.frameCount; ++frame) {
-        const std::optional<DecodedFrame> decoded = movie->frame(timeOf(frame));
-        if (!decoded) {
+        if (auto picture = read(timeOf(frame))) {
+            current = std::move(picture);
+        }
+        if (!current) {
             throw MediaError::decodingFailed(plan_.asset.path(), "it has no picture that can be decoded");
         }
-        if (index != decoded->index) {
-            index = decoded->index;
-            current = {decoded->pixels, sequence.image(decoded->pixels)};
-        }
-        if (!decoded_.push(current, stop_.get_token())) {
+        if (!decoded_.push(*current, stop_.get_token())) {
             return;
         }
     }
     decoded_.close();
 }
 
-void ExportPipeline::draw() {
+RenderPipeline::PictureReader RenderPipeline::openPictures() const {
+    if (plan_.composition && plan_.composition->openSource) {
+        return [prepare = plan_.composition->openSource()](double time) -> std::optional<SourcePicture> {
+            std::optional<Image> image = prepare(time);
+            return image ? std::optional(SourcePicture{{}, std::move(*image)}) : std::nullopt;
+        };
+    }
+    // The function is copied about, what it reads is not.
+    const auto movie = std::shared_ptr<AssetVideoReader>(plan_.asset.openVideo());
+    const auto sequence = std::make_shared<FrameSequence>();
+    return [movie, sequence, index = std::optional<std::int64_t>(),
+            last = SourcePicture()](double time) mutable -> std::optional<SourcePicture> {
+        std::optional<DecodedFrame> decoded = movie->frame(time);
+        if (!decoded) {
+            return std::nullopt;
+        }
+        if (index != decoded->index) {
+            index = decoded->index;
+            last = {decoded->pixels, sequence->image(decoded->pixels)};
+        }
+        return last;
+    };
+}
+
+void RenderPipeline::draw() {
     const std::stop_token stop = stop_.get_token();
     ImageRenderer renderer;
     if (plan_.composition) {
@@ -128,7 +148,7 @@ void ExportPipeline::draw() {
     drawn_.close();
 }
 
-Image ExportPipeline::compose(const SourcePicture& picture, std::int64_t frame) const {
+Image RenderPipeline::compose(const SourcePicture& picture, std::int64_t frame) const {
     const VideoComposition& composition = *plan_.composition;
     const Image image = composition.handler({timeOf(frame), picture.image});
     if (composition.renderSize == plan_.frameSize) {
@@ -140,7 +160,7 @@ Image ExportPipeline::compose(const SourcePicture& picture, std::int64_t frame) 
                                plan_.frameSize.height / std::max(rendered.height, 1.0)));
 }
 
-void ExportPipeline::encode(const ExportProgressHandler& onProgress) {
+void RenderPipeline::encode(const ProgressHandler& onProgress) {
     const std::stop_token stop = stop_.get_token();
     std::optional<SoundTrack> sound;
     if (plan_.sound) {

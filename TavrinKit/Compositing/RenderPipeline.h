@@ -2,13 +2,13 @@
 
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <optional>
 #include <stop_token>
 
 #include "TavrinKit/Compositing/AudioMix.h"
 #include "TavrinKit/Compositing/MediaAsset.h"
 #include "TavrinKit/Compositing/VideoComposition.h"
-#include "TavrinKit/Export/MP4Exporting.h"
 #include "TavrinKit/Imaging/Image.h"
 #include "TavrinKit/Media/MovieWriter.h"
 #include "TavrinKit/Support/BoundedQueue.h"
@@ -16,16 +16,16 @@
 
 namespace tavrin {
 
-/// The frames of one export on their way from the asset into the writer.
+/// The frames of one movie on their way from an asset, through a composition, into a writer.
 ///
 /// Three stages run at once and hand over through short queues: a thread that decodes, a thread that draws,
 /// and the caller's thread, which encodes. Frames are drawn into a few buffers that go round. The first
 /// stage that fails ends the other two. Used once.
-class ExportPipeline {
+class RenderPipeline {
 public:
     struct Plan {
-        MediaAsset asset;
-        /// Absent: the asset's pictures go to the encoder as they are.
+        MediaAsset asset; ///< has pictures and a known duration
+        /// Absent: the asset's pictures, which have the frame's size, go to the encoder as they are.
         std::optional<VideoComposition> composition;
         PixelSize frameSize;
         int framesPerSecond = 60;
@@ -34,23 +34,27 @@ public:
         std::optional<AudioTrackSettings> sound; ///< absent: the movie is silent
     };
 
+    using ProgressHandler = std::function<void(double fraction)>;
+
     /// @param writer  outlives the pipeline; is neither finished nor cancelled here
-    ExportPipeline(Plan plan, MovieWriter& writer);
+    RenderPipeline(Plan plan, MovieWriter& writer);
 
     /// Encodes all frames and all sound. Both threads have ended when this returns or throws.
     /// @param onProgress  called on this thread with each frame's share of the whole, 0...0.99
     /// @throws CancellationError on a stop request; else whatever the first failing stage threw
-    void run(const ExportProgressHandler& onProgress, const std::stop_token& stop);
+    void run(const ProgressHandler& onProgress, const std::stop_token& stop);
 
 private:
     struct SourcePicture {
-        PixelBuffer pixels;
+        PixelBuffer pixels; ///< empty when the composition reads its own source
         Image image;
     };
+    using PictureReader = std::function<std::optional<SourcePicture>(double time)>;
 
     void decode();
+    [[nodiscard]] PictureReader openPictures() const;
     void draw();
-    void encode(const ExportProgressHandler& onProgress);
+    void encode(const ProgressHandler& onProgress);
     [[nodiscard]] Image compose(const SourcePicture& picture, std::int64_t frame) const;
     [[nodiscard]] double timeOf(std::int64_t frame) const { return double(frame) / plan_.framesPerSecond; }
 

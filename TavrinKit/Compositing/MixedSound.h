@@ -26,11 +26,23 @@ public:
     [[nodiscard]] std::span<const float> next(std::size_t frames);
 
 private:
-    void addTrack(int index);
+    /// A stretch of time over which a volume moves evenly.
+    struct VolumeRun {
+        double start = 0; ///< seconds; lasts until the next run's
+        double volume = 1;
+        double slope = 0; ///< a second
+    };
+    struct Track {
+        std::unique_ptr<AssetAudioReader> reader;
+        std::vector<VolumeRun> volume; ///< from 0 on
+        std::size_t run = 0;           ///< that `position_` lies in
+    };
 
-    const AudioMix mix_;
+    [[nodiscard]] static std::vector<VolumeRun> volumeRuns(const AudioMix& mix, int track);
+    void addTrack(Track& track);
+
     const AudioTrackSettings format_;
-    std::vector<std::unique_ptr<AssetAudioReader>> tracks_;
+    std::vector<Track> tracks_;
     std::vector<float> trackSound_; ///< of one track at a time
     std::vector<float> sum_;
     std::int64_t position_ = 0; ///< frames given out so far
