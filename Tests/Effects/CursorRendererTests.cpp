@@ -9,7 +9,6 @@
 namespace tavrin {
 namespace {
 
-
 MouseEvent moved(double time, double x, double y) {
     return {time, {x, y}, MouseEventKind::moved, {}};
 }
