@@ -1,0 +1,203 @@
+#include <array>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "SampleScreen.h"
+#include "TavrinKit/Compositing/FrameOperations.h"
+#include "TavrinKit/Compositing/TemporalMotionBlur.h"
+#include "TavrinKit/Effects/MotionBlurEngine.h"
+#include "TavrinKit/Imaging/ImageNode.h"
+#include "TavrinKit/Imaging/ImageRenderer.h"
+#include "TavrinKit/Project/MotionBlurStyle.h"
+#include "TavrinKit/Project/ZoomTrack.h"
+#include "TestMovies.h"
+
+namespace tavrin {
+namespace {
+
+constexpr PixelSize size{64, 48};
+
+class TemporalMotionBlur : public testing::Test {
+protected:
+    MediaAsset movie(const std::vector<double>& times, double endTime) {
+        const auto path = folder_.path() / "movie.mov";
+        test::writeMovie(path, times, endTime, [](int i) { return test::greyPicture(size, i); });
+        return MediaAsset::open(path);
+    }
+
+    [[nodiscard]] Image blurred(const Image& source, double time, const TemporalFrameSampler* sampler,
+                                const TimelineTimeMapper& timeMapper, double frameRate = 30) const {
+        const auto plan =
+            MotionBlurEngine::plan({.intensity = 0.65}, MotionBlurQualityMode::export_, frameRate);
+        const auto times = MotionBlurEngine::sampleTimes(time, timeMapper.editedDuration(), plan);
+        return applyTemporalMotionBlur(source, time, times,
+                                       {.sampler = sampler,
+                                        .zoomTrack = zoomTrack_,
+                                        .timeMapper = timeMapper,
+                                        .cameraAnimator = cameraAnimator_});
+    }
+
+    test::TemporaryFolder folder_;
+    ZoomTrack zoomTrack_;
+    CameraAnimator cameraAnimator_;
+};
+
+/// Pictures whose brightness grows with time: what a blurred frame bears is the mean of its instants, in slow
+/// motion behind the end of the recording's own clock as well.
+TEST_F(TemporalMotionBlur, AFrameIsTheMeanOfItsInstants) {
+    const MediaAsset asset = movie(test::evenTimes(50, 50), 1);
+    const TimelineTimeMapper plain(1, {});
+    const TimelineTimeMapper slow(1, {{.startTime = 0.2, .endTime = 0.8, .speed = PlaybackSpeed::x025}});
+    std::mt19937 random(5);
+    for (const TimelineTimeMapper& mapper : {plain, slow}) {
+        const MediaAsset edited = asset.retimed(mapper);
+        const double duration = edited.duration();
+        const TemporalFrameSampler sampler(edited, {TemporalFrameQuantizer::make(duration, 50), true});
+        std::uniform_real_distribution<double> anyTime(0, duration);
+        for (int i = 0; i < 30; ++i) {
+            const double time = i == 0 ? 0 : i == 1 ? duration : anyTime(random);
+            double expected = 0;
+            for (int k = 0; k < 16; ++k) {
+                const double offset = 0.65 / 30 * (k / 15.0 - 0.5);
+                const double tick = std::round(std::clamp(time + offset, 0.0, duration) * 50) / 50 + 0.005;
+                expected += std::floor(mapper.sourceTime(std::min(tick, duration - 0.005)) * 50 + 1e-3) / 16;
+            }
+            const Image source = sampler.sample(time)->image;
+            EXPECT_NEAR(test::numberIn(blurred(source, time, &sampler, mapper)), expected, 0.4) << time;
+        }
+    }
+}
+
+/// A screen on which nothing moves costs what a plain frame costs; only a camera that moves smears it.
+TEST_F(TemporalMotionBlur, OnePictureWithOneCameraIsOneTerm) {
+    const MediaAsset asset = movie({0, 0.01}, 4);
+    const TimelineTimeMapper mapper(4, {});
+    const TemporalFrameSampler sampler(asset, {TemporalFrameQuantizer::make(4, 60), true});
+    zoomTrack_.add({.startTime = 1, .endTime = 3, .focus = {0.3, 0.4}, .scale = 2});
+    const Image source = sampler.sample(2)->image;
+    const auto termsAt = [&](double time) {
+        const Image frame = blurred(source, time, &sampler, mapper);
+        const auto plain = applyCamera(source, cameraAnimator_.transform(time, zoomTrack_));
+        return std::pair{frame.node()->hash == plain.node()->hash, frame.isOpaque()};
+    };
+    EXPECT_EQ(termsAt(0.5), std::pair(true, true)); // no zoom
+    EXPECT_EQ(termsAt(2), std::pair(true, true));   // it holds
+    EXPECT_EQ(termsAt(1.2), std::pair(false, true));
+}
+
+/// Without a picture to sample the frame's own one is seen through the camera of each nominal instant.
+TEST_F(TemporalMotionBlur, UnreadableSamplesShowTheFrameThroughEveryCamera) {
+    const TimelineTimeMapper mapper(2, {{.startTime = 0, .endTime = 2, .speed = PlaybackSpeed::x05}});
+    zoomTrack_.add({.startTime = 0, .endTime = 2, .focus = {0.3, 0.4}, .scale = 2});
+    const Image source = Image::pixels(test::greyPicture(size, 7));
+    const MediaAsset asset = movie(test::evenTimes(3, 30), 2);
+    std::filesystem::remove(asset.path());
+    const TemporalFrameSampler unreadable(asset, {TemporalFrameQuantizer::make(4, 60), false});
+    for (const TemporalFrameSampler* sampler :
+         std::array<const TemporalFrameSampler*, 2>{&unreadable, nullptr}) {
+        std::vector<WeightedImage> terms;
+        const double time = 0.3;
+        for (int k = 0; k < 16; ++k) {
+            const double instant = time + 0.65 / 30 * (k / 15.0 - 0.5);
+            terms.push_back({applyCamera(source, cameraAnimator_.transform(instant / 2, zoomTrack_))});
+        }
+        const Rect extent = source.extent();
+        const auto expected = renderReference(Image::mean(terms), extent);
+        const auto drawn = renderReference(blurred(source, time, sampler, mapper), extent);
+        for (std::size_t i = 0; i < drawn.size(); ++i) {
+            ASSERT_NEAR(drawn[i][0], expected[i][0], 1e-3);
+        }
+    }
+}
+
+TEST_F(TemporalMotionBlur, SamplesOfOtherSizesFillTheFrame) {
+    const Image sample = test::placeColouredPicture({64, 48});
+    const struct {
+        const char* name;
+        Rect target;
+        bool isUnusable;
+        int redAtLeft; // of the target's first pixel
+    } cases[] = {{"in place", {0, 0, 64, 48}, false, 2},
+                 {"elsewhere", {7, -3, 64, 48}, false, 2},
+                 {"twice as large", {0, 0, 128, 96}, false, 1},
+                 {"wider: height is cut", {10, 0, 64, 24}, true, 2},
+                 {"narrower: width is cut", {0, 0, 32, 48}, true, 66}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const Image aligned = alignedTemporalSample(sample, c.target);
+        EXPECT_EQ(aligned.extent(), c.target);
+        EXPECT_NEAR(test::pixel(test::rendered(aligned, c.target), 0, 5)[0], c.redAtLeft, 2);
+        EXPECT_EQ(requiresCenterFrameReuse(sample.extent(), c.target), c.isUnusable);
+    }
+    EXPECT_TRUE(requiresCenterFrameReuse({0, 0, 64, 0.1}, {0, 0, 64, 0.1}));
+}
+
+/// A take of 60 pictures a second in which a window is dragged, finished at 30: the window and the zoom
+/// smear, the rest of the screen stays as sharp as it is.
+TEST_F(TemporalMotionBlur, MovingWindowsAndZoomsSmear) {
+    const PixelSize screen{1280, 720};
+    const Rect frame{0, 0, 1280, 720};
+    const auto windowLeft = [](double time) {
+        return 300 + 900 * time;
+    };
+    const Image desk = test::sampleScreen();
+    ImageRenderer renderer;
+    const auto path = folder_.path() / "drag.mov";
+    test::writeMovie(path, test::evenTimes(40, 60), 40 / 60.0, [&](int i) {
+        const Rect window{windowLeft(i / 60.0), 200, 360, 240};
+        const Image picture = Image::roundedRectangle(window, 10, {0.12, 0.14, 0.2, 1}).over(desk);
+        return renderer.render(picture, frame, PixelFormat::i420);
+    });
+    const MediaAsset asset = MediaAsset::open(path);
+    TimelineModel timeline;
+    timeline.framingTrack.style.padding = 0;
+    timeline.framingTrack.style.cornerRadius = 0;
+    const auto sampler = std::make_shared<const TemporalFrameSampler>(
+        asset, TemporalFrameSampler::Options{TemporalFrameQuantizer::make(asset.duration(), 60), true});
+    const auto drawn = [&](double intensity, bool zooms) {
+        timeline.zoomTrack.segments.clear();
+        if (zooms) {
+            timeline.zoomTrack.add({.startTime = 0, .endTime = 3, .focus = {0.3, 0.6}, .scale = 2});
+        }
+        const FrameCompositor compositor(
+            {.events = {},
+             .timeline = timeline,
+             .timeMapper = TimelineTimeMapper(asset.duration(), {}),
+             .sourceDuration = asset.duration(),
+             .packageRoot = {},
+             .motionBlur =
+                 FrameCompositor::MotionBlur{
+                     MotionBlurEngine::plan({.intensity = intensity}, MotionBlurQualityMode::export_, 30),
+                     sampler},
+             .camera = {},
+             .outputSize = screen});
+        const double time = 8 / 30.0;
+        return test::rendered(compositor.compose(time, sampler->sample(time)->image), frame);
+    };
+    const PixelBuffer sharp = drawn(0, false);
+    const PixelBuffer blurred = drawn(0.65, false);
+    test::leavePicture("blur-window-sharp", sharp);
+    test::leavePicture("blur-window", blurred);
+    test::leavePicture("blur-zoom-sharp", drawn(0, true));
+    test::leavePicture("blur-zoom", drawn(0.65, true));
+
+    const int edge = int(windowLeft(16 / 60.0));
+    int previous = 255;
+    int steps = 0;
+    for (int x = edge - 40; x <= edge + 40; ++x) { // from the desk into the window, down the smear
+        const int level = test::pixel(blurred, x, 230)[0];
+        EXPECT_LE(level, previous + 4) << x;
+        steps += level > 45 && level < 240 ? 1 : 0;
+        previous = level;
+    }
+    EXPECT_NEAR(steps, 30, 4);          // three pictures, 15 pixels apart
+    for (int y = 20; y < 190; y += 7) { // text
+        for (int x = 300; x < 1200; x += 3) {
+            ASSERT_EQ(test::pixel(blurred, x, y), test::pixel(sharp, x, y)) << x << " " << y;
+        }
+    }
+}
+
+} // namespace
+} // namespace tavrin
