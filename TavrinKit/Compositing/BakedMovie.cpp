@@ -1,12 +1,84 @@
 #include "TavrinKit/Compositing/BakedMovie.h"
 
+#include <exception>
+#include <memory>
+
 #include "TavrinKit/Compositing/ExportError.h"
+#include "TavrinKit/Compositing/RenderPipeline.h"
+#include "TavrinKit/Effects/FrameTimes.h"
+#include "TavrinKit/Media/MovieWriter.h"
+#include "TavrinKit/Support/Files.h"
 
 namespace tavrin {
+namespace {
 
-void writeBakedMovie(const EffectRenderPlan&, const ExportPreset&, const std::filesystem::path&,
-                     const std::stop_token&) {
-    throw ExportError::unableToCreateSession();
+/// Movies tell their length to the microsecond: a frame that would begin this close to the end is not one.
+constexpr double durationRounding = 1e-6;
+
+bool isPreview(const ExportPreset& preset) {
+    return preset.mode == ExportSpeedQualityMode::fastPreview;
+}
+
+VideoTrackSettings videoSettings(const ExportPreset& preset) {
+    VideoTrackSettings settings;
+    settings.size = {preset.resolution.width, preset.resolution.height};
+    settings.codec = isPreview(preset) ? VideoCodec::h264 : VideoCodec::proRes422;
+    settings.effort = EncoderEffort::superfast;
+    settings.constantQuality = 20;
+    settings.frameRate = preset.wholeFramesPerSecond();
+    return settings;
+}
+
+AudioTrackSettings audioSettings(const ExportPreset& preset) {
+    AudioTrackSettings settings;
+    settings.sampleRate = preset.audio.sampleRateHz;
+    settings.channels = preset.audio.channels;
+    settings.codec = isPreview(preset) ? AudioCodec::aac : AudioCodec::linearPCM;
+    return settings;
+}
+
+RenderPipeline::Plan pipelinePlan(const EffectRenderPlan& plan, const ExportPreset& preset) {
+    RenderPipeline::Plan result{plan.asset, plan.videoComposition, plan.videoComposition.renderSize, 1, 0, {},
+                                {}};
+    result.framesPerSecond = preset.wholeFramesPerSecond();
+    result.frameCount = FrameTimes(plan.asset.duration() - durationRounding, result.framesPerSecond).count();
+    if (result.frameCount == 0) {
+        throw MediaError::unreadable(plan.asset.path(), "it doesn't say how long it is");
+    }
+    result.audioMix = plan.audioMix.value_or(AudioMix());
+    if (plan.asset.audioTrackCount() > 0) {
+        result.sound = audioSettings(preset);
+    }
+    return result;
+}
+
+std::unique_ptr<MovieWriter> openWriter(const RenderPipeline::Plan& plan, const ExportPreset& preset,
+                                        const std::filesystem::path& path) {
+    MovieWriterSettings settings;
+    settings.path = path;
+    settings.container = MovieContainer::quickTime;
+    settings.video = videoSettings(preset);
+    settings.audio = plan.sound;
+    settings.optimizeForNetworkUse = isPreview(preset);
+    try {
+        return std::make_unique<MovieWriter>(settings);
+    } catch (const MediaError& error) {
+        if (error.kind() == MediaErrorKind::encoderRefused) {
+            throw ExportError::unableToCreateSession(std::current_exception());
+        }
+        throw;
+    }
+}
+
+} // namespace
+
+void writeBakedMovie(const EffectRenderPlan& plan, const ExportPreset& preset,
+                     const std::filesystem::path& path, const std::stop_token& stop) {
+    const RenderPipeline::Plan frames = pipelinePlan(plan, preset);
+    removeFile(path);
+    const auto writer = openWriter(frames, preset, path);
+    RenderPipeline(frames, *writer).run({}, stop);
+    writer->finish({}, stop);
 }
 
 } // namespace tavrin

@@ -3,74 +3,100 @@
 #include <optional>
 #include <string>
 #include <thread>
-#include <tuple>
-#include <vector>
 
 #include <gtest/gtest.h>
 
-#include "ExportFixtures.h"
 #include "PlanFixtures.h"
 #include "TavrinKit/Compositing/FFmpegEffectBakingRenderer.h"
 #include "TavrinKit/Compositing/MockEffectBakingRenderer.h"
-#include "TavrinKit/Export/FFmpegMP4Exporter.h"
-#include "TavrinKit/Project/PremiumDefaults.h"
 
 namespace tavrin {
 namespace {
 
 using namespace fixtures;
 
-/// A package with a screen movie of one second: a green picture, with a quiet sound.
-EditorSession makeSession(const TemporaryFolder& folder) {
-    SyntheticMovie movie;
-    movie.size = {640, 360};
-    movie.times = {0, 0.5};
-    movie.endTime = 1;
-    movie.picture = [](int) {
-        return flatPicture({640, 360}, {145, 54, 34});
-    };
-    movie.sound = std::vector<float>(48000, 0.1F);
-    const ProjectPackage package(folder.path("package"), ProjectManifest{});
-    package.createDirectoriesIfNeeded();
-    write(movie, package.screenURL());
-    EditsDocument edits;
-    edits.timeline = PremiumDefaults::timelineModel();
-    return {package, std::make_shared<EventTimeline>(), edits};
+/// Bakes into a temporary folder of this process. @return how that failed, if it did
+std::optional<ExportErrorKind> bakeFailure(const EditorSession& session, const ExportPreset& preset,
+                                           const std::filesystem::path& directory,
+                                           std::stop_token stop = {}) {
+    ::setenv("TMPDIR", directory.c_str(), 1);
+    std::optional<ExportErrorKind> kind;
+    try {
+        const EffectBakeResult baked = FFmpegEffectBakingRenderer().bake(session, preset, std::move(stop));
+        EXPECT_TRUE(baked.isTemporary);
+        EXPECT_TRUE(std::filesystem::equivalent(baked.mediaURL.parent_path(), directory));
+        EXPECT_EQ(baked.mediaURL.filename().string().substr(0, 13), "tavrin-baked-");
+        std::filesystem::rename(baked.mediaURL, directory / "baked.mov");
+    } catch (const ExportError& error) {
+        kind = error.kind();
+    }
+    ::unsetenv("TMPDIR");
+    return kind;
 }
 
-TEST(EffectBakingTests, AFreshTakeIsExportedWithItsFraming) {
+/// One second twice as fast, two as they were, at 30 frames a second.
+TEST(EffectBakingTests, ABakedMovieIsExactlyTheEdit) {
+    using enum ExportSpeedQualityMode;
     const TemporaryFolder folder;
-    const ExportPreset preset = smallPreset(640, 360);
-    PreparedEffectExport prepared =
-        FFmpegEffectBakingRenderer().prepareExport(makeSession(folder), preset, {});
-    EXPECT_EQ(prepared.sourceURL, folder.path("package") / "screen.mov");
-    EXPECT_EQ(prepared.temporaryMediaURL, std::nullopt);
-    ASSERT_TRUE(prepared.audioMix);
+    const EditorSession session = makeTake(folder, [](TimelineModel& timeline) {
+        timeline.speedTrack.regions = {{.startTime = 0, .endTime = 1, .speed = PlaybackSpeed::x2}};
+    });
+    for (const ExportSpeedQualityMode mode : {highQuality, fastPreview}) {
+        const TemporaryFolder temporary;
+        ExportPreset preset = smallPreset(192, 108, 30);
+        preset.mode = mode;
+        EXPECT_EQ(bakeFailure(session, preset, temporary.path("")), std::nullopt);
+        const std::filesystem::path movie = temporary.path("baked.mov");
+        const Json probe = probed(movie);
+        std::map<std::string, Json> streams;
+        for (const Json& stream : probe["streams"]) {
+            streams[stream["codec_type"].get<std::string>()] = stream;
+        }
+        EXPECT_EQ(streams["video"]["codec_name"], mode == highQuality ? "prores" : "h264");
+        EXPECT_EQ(streams["video"]["r_frame_rate"], "30/1");
+        EXPECT_EQ(streams["audio"]["codec_name"], mode == highQuality ? "pcm_s24le" : "aac");
+        EXPECT_NEAR(std::stod(probe["format"]["duration"].get<std::string>()), 2.5, 1e-3);
+        EXPECT_GT(toneLevel(MediaAsset::open(movie), 0, systemTone, 0, 2.5), 0.2);
+        VideoReader reader(movie);
+        int frame = 0;
+        for (; const auto picture = reader.next(); ++frame) {
+            EXPECT_EQ(numberIn(picture->pixels), frame < 15 ? 4 * frame : 30 + 2 * frame) << frame;
+        }
+        EXPECT_EQ(frame, 75);
+    }
+}
 
-    ExportRequest job = request(prepared.sourceURL, folder.path("out.mp4"), preset);
-    job.sourceAsset = prepared.sourceAsset;
-    job.videoComposition = prepared.videoComposition;
-    job.audioMix = prepared.audioMix;
-    EXPECT_EQ(FFmpegMP4Exporter().exportMovie(job).frameCount, 60);
-
-    VideoReader reader(folder.path("out.mp4"));
-    const auto picture = reader.next();
-    ASSERT_TRUE(picture);
-    EXPECT_NEAR(meanOfMiddle(picture->pixels, 0), 145, 3);
-    EXPECT_NEAR(meanOfMiddle(picture->pixels, 1), 54, 3);
-    EXPECT_LT(picture->pixels.row(0, 3)[3], 80) << "the corner belongs to the dark background";
-    EXPECT_EQ(soundOf(folder.path("out.mp4")).size() / 4800, 10U);
+TEST(EffectBakingTests, ABakeThatEndsEarlyLeavesNoFile) {
+    const TemporaryFolder folder;
+    const TemporaryFolder temporary;
+    const EditorSession session = makeTake(folder);
+    {
+        std::stop_source stop;
+        const std::jthread canceller([&](const std::stop_token& ended) {
+            while (temporary.fileCount() == 0 && !ended.stop_requested()) {
+                std::this_thread::yield();
+            }
+            stop.request_stop();
+        });
+        EXPECT_EQ(bakeFailure(session, smallPreset(1920, 1080), temporary.path(""), stop.get_token()),
+                  ExportErrorKind::cancelled);
+    }
+    EXPECT_EQ(bakeFailure(session, smallPreset(191, 107), temporary.path("")),
+              ExportErrorKind::unableToCreateSession);
+    EXPECT_EQ(temporary.fileCount(), 0U);
+    EXPECT_EQ(bakeFailure(session, smallPreset(), temporary.path("missing")), ExportErrorKind::exportFailed);
 }
 
 TEST(EffectBakingTests, AMovieThatCannotBeOpenedAndACancelledPlan) {
     const TemporaryFolder folder;
-    const EditorSession session = makeSession(folder);
+    const EditorSession session = makeTake(folder);
     std::stop_source stopped;
     stopped.request_stop();
     const auto kindOf = [&](std::stop_token stop) {
         try {
-            static_cast<void>(
-                FFmpegEffectBakingRenderer().prepareExport(session, smallPreset(), std::move(stop)));
+            EXPECT_TRUE(FFmpegEffectBakingRenderer()
+                            .prepareExport(session, smallPreset(), std::move(stop))
+                            .usesDirectComposition());
         } catch (const ExportError& error) {
             return std::optional(error.kind());
         }
@@ -87,7 +113,7 @@ TEST(EffectBakingTests, AMovieThatCannotBeOpenedAndACancelledPlan) {
 TEST(EffectBakingTests, APreparationThatIsABakeIsNotDirect) {
     const TemporaryFolder folder;
     MockEffectBakingRenderer renderer;
-    PreparedEffectExport prepared = renderer.prepareExport(makeSession(folder), smallPreset(), {});
+    PreparedEffectExport prepared = renderer.prepareExport(makeTake(folder), smallPreset(), {});
     EXPECT_FALSE(prepared.usesDirectComposition());
     EXPECT_EQ(prepared.temporaryMediaURL, std::nullopt) << "the mock's file is not the caller's to remove";
     EXPECT_EQ(renderer.snapshot().bakeCalls, 1);

@@ -4,7 +4,6 @@
 #include <complex>
 #include <memory>
 #include <numbers>
-#include <utility>
 #include <vector>
 
 #include "TavrinKit/Media/MovieWriter.h"
@@ -12,10 +11,16 @@
 namespace tavrin::fixtures {
 namespace {
 
+constexpr double sampleRate = 48000;
+
+std::complex<double> oscillation(double frequency, std::size_t sample) {
+    return std::polar(1.0, 2 * std::numbers::pi * frequency * double(sample) / sampleRate);
+}
+
 std::vector<float> tone(double frequency, double seconds) {
-    std::vector<float> sound(std::size_t(std::llround(seconds * 48000)));
-    for (std::size_t i = 0; i < sound.size(); ++i) {
-        sound[i] = 0.3F * float(std::sin(2 * std::numbers::pi * frequency * double(i) / 48000));
+    std::vector<float> sound;
+    for (std::size_t i = 0; double(i) < seconds * sampleRate; ++i) {
+        sound.push_back(0.3F * float(oscillation(frequency, i).imag()));
     }
     return sound;
 }
@@ -25,45 +30,46 @@ std::vector<float> tone(double frequency, double seconds) {
 void writeTone(const std::filesystem::path& path, double frequency, double seconds) {
     MovieWriterSettings settings;
     settings.path = path;
-    settings.audio = AudioTrackSettings{48000, 1, 128000};
+    settings.audio = AudioTrackSettings{int(sampleRate), 1, 128000};
     MovieWriter writer(settings);
     writer.appendAudio(tone(frequency, seconds), 0);
     writer.finish();
 }
 
-double toneLevel(std::span<const float> sound, double frequency) {
+double toneLevel(const MediaAsset& asset, int track, double frequency, double from, double to) {
+    std::vector<float> sound(std::size_t(std::llround(to * sampleRate)));
+    asset.openAudio(track, int(sampleRate), 1)->read(sound);
+    const auto first = std::size_t(std::llround(from * sampleRate));
     std::complex<double> sum;
-    for (std::size_t i = 0; i < sound.size(); ++i) {
-        sum += double(sound[i]) * std::polar(1.0, 2 * std::numbers::pi * frequency * double(i) / 48000);
+    for (std::size_t i = first; i < sound.size(); ++i) {
+        sum += double(sound[i]) * oscillation(frequency, i);
     }
-    return 2 * std::abs(sum) / double(sound.size());
+    return 2 * std::abs(sum) / double(sound.size() - first);
 }
 
 EditorSession makeTake(const TemporaryFolder& folder, const std::function<void(TimelineModel&)>& edit,
                        TakeOptions options) {
-    ProjectManifest manifest;
-    if (options.microphone) {
-        manifest.audioTracks.push_back({AudioTrackDescriptor::Kind::microphone, "mic_audio.m4a"});
-    }
-    if (options.systemFile) {
-        manifest.audioTracks.push_back({AudioTrackDescriptor::Kind::system, "system_audio.m4a"});
-    }
-    if (options.camera) {
-        manifest.cameraTracks.push_back({"camera.mov", 0, 0});
-    }
-    const ProjectPackage package(folder.path("package"), manifest);
+    using enum AudioTrackDescriptor::Kind;
+    ProjectPackage package(folder.path("package"), ProjectManifest{});
     package.createDirectoriesIfNeeded();
     SyntheticMovie screen{.times = evenTimes(180, 60), .endTime = 3};
     if (options.screenSound) {
         screen.sound = tone(systemTone, 3);
     }
     write(screen, package.screenURL());
-    for (const AudioTrackDescriptor& track : manifest.audioTracks) {
-        const bool isSystem = track.kind == AudioTrackDescriptor::Kind::system;
-        writeTone(package.audioURL(track), isSystem ? systemTone : microphoneTone, 3);
+    const auto addSound = [&](AudioTrackDescriptor track, double frequency) {
+        package.manifest().audioTracks.push_back(track);
+        writeTone(package.audioURL(track), frequency, 3);
+    };
+    if (options.microphone) {
+        addSound({microphone, "mic_audio.m4a"}, microphoneTone);
     }
-    for (const CameraTrackDescriptor& track : manifest.cameraTracks) {
-        write({.times = evenTimes(90, 30), .endTime = 3}, package.cameraURL(track));
+    if (options.systemFile) {
+        addSound({AudioTrackDescriptor::Kind::system, "system_audio.m4a"}, systemTone);
+    }
+    if (options.camera) {
+        package.setCameraTracks({{"camera.mov", 0, 0}});
+        write({.times = evenTimes(90, 30), .endTime = 3}, folder.path("package") / "camera.mov");
     }
     EditsDocument edits;
     edits.timeline.framingTrack.style.padding = 0;

@@ -2,9 +2,9 @@
 
 #include <filesystem>
 #include <functional>
-#include <span>
 
 #include "ExportFixtures.h"
+#include "TavrinKit/Compositing/MediaAsset.h"
 #include "TavrinKit/Session/EditorSession.h"
 
 namespace tavrin::fixtures {
@@ -17,8 +17,8 @@ inline constexpr double extraTone = 3000;
 /// A sound file with a tone.
 void writeTone(const std::filesystem::path& path, double frequency, double seconds);
 
-/// The amplitude of a frequency in mono sound at 48 kHz.
-[[nodiscard]] double toneLevel(std::span<const float> sound, double frequency);
+/// How loud a tone is in a stretch of a track.
+[[nodiscard]] double toneLevel(const MediaAsset& asset, int track, double frequency, double from, double to);
 
 struct TakeOptions {
     bool screenSound = true; ///< in the screen movie
