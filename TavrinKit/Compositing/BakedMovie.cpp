@@ -1,19 +1,13 @@
 #include "TavrinKit/Compositing/BakedMovie.h"
 
-#include <exception>
 #include <memory>
 
-#include "TavrinKit/Compositing/ExportError.h"
 #include "TavrinKit/Compositing/RenderPipeline.h"
-#include "TavrinKit/Effects/FrameTimes.h"
 #include "TavrinKit/Media/MovieWriter.h"
 #include "TavrinKit/Support/Files.h"
 
 namespace tavrin {
 namespace {
-
-/// Movies tell their length to the microsecond: a frame that would begin this close to the end is not one.
-constexpr double durationRounding = 1e-6;
 
 bool isPreview(const ExportPreset& preset) {
     return preset.mode == ExportSpeedQualityMode::fastPreview;
@@ -38,14 +32,15 @@ AudioTrackSettings audioSettings(const ExportPreset& preset) {
 }
 
 RenderPipeline::Plan pipelinePlan(const EffectRenderPlan& plan, const ExportPreset& preset) {
-    RenderPipeline::Plan result{plan.asset, plan.videoComposition, plan.videoComposition.renderSize, 1, 0, {},
-                                {}};
-    result.framesPerSecond = preset.wholeFramesPerSecond();
-    result.frameCount = FrameTimes(plan.asset.duration() - durationRounding, result.framesPerSecond).count();
-    if (result.frameCount == 0) {
-        throw MediaError::unreadable(plan.asset.path(), "it doesn't say how long it is");
-    }
-    result.audioMix = plan.audioMix.value_or(AudioMix());
+    const int framesPerSecond = preset.wholeFramesPerSecond();
+    RenderPipeline::Plan result{
+        .asset = plan.asset,
+        .composition = plan.videoComposition,
+        .frameSize = plan.videoComposition.renderSize,
+        .framesPerSecond = framesPerSecond,
+        .frameCount = RenderPipeline::frameCount(plan.asset, framesPerSecond),
+        .audioMix = plan.audioMix.value_or(AudioMix()),
+    };
     if (plan.asset.audioTrackCount() > 0) {
         result.sound = audioSettings(preset);
     }
@@ -60,14 +55,7 @@ std::unique_ptr<MovieWriter> openWriter(const RenderPipeline::Plan& plan, const 
     settings.video = videoSettings(preset);
     settings.audio = plan.sound;
     settings.optimizeForNetworkUse = isPreview(preset);
-    try {
-        return std::make_unique<MovieWriter>(settings);
-    } catch (const MediaError& error) {
-        if (error.kind() == MediaErrorKind::encoderRefused) {
-            throw ExportError::unableToCreateSession(std::current_exception());
-        }
-        throw;
-    }
+    return RenderPipeline::openWriter(settings);
 }
 
 } // namespace

@@ -5,7 +5,9 @@
 #include <memory>
 #include <thread>
 
+#include "TavrinKit/Compositing/ExportError.h"
 #include "TavrinKit/Compositing/MixedSound.h"
+#include "TavrinKit/Effects/FrameTimes.h"
 #include "TavrinKit/Imaging/FrameSequence.h"
 #include "TavrinKit/Imaging/ImageRenderer.h"
 #include "TavrinKit/Support/Cancellation.h"
@@ -49,6 +51,26 @@ private:
 RenderPipeline::RenderPipeline(Plan plan, MovieWriter& writer)
     : plan_(std::move(plan)), writer_(writer), decoded_(decodedAhead), blank_(bufferCount),
       drawn_(drawnAhead) {}
+
+std::int64_t RenderPipeline::frameCount(const MediaAsset& asset, int framesPerSecond) {
+    constexpr double durationRounding = 1e-6;
+    const std::int64_t count = FrameTimes(asset.duration() - durationRounding, framesPerSecond).count();
+    if (count == 0) {
+        throw MediaError::unreadable(asset.path(), "it doesn't say how long it is");
+    }
+    return count;
+}
+
+std::unique_ptr<MovieWriter> RenderPipeline::openWriter(const MovieWriterSettings& settings) {
+    try {
+        return std::make_unique<MovieWriter>(settings);
+    } catch (const MediaError& error) {
+        if (error.kind() == MediaErrorKind::encoderRefused) {
+            throw ExportError::unableToCreateSession(std::current_exception());
+        }
+        throw;
+    }
+}
 
 template <typename Stage>
 void RenderPipeline::guarded(Stage stage) noexcept {

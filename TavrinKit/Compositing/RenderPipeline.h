@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <exception>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <stop_token>
 
@@ -30,11 +31,20 @@ public:
         PixelSize frameSize;
         int framesPerSecond = 60;
         std::int64_t frameCount = 0;
-        AudioMix audioMix;
-        std::optional<AudioTrackSettings> sound; ///< absent: the movie is silent
+        AudioMix audioMix{};
+        std::optional<AudioTrackSettings> sound{}; ///< absent: the movie is silent
     };
 
     using ProgressHandler = std::function<void(double fraction)>;
+
+    /// How many frames the movie of an asset has. Assets tell their length to the microsecond: a frame that
+    /// would begin closer to the end is not one.
+    /// @throws MediaError (unreadable) when the asset doesn't say how long it is
+    [[nodiscard]] static std::int64_t frameCount(const MediaAsset& asset, int framesPerSecond);
+
+    /// @throws ExportError (unableToCreateSession) when the encoders take none of these settings; MediaError,
+    ///         FileError
+    [[nodiscard]] static std::unique_ptr<MovieWriter> openWriter(const MovieWriterSettings& settings);
 
     /// @param writer  outlives the pipeline; is neither finished nor cancelled here
     RenderPipeline(Plan plan, MovieWriter& writer);

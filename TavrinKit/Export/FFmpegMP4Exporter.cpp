@@ -7,7 +7,6 @@
 
 #include "TavrinKit/Compositing/FrameOperations.h"
 #include "TavrinKit/Compositing/RenderPipeline.h"
-#include "TavrinKit/Effects/FrameTimes.h"
 #include "TavrinKit/Support/Cancellation.h"
 #include "TavrinKit/Support/Files.h"
 #include "TavrinKit/Support/Log.h"
@@ -18,9 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr auto service = "TavrinKit.FFmpegMP4Exporter";
-
-/// Movies tell their length to the microsecond: a frame that would begin this close to the end is not one.
-constexpr double durationRounding = 1e-6;
 
 Size2D sizeOf(const ExportResolution& resolution) {
     return {double(resolution.width), double(resolution.height)};
@@ -89,9 +85,6 @@ MediaAsset usableAsset(const ExportRequest& request) {
     if (!asset.hasVideo()) {
         throw MediaError::noVideoTrack(asset.path());
     }
-    if (!std::isfinite(asset.duration()) || asset.duration() <= durationRounding) {
-        throw MediaError::unreadable(asset.path(), "it doesn't say how long it is");
-    }
     return asset;
 }
 
@@ -107,7 +100,7 @@ RenderPipeline::Plan makePlan(const ExportRequest& request, const MediaAsset& as
     }
     plan.framesPerSecond =
         plan.composition ? std::max(plan.composition->framesPerSecond, 1) : preset.wholeFramesPerSecond();
-    plan.frameCount = FrameTimes(asset.duration() - durationRounding, plan.framesPerSecond).count();
+    plan.frameCount = RenderPipeline::frameCount(asset, plan.framesPerSecond);
     plan.audioMix = request.audioMix.value_or(AudioMix());
     if (asset.audioTrackCount() > 0) {
         plan.sound = FFmpegMP4Exporter::audioOutputSettings(preset);
@@ -124,14 +117,7 @@ std::unique_ptr<MovieWriter> openWriter(const ExportRequest& request, const Rend
     settings.video->frameRate = plan.framesPerSecond;
     settings.audio = plan.sound;
     settings.optimizeForNetworkUse = request.preset.mode == ExportSpeedQualityMode::fastPreview;
-    try {
-        return std::make_unique<MovieWriter>(settings);
-    } catch (const MediaError& error) {
-        if (error.kind() == MediaErrorKind::encoderRefused) {
-            throw ExportError::unableToCreateSession(std::current_exception());
-        }
-        throw;
-    }
+    return RenderPipeline::openWriter(settings);
 }
 
 double measuredDuration(const fs::path& path) {
