@@ -18,6 +18,7 @@ public:
     explicit EffectGraphRenderer(CameraAnimator cameraAnimator) : cameraAnimator_(cameraAnimator) {}
 
     /// One frame for each of `makeFrameTimes`, in order. Each is what it would be if it were the only one.
+    /// They take about a kilobyte each.
     ///
     /// The cursor follows the rules of CursorPlaybackSupport; typing and camera follow the frame's own time.
     /// The shutter of the motion blur is that of 60 frames per second, whatever the viewport's rate.

@@ -38,7 +38,7 @@ public:
 ///
 /// An observer may do anything with the session but destroy it. What it changes takes effect at once and is
 /// told to all observers once they have all heard of the change before it. An observer that is taken away
-/// meanwhile isn't called any more; one that is added hears of the changes that follow.
+/// meanwhile isn't called any more; one that is added is called from the next telling on.
 ///
 /// To be used from one thread, that of the user interface.
 class ObservableEditorSession {
