@@ -59,16 +59,21 @@ int trackOf(MediaFile& file, int number) {
     return track;
 }
 
+/// Less and more than these would make buffers without measure.
+void checkIsPossible(const std::filesystem::path& path, int rate, int channels) {
+    if (rate < 1000 || rate > 768'000 || channels < 1 || channels > 64) {
+        throw MediaError::decodingFailed(
+            path, fmt::format("{} Hz and {} channels are not possible", rate, channels));
+    }
+}
+
 } // namespace
 
 struct AudioReader::Implementation {
     Implementation(const std::filesystem::path& path, int number, int rate, int channels)
         : file(path), track(trackOf(file, number)), decoder(file, track, 1), outputRate(rate),
           outputChannels(channels), end(file.end(track)) {
-        if (rate < 1000 || rate > 768'000 || channels < 1 || channels > 64) {
-            throw MediaError::decodingFailed(
-                path, fmt::format("{} Hz and {} channels are not possible", rate, channels));
-        }
+        checkIsPossible(path, rate, channels);
     }
 
     void seek(std::int64_t frame);
@@ -134,6 +139,7 @@ void AudioReader::Implementation::prepare(const AVFrame& frame) {
         channels == inputChannels) {
         return;
     }
+    checkIsPossible(file.path(), frame.sample_rate, channels);
     if (inputRate > 0 && frame.sample_rate != inputRate) {
         position = std::int64_t(double(position) * frame.sample_rate / inputRate);
     }
@@ -227,7 +233,7 @@ ffmpeg::Frame AudioReader::Implementation::nextFrame() {
 
 void AudioReader::Implementation::seek(std::int64_t frame) {
     goal = std::max<std::int64_t>(frame, 0);
-    if (file.isExact() && end > 0 && double(*goal) / outputRate > end + slack) {
+    if (end > 0 && double(*goal) / outputRate > end + slack) {
         hasEnded = true;
         return;
     }

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
+#include <fstream>
 #include <random>
 #include <string>
 #include <utility>
@@ -41,6 +42,8 @@ TEST(AudioReader, SeekingGivesWhatReadingThroughGives) {
     std::mt19937 random(7);
     for (const auto& [file, arguments] : {std::pair{"late.mov", ""},
                                           {"rate.m4a", "-ar 44100 -c:a aac -b:a 192k"},
+                                          {"pieces.mp4", "-c:a aac -b:a 192k -movflags frag_keyframe+"
+                                                         "empty_moov -frag_duration 700000"},
                                           {"plain.wav", "-c:a pcm_s16le"},
                                           {"blocks.flac", "-ar 44100"},
                                           {"speech.ogg", "-c:a libopus -b:a 160k"}}) {
@@ -66,6 +69,45 @@ TEST(AudioReader, SeekingGivesWhatReadingThroughGives) {
             }
             // A sample beside its place makes 0.03 and more; lossy decoders keep a little of their past.
             EXPECT_LT(worst, 0.012) << file << " from " << start;
+        }
+    }
+}
+
+TEST(AudioReader, AbsurdHeadsAreAnError) {
+    const TemporaryFolder folder;
+    const auto write = [&](std::uint32_t rate, std::uint16_t channels, std::uint32_t dataSize) {
+        std::string bytes = "RIFF....WAVEfmt ";
+        const auto put = [&](std::uint32_t value, int count) {
+            for (int i = 0; i < count; ++i) {
+                bytes.push_back(char(value >> (8 * i)));
+            }
+        };
+        put(16, 4);
+        put(1, 2);
+        put(channels, 2);
+        put(rate, 4);
+        put(rate * channels * 2, 4);
+        put(std::uint32_t(channels) * 2, 2);
+        put(16, 2);
+        bytes += "data";
+        put(dataSize, 4);
+        bytes += std::string(20000, 'a');
+        std::ofstream(folder / "absurd.wav", std::ios::binary) << bytes;
+    };
+    for (const std::uint32_t rate : {0U, 1U, 8000U, 2147483647U, 4294967295U}) {
+        for (const std::uint16_t channels : {0, 1, 65535}) {
+            for (const std::uint32_t dataSize : {0U, 20000U, 4294967295U}) {
+                write(rate, channels, dataSize);
+                const auto kind = mediaErrorOf([&] {
+                    static_cast<void>(probeMedia(folder / "absurd.wav"));
+                    AudioFollower follower(folder / "absurd.wav", 0, 48000, 2);
+                    std::vector<float> sound(20000);
+                    for (const std::int64_t place : {std::int64_t(0), std::int64_t(100'000), INT64_MAX / 2}) {
+                        follower.read(place, sound);
+                    }
+                });
+                EXPECT_EQ(kind.has_value(), rate != 8000 || channels != 1) << rate << " Hz, " << channels;
+            }
         }
     }
 }
