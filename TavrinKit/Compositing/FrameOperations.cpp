@@ -6,6 +6,9 @@
 namespace tavrin {
 namespace {
 
+/// A picture grown further is a single pixel anyway; arithmetic stays exact enough up to here.
+constexpr double largestScale = 1e6;
+
 /// A length to divide by.
 double divisor(double length) {
     return length > 1 ? length : 1;
@@ -42,8 +45,8 @@ Image applyCamera(const Image& image, const CameraTransform& camera) {
         return image;
     }
     const Vec2 focus = resolvedCameraFocus(camera.center, image.extent());
-    const AffineTransform zoom{
-        camera.scale, 0, 0, camera.scale, focus.x - camera.scale * focus.x, focus.y - camera.scale * focus.y};
+    const double scale = std::min(camera.scale, largestScale);
+    const AffineTransform zoom{scale, 0, 0, scale, focus.x - scale * focus.x, focus.y - scale * focus.y};
     return image.clampedToExtent().transformed(zoom).cropped(image.extent());
 }
 

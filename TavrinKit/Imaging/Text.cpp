@@ -41,7 +41,11 @@ PangoContext* makeContext() {
 
 /// Valid UTF-8 of at most `longest` bytes.
 std::string validText(std::string_view text, std::size_t longest) {
-    char* valid = g_utf8_make_valid(text.data(), gssize(std::min(text.size(), longest)));
+    std::size_t length = std::min(text.size(), longest);
+    while (length > 0 && length < text.size() && (text[length] & 0xC0) == 0x80) {
+        --length; // not within a character
+    }
+    char* valid = g_utf8_make_valid(text.data(), gssize(length));
     std::string result(valid);
     g_free(valid);
     return result;

@@ -27,7 +27,7 @@ struct TextFont {
 class TextLine {
 public:
     /// A longer text is cut.
-    static constexpr std::size_t longestText = 16384; ///< bytes
+    static constexpr std::size_t longestText = 2048; ///< bytes
 
     TextLine(std::string_view text, const TextFont& font);
     ~TextLine();
@@ -56,7 +56,7 @@ enum class TextAlignment { left, center, right };
 class TextBlock {
 public:
     /// A longer text is cut: no picture has room for it.
-    static constexpr std::size_t longestText = 16384; ///< bytes
+    static constexpr std::size_t longestText = 8192; ///< bytes
 
     /// @param width  of the column, pixels; finite and positive
     TextBlock(std::string_view text, const TextFont& font, double width,

@@ -67,6 +67,12 @@ Image placeColouredPicture(PixelSize size) {
     return Image::pixels(picture);
 }
 
+void writePicture(const std::filesystem::path& path, const Color& color, PixelSize size) {
+    Raster raster(size);
+    raster.fillRoundedRectangle({0, 0, double(size.width), double(size.height)}, 0, color);
+    writeFileAtomically(path, encodePNG(raster.pixels()));
+}
+
 PixelBuffer rendered(const Image& image, const Rect& rect) {
     return ImageRenderer(ImageRenderer::Options{.threads = 1}).render(image, rect);
 }

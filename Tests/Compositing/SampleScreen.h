@@ -19,6 +19,9 @@ namespace tavrin::test {
 /// A picture whose red grows from left to right and whose green grows upward, 0 to 255: colours tell places.
 [[nodiscard]] Image placeColouredPicture(PixelSize size);
 
+/// A PNG file of one colour.
+void writePicture(const std::filesystem::path& path, const Color& color, PixelSize size);
+
 /// A part of an image as the renderer draws it; whole pixels.
 [[nodiscard]] PixelBuffer rendered(const Image& image, const Rect& rect);
 
