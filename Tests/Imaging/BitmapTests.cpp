@@ -171,5 +171,66 @@ TEST(TextLine, StandsUprightOnItsBaseline) {
     EXPECT_EQ(ink(0, 60, int(10 + line.width()) + 2, 120), 0);
 }
 
+/// The ink of a block drawn into the middle of a larger raster: the rectangle of all pixels with alpha.
+struct Ink {
+    int left = 1000, right = -1, top = 1000, bottom = -1;
+    bool hasColor = false;
+};
+
+Ink inkOf(const std::string& text, TextAlignment alignment, const Rect& column) {
+    Raster raster({240, 120});
+    TextBlock(text, {20}, column.width, alignment).draw(raster, column, {1, 1, 1, 1});
+    const PixelBuffer picture = raster.pixels();
+    Ink ink;
+    for (int y = 0; y < 120; ++y) {
+        for (int x = 0; x < 240; ++x) {
+            const std::uint8_t* p = picture.row(0, y) + std::ptrdiff_t(x) * 4;
+            if (p[3] > 60) {
+                ink = {std::min(ink.left, x), std::max(ink.right, x), std::min(ink.top, y),
+                       std::max(ink.bottom, y), ink.hasColor || std::abs(p[2] - p[0]) > 60};
+            }
+        }
+    }
+    return ink;
+}
+
+TEST(TextBlock, BreaksLinesAndKeepsToItsColumn) {
+    const Rect column{40, 20, 160, 80};
+    EXPECT_EQ(TextBlock("one two", {20}, 160).lineCount(), 1);
+    EXPECT_EQ(TextBlock("one\ntwo", {20}, 160).lineCount(), 2);
+    EXPECT_EQ(TextBlock("some words that need room", {20}, 160).lineCount(), 2);
+    EXPECT_GT(TextBlock(std::string(60, 'm'), {20}, 160).lineCount(), 5) << "within a word that is too long";
+    for (const char* text : {"HHHH", "\xd7\x97\xd7\x97\xd7\x97\xd7\x97"}) { // Hebrew keeps to the side too
+        const Ink left = inkOf(text, TextAlignment::left, column);
+        const Ink middle = inkOf(text, TextAlignment::center, column);
+        const Ink right = inkOf(text, TextAlignment::right, column);
+        EXPECT_NEAR(left.left, 41, 2);
+        EXPECT_NEAR(right.right, 198, 2);
+        EXPECT_NEAR(middle.left + middle.right, 239, 3);
+        EXPECT_GT(left.top, 20) << "from the top down";
+        EXPECT_LT(left.bottom, 45);
+    }
+    const Ink many = inkOf(std::string(900, 'g'), TextAlignment::left, column);
+    EXPECT_LT(many.bottom, 100) << "whole lines only";
+    EXPECT_GE(many.left, 40);
+    EXPECT_LT(many.right, 200);
+    EXPECT_GT(inkOf("H", TextAlignment::left, {40, 20, 160, 12}).right, 0) << "but the first line always";
+    EXPECT_TRUE(inkOf("\xf0\x9f\x8e\x89", TextAlignment::left, column).hasColor) << "emoji come in colour";
+    EXPECT_EQ(inkOf("", TextAlignment::left, column).right, -1);
+    EXPECT_EQ(inkOf("H", TextAlignment::left, {40, 20, 160, std::nan("")}).right, -1);
+}
+
+TEST(Raster, CoversAPartOfALargerSpace) {
+    Raster raster(Rect{100, 50, 4, 3}, {2, 2});
+    EXPECT_EQ(raster.size(), (PixelSize{8, 6}));
+    raster.fillRoundedRectangle({101, 50, 1, 1}, 0.0, {0, 0, 0, 1});
+    const PixelBuffer picture = raster.pixels();
+    EXPECT_EQ(coverage(picture), 4);
+    EXPECT_EQ(alphaAt(picture, 2, 5), 255);
+    EXPECT_EQ(raster.image().extent(), (Rect{100, 50, 4, 3}));
+    EXPECT_THROW(Raster(Rect{0, 0, 9000, 1}, {2, 2}), std::invalid_argument);
+    EXPECT_THROW(Raster(Rect{0, 0, std::nan(""), 1}, {1, 1}), std::invalid_argument);
+}
+
 } // namespace
 } // namespace tavrin
