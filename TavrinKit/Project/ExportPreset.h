@@ -8,12 +8,12 @@
 #include <vector>
 
 #include "TavrinKit/Project/ExportAspectPreset.h"
+#include "TavrinKit/Project/ExportCapability.h"
 #include "TavrinKit/Support/Json.h"
 
 namespace tavrin {
 
 enum class ExportPresetCategory { builtIn, custom };
-enum class ExportCodec { h264, hevc };
 enum class ExportContainer { mp4, mov };
 enum class ExportVideoProfile { h264Baseline, h264Main, h264High, hevcMain };
 
@@ -100,31 +100,6 @@ struct ExportPreset {
     friend bool operator==(const ExportPreset&, const ExportPreset&) = default;
 };
 
-struct ExportCapabilityGate {
-    bool supports4K = false;
-
-    friend bool operator==(const ExportCapabilityGate&, const ExportCapabilityGate&) = default;
-};
-
-struct ExportCodecCapability {
-    ExportCodec codec = ExportCodec::h264;
-    std::string profile;
-    bool supported = false;
-    bool hardwareAccelerated = false;
-
-    friend bool operator==(const ExportCodecCapability&, const ExportCodecCapability&) = default;
-};
-
-/// What a machine can encode, at one moment.
-struct ExportCapabilitySnapshot {
-    int cpuCoreCount = 1;
-    int memoryGB = 1;
-    ExportCapabilityGate gate;
-    std::vector<ExportCodecCapability> codecs;
-
-    friend bool operator==(const ExportCapabilitySnapshot&, const ExportCapabilitySnapshot&) = default;
-};
-
 namespace PremiumDefaults {
 
 /// The built-in presets, one for each aspect in the order of the enumeration. They are the same on every
@@ -138,14 +113,6 @@ struct EnumNames<ExportPresetCategory> {
     static constexpr std::array<std::pair<ExportPresetCategory, std::string_view>, 2> names{{
         {ExportPresetCategory::builtIn, "builtIn"},
         {ExportPresetCategory::custom, "custom"},
-    }};
-};
-
-template <>
-struct EnumNames<ExportCodec> {
-    static constexpr std::array<std::pair<ExportCodec, std::string_view>, 2> names{{
-        {ExportCodec::h264, "h264"},
-        {ExportCodec::hevc, "hevc"},
     }};
 };
 
