@@ -1,5 +1,6 @@
 #include <array>
 #include <random>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -49,14 +50,11 @@ TEST_F(TemporalMotionBlur, AFrameIsTheMeanOfItsInstants) {
     const MediaAsset asset = movie(test::evenTimes(50, 50), 1);
     const TimelineTimeMapper plain(1, {});
     const TimelineTimeMapper slow(1, {{.startTime = 0.2, .endTime = 0.8, .speed = PlaybackSpeed::x025}});
-    std::mt19937 random(5);
     for (const TimelineTimeMapper& mapper : {plain, slow}) {
         const MediaAsset edited = asset.retimed(mapper);
         const double duration = edited.duration();
         const TemporalFrameSampler sampler(edited, {TemporalFrameQuantizer::make(duration, 50), true});
-        std::uniform_real_distribution<double> anyTime(0, duration);
-        for (int i = 0; i < 30; ++i) {
-            const double time = i == 0 ? 0 : i == 1 ? duration : anyTime(random);
+        const auto check = [&](double time) {
             double expected = 0;
             for (int k = 0; k < 16; ++k) {
                 const double offset = 0.65 / 30 * (k / 15.0 - 0.5);
@@ -65,6 +63,18 @@ TEST_F(TemporalMotionBlur, AFrameIsTheMeanOfItsInstants) {
             }
             const Image source = sampler.sample(time)->image;
             EXPECT_NEAR(test::numberIn(blurred(source, time, &sampler, mapper)), expected, 0.4) << time;
+        };
+        check(0);
+        check(duration);
+        std::vector<std::jthread> threads;
+        for (unsigned seed = 0; seed < 2; ++seed) {
+            threads.emplace_back([&, seed] {
+                std::mt19937 random(seed);
+                std::uniform_real_distribution<double> anyTime(0, duration);
+                for (int i = 0; i < 20; ++i) {
+                    check(anyTime(random));
+                }
+            });
         }
     }
 }
