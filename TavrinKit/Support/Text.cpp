@@ -4,6 +4,7 @@
 #include <memory>
 
 #include <unicode/brkiter.h>
+#include <unicode/coll.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 #include <unicode/utext.h>
@@ -103,6 +104,23 @@ std::string trimmedOf(std::string_view text, Predicate isTrimmed) {
     return std::string(text.substr(std::size_t(start), std::size_t(end - start)));
 }
 
+/// Null when the machine lacks the rules. Any thread may ask it for keys.
+const icu::Collator* nameCollator() {
+    static const std::unique_ptr<const icu::Collator> collator = [] {
+        icu::Locale locale = icu::Locale::getDefault();
+        if (std::string_view(locale.getVariant()) == "POSIX") { // which tells case apart, and orders by code
+            locale = icu::Locale::getRoot();
+        }
+        UErrorCode status = U_ZERO_ERROR;
+        std::unique_ptr<icu::Collator> made(icu::Collator::createInstance(locale, status));
+        if (made) {
+            made->setStrength(icu::Collator::SECONDARY);
+        }
+        return U_SUCCESS(status) ? std::move(made) : nullptr;
+    }();
+    return collator.get();
+}
+
 bool isNewline(UChar32 c) {
     return (c >= 0x0a && c <= 0x0d) || c == 0x85 || c == 0x2028 || c == 0x2029;
 }
@@ -161,6 +179,25 @@ std::string lowerCased(std::string_view text) {
     return result;
 }
 
+std::string collationKey(std::string_view text) {
+    const icu::Collator* collator = nameCollator();
+    if (collator == nullptr) {
+        return lowerCased(text);
+    }
+    const icu::UnicodeString unicode =
+        icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), std::int32_t(text.size())));
+    std::string key(std::size_t(4) * text.size() + 16, '\0');
+    for (;;) {
+        const std::int32_t size = collator->getSortKey(unicode, reinterpret_cast<std::uint8_t*>(key.data()),
+                                                       std::int32_t(key.size()));
+        const bool fits = std::size_t(size) <= key.size();
+        key.resize(std::size_t(size));
+        if (fits) {
+            return key;
+        }
+    }
+}
+
 std::string trimmedNewlines(std::string_view text) {
     return trimmedOf(text, isNewline);
 }
@@ -168,6 +205,13 @@ std::string trimmedNewlines(std::string_view text) {
 std::string trimmed(std::string_view text) {
     return trimmedOf(
         text, [](UChar32 c) { return isNewline(c) || c == '\t' || u_charType(c) == U_SPACE_SEPARATOR; });
+}
+
+std::string wellFormed(std::string_view text) {
+    std::string result;
+    icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), std::int32_t(text.size())))
+        .toUTF8String(result);
+    return result;
 }
 
 } // namespace tavrin

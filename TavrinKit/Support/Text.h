@@ -26,10 +26,19 @@ namespace tavrin {
 /// Lower case by the root locale's rules.
 [[nodiscard]] std::string lowerCased(std::string_view text);
 
+/// Sorting texts by their keys, as bytes, sorts them as the user's language has it, whatever the case: the
+/// keys of "b" and "B" are equal. The language is that of the environment; without one it is the root
+/// locale's order, which German and English share.
+[[nodiscard]] std::string collationKey(std::string_view text);
+
 /// Without newline characters (U+000A to U+000D, U+0085, U+2028, U+2029) at both ends.
 [[nodiscard]] std::string trimmedNewlines(std::string_view text);
 
 /// Without white space and newlines at both ends.
 [[nodiscard]] std::string trimmed(std::string_view text);
+
+/// With U+FFFD in place of what is no UTF-8: for text from outside that may be cut in the middle of a
+/// character.
+[[nodiscard]] std::string wellFormed(std::string_view text);
 
 } // namespace tavrin
