@@ -18,11 +18,6 @@ constexpr double glowDeviation = 10;
 constexpr double veilStrength = 0.22;
 constexpr double millisecondsPerHour = 3'600'000;
 
-bool isUsable(const Rect& rect) {
-    return rect.origin().isFinite() && std::isfinite(rect.width) && std::isfinite(rect.height) &&
-           rect.width > 1 && rect.height > 1;
-}
-
 /// What stands around the camera's picture before it is drawn; empty for no treatment.
 Image cameraBackdropImage(CameraPiPBackgroundTreatment treatment, const Rect& rect, double cornerRadius,
                           const Rect& frame) {
@@ -74,7 +69,7 @@ Image CameraPiPLayer::overlayPicture(const Image& image, const Image& picture, c
                                      const Rect& frame) const {
     const CameraPiPStyle& style = context_.style;
     const Rect rect = CameraPiPLayoutResolver::rect(frame, style, camera);
-    if (!isUsable(rect) || picture.isEmpty() || image.isEmpty()) {
+    if (!isDrawable(rect) || picture.isEmpty() || image.isEmpty()) {
         return image;
     }
     const double radius = CameraPiPLayoutResolver::cornerRadius(rect, style);

@@ -129,6 +129,15 @@ Image centerCrop(const Image& image, double targetAspect) {
     return image.cropped(centerCropRect(image.extent(), targetAspect));
 }
 
+bool isDrawable(const Rect& rect) {
+    constexpr double farthest = 1e6;
+    const auto isNear = [](double coordinate) {
+        return std::abs(coordinate) <= farthest;
+    };
+    return rect.width > 1 && rect.height > 1 && isNear(rect.x) && isNear(rect.y) && isNear(rect.width) &&
+           isNear(rect.height);
+}
+
 Rect seenPart(const Rect& extent, const Rect& output) {
     return hasArea(output) ? centerCropRect(extent, output.width / divisor(output.height)) : extent;
 }

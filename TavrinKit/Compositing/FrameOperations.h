@@ -53,6 +53,10 @@ namespace tavrin {
 /// @param targetAspect  width / height
 [[nodiscard]] Image centerCrop(const Image& image, double targetAspect);
 
+/// Large enough to be seen, more than a pixel either way, and not so large or so far away that sums of its
+/// coordinates lose whole pixels.
+[[nodiscard]] bool isDrawable(const Rect& rect);
+
 /// The part of a frame of this extent that `renderToOutput` shows: what lies outside is cut away at the end.
 /// Whatever is to be seen whole is laid out in it.
 [[nodiscard]] Rect seenPart(const Rect& extent, const Rect& output);

@@ -12,6 +12,13 @@ namespace {
 
 constexpr double largestShadowBlur = 48;
 
+/// A shadow that far away isn't seen, and sums with its offset are still exact.
+constexpr double farthestShadow = 1e5;
+
+double offset(double length) {
+    return std::isfinite(length) ? std::clamp(length, -farthestShadow, farthestShadow) : 0;
+}
+
 double finiteOrZero(double number) {
     return std::isfinite(number) ? number : 0;
 }
@@ -19,7 +26,7 @@ double finiteOrZero(double number) {
 Image softShadow(const Image& shape, const ShadowStyle& style) {
     const double opacity = std::clamp(finiteOrZero(style.opacity), 0.0, 1.0);
     return shape.colorMatrix(ColorMatrix::shadow(opacity))
-        .translated(finiteOrZero(style.offsetX), -finiteOrZero(style.offsetY))
+        .translated(offset(style.offsetX), -offset(style.offsetY))
         .blurred(std::min(finiteOrZero(style.blurRadius), largestShadowBlur));
 }
 

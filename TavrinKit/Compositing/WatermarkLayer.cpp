@@ -24,11 +24,6 @@ double divisor(double length) {
     return length > 1 ? length : 1;
 }
 
-bool isUsable(const Rect& rect) {
-    return rect.origin().isFinite() && std::isfinite(rect.width) && std::isfinite(rect.height) &&
-           rect.width > 1 && rect.height > 1;
-}
-
 /// A line of text in a space of its own, whose origin is the lower left corner of its bitmap.
 struct TextMark {
     TextLine line;
@@ -122,7 +117,7 @@ Image WatermarkLayer::textMark(const Rect& frame, const PixelGrid& grid) const {
     }
     const TextMark mark = measured(text, frame.width);
     const Rect rect = watermarkRect(frame, style_, mark.size.width / divisor(mark.size.height));
-    if (!isUsable(rect)) {
+    if (!isDrawable(rect)) {
         return {};
     }
     const double scale = std::min(rect.width / mark.size.width, rect.height / mark.size.height);
@@ -138,7 +133,7 @@ Image WatermarkLayer::pictureMark(const Rect& frame, const PixelGrid& grid) cons
     }
     const Rect& extent = picture->extent();
     const Rect rect = watermarkRect(frame, style_, extent.width / divisor(extent.height));
-    return isUsable(rect) ? fit(*picture, rect) : Image();
+    return isDrawable(rect) ? fit(*picture, rect) : Image();
 }
 
 } // namespace tavrin

@@ -132,7 +132,8 @@ Image Image::roundedRectangle(const Rect& rect, double radius, const Color& colo
         return {};
     }
     const Rect box = rect.standardized();
-    const double held = std::clamp(radius, 0.0, std::min(box.width, box.height) / 2);
+    constexpr double leastRadius = 0.001; // below, a corner is a corner
+    const double held = radius > leastRadius ? std::min(radius, std::min(box.width, box.height) / 2) : 0;
     return make(Node::RoundedRectangle{box, held, color}, box, mix(mix(mix(Kind::rounded, box), held), color),
                 held == 0 && color.a >= 1);
 }
@@ -248,7 +249,8 @@ Image Image::colorMatrix(const ColorMatrix& m) const {
 }
 
 Image Image::blurred(double radius) const {
-    if (!(radius > 0) || isEmpty()) {
+    constexpr double leastRadius = 0.01; // below, a neighbour's weight is none
+    if (!(radius > leastRadius) || isEmpty()) {
         return *this;
     }
     const Rect grown = extent().isInfinite() ? extent() : extent().inset(-3 * radius, -3 * radius);

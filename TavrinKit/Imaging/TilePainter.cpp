@@ -93,6 +93,9 @@ void TilePainter::paint(Basis basis, const Lattice& lattice, const PreparedLayer
         return;
     }
 
+    if (full && layer.isOpaque) {
+        clear(basis, block, out); // what was there may be no number at all, and would shine through
+    }
     for (Plane& plane : color_) {
         plane.prepare(block.columns(), block.rows());
     }

@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 #include <random>
 
@@ -6,6 +8,7 @@
 
 #include "SampleScreen.h"
 #include "TavrinKit/Compositing/CameraPiPLayer.h"
+#include "TavrinKit/Imaging/ImageRenderer.h"
 
 namespace tavrin {
 namespace {
@@ -143,10 +146,10 @@ TEST(AnyStyle, LeavesAFrameToBeSeen) {
     testing::internal::CaptureStderr(); // pictures that are none
     const Image source = test::placeColouredPicture({64, 36});
     const Image camera = test::placeColouredPicture({40, 30});
-    for (unsigned seed = 0; seed < 120; ++seed) {
+    for (unsigned seed = 0; seed < 60; ++seed) {
         SCOPED_TRACE(seed);
         Dice dice(seed);
-        const PixelSize size = dice.coin() ? PixelSize{64, 36} : PixelSize{40, 72};
+        const PixelSize size = dice.coin() ? PixelSize{32, 18} : PixelSize{20, 36};
         const Rect output{0, 0, double(size.width), double(size.height)};
         const FrameCompositor compositor({.events = events(dice),
                                           .timeline = timeline(dice),
@@ -161,6 +164,10 @@ TEST(AnyStyle, LeavesAFrameToBeSeen) {
             const Image whole = layer.overlayPicture(frame, camera, zoom, output);
             ASSERT_EQ(whole.extent(), output);
             ASSERT_EQ(test::rendered(whole, output).size(), size);
+            const auto pixels = renderReference(whole, output);
+            ASSERT_TRUE(std::all_of(pixels.begin(), pixels.end(), [](const std::array<float, 4>& p) {
+                return std::isfinite(p[0] + p[1] + p[2] + p[3]);
+            }));
         } catch (const std::exception& error) {
             FAIL() << error.what();
         }

@@ -146,6 +146,11 @@ TEST(FrameCompositor, FramesAreTheSameFromAnyThreadInAnyOrder) {
     in.timeline.framingTrack.style.padding = 20;
     in.timeline.cursorTrack.style.bodyStyle = CursorBodyStyle::pointer;
     in.timeline.cursorTrack.style.trailStyle = CursorTrailStyle::dynamic;
+    in.events = std::make_shared<const EventTimeline>(
+        EventTimeline(in.events->mouseEvents(),
+                      {{.timestamp = 0.3, .displayText = "a"}, {.timestamp = 0.6, .displayText = "b"}}));
+    in.timeline.annotationTrack.regions = {{.startTime = 0.5, .endTime = 1.5, .content = "Here"}};
+    in.timeline.watermarkTrack.style.enabled = true;
     const FrameCompositor compositor(in);
     const Image source = recording();
     const auto frame = [&](int i) {
