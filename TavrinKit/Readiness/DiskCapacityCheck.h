@@ -1,0 +1,44 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "TavrinKit/Support/Json.h"
+
+namespace tavrin {
+
+enum class DiskCapacityStatus { pass, warn, fail, unknown };
+
+/// How much room a disk has, judged against two thresholds.
+struct DiskCapacityCheck {
+    std::optional<std::int64_t> availableBytes; ///< absent when it could not be read
+    std::int64_t warningThresholdBytes = 0;     ///< as used: never negative
+    std::int64_t failureThresholdBytes = 0;     ///< as used: 0...`warningThresholdBytes`
+    DiskCapacityStatus status = DiskCapacityStatus::unknown;
+
+    /// Brings the thresholds into their ranges and judges: `fail` below the one, `warn` below the other. What
+    /// equals a threshold is not below it.
+    [[nodiscard]] static DiskCapacityCheck judge(std::optional<std::int64_t> availableBytes,
+                                                 std::int64_t warningThresholdBytes,
+                                                 std::int64_t failureThresholdBytes);
+
+    friend bool operator==(const DiskCapacityCheck&, const DiskCapacityCheck&) = default;
+};
+
+template <>
+struct EnumNames<DiskCapacityStatus> {
+    static constexpr std::array<std::pair<DiskCapacityStatus, std::string_view>, 4> names{{
+        {DiskCapacityStatus::pass, "pass"},
+        {DiskCapacityStatus::warn, "warn"},
+        {DiskCapacityStatus::fail, "fail"},
+        {DiskCapacityStatus::unknown, "unknown"},
+    }};
+};
+
+void encode(Json& json, const DiskCapacityCheck& value);
+void decode(const Json& json, DiskCapacityCheck& value);
+
+} // namespace tavrin

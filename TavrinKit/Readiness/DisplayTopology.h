@@ -1,0 +1,64 @@
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "TavrinKit/Support/Json.h"
+
+namespace tavrin {
+
+/// A display that is attached.
+struct DisplayDescriptor {
+    std::string id;
+    int pixelWidth = 0;
+    int pixelHeight = 0;
+    double scaleFactor = 1; ///< pixels per point
+    bool isPrimary = false;
+
+    friend bool operator==(const DisplayDescriptor&, const DisplayDescriptor&) = default;
+};
+
+enum class ValidationIssueSeverity { info, warning, error };
+
+struct ValidationIssue {
+    ValidationIssueSeverity severity = ValidationIssueSeverity::info;
+    std::string message;
+
+    friend bool operator==(const ValidationIssue&, const ValidationIssue&) = default;
+};
+
+/// What was found about the attached displays. Errors stand in the way of a recording, all else informs.
+struct DisplayValidationReport {
+    std::vector<DisplayDescriptor> displays; ///< as given
+    std::vector<ValidationIssue> issues;     ///< in the order found
+
+    /// No issue is an error.
+    [[nodiscard]] bool passed() const;
+    /// How many displays have a scale factor of at least 1.5.
+    [[nodiscard]] int retinaCount() const;
+    /// As in "PASS | displays=1 | retina=1 | nonRetina=0 | mixedScale=no | issues=none".
+    [[nodiscard]] std::string summary() const;
+
+    friend bool operator==(const DisplayValidationReport&, const DisplayValidationReport&) = default;
+};
+
+template <>
+struct EnumNames<ValidationIssueSeverity> {
+    static constexpr std::array<std::pair<ValidationIssueSeverity, std::string_view>, 3> names{{
+        {ValidationIssueSeverity::info, "info"},
+        {ValidationIssueSeverity::warning, "warning"},
+        {ValidationIssueSeverity::error, "error"},
+    }};
+};
+
+void encode(Json& json, const DisplayDescriptor& value);
+void decode(const Json& json, DisplayDescriptor& value);
+void encode(Json& json, const ValidationIssue& value);
+void decode(const Json& json, ValidationIssue& value);
+void encode(Json& json, const DisplayValidationReport& value);
+void decode(const Json& json, DisplayValidationReport& value);
+
+} // namespace tavrin

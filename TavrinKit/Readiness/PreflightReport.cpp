@@ -1,0 +1,80 @@
+#include "TavrinKit/Readiness/PreflightReport.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include <fmt/format.h>
+
+namespace tavrin {
+namespace {
+
+std::vector<PreflightCheckResult> withStatus(const std::vector<PreflightCheckResult>& checks,
+                                             PreflightCheckStatus status) {
+    std::vector<PreflightCheckResult> found;
+    std::copy_if(checks.begin(), checks.end(), std::back_inserter(found),
+                 [status](const PreflightCheckResult& check) { return check.status == status; });
+    return found;
+}
+
+} // namespace
+
+std::vector<PreflightCheckResult> PreflightReport::failures() const {
+    return withStatus(checks, PreflightCheckStatus::fail);
+}
+
+std::vector<PreflightCheckResult> PreflightReport::warnings() const {
+    return withStatus(checks, PreflightCheckStatus::warn);
+}
+
+bool PreflightReport::passed() const {
+    return failures().empty();
+}
+
+std::optional<AppErrorCode> PreflightReport::firstFailureCode() const {
+    const auto failed = failures();
+    return failed.empty() ? std::nullopt : failed.front().errorCode;
+}
+
+std::string PreflightReport::summary() const {
+    const auto count = [this](PreflightCheckStatus status) {
+        return withStatus(checks, status).size();
+    };
+    return fmt::format("checks={} | fail={} | warn={} | pass={}", checks.size(),
+                       count(PreflightCheckStatus::fail), count(PreflightCheckStatus::warn),
+                       count(PreflightCheckStatus::pass));
+}
+
+void encode(Json& json, const PreflightCheckResult& value) {
+    JsonObjectWriter(json)
+        .put("id", value.id)
+        .put("title", value.title)
+        .put("status", value.status)
+        .put("message", value.message)
+        .put("remediation", value.remediation)
+        .put("deepLink", value.deepLink)
+        .put("errorCode", value.errorCode);
+    json["metadata"] = value.metadata;
+}
+
+void decode(const Json& json, PreflightCheckResult& value) {
+    value = PreflightCheckResult();
+    const JsonObject object(json);
+    object.required("id", value.id);
+    object.required("title", value.title);
+    object.required("status", value.status);
+    object.required("message", value.message);
+    object.tolerated("remediation", value.remediation);
+    object.tolerated("deepLink", value.deepLink);
+    object.tolerated("errorCode", value.errorCode);
+    value.metadata = requiredMetadata(object);
+}
+
+void encode(Json& json, const PreflightReport& value) {
+    JsonObjectWriter(json).put("checks", value.checks);
+}
+
+void decode(const Json& json, PreflightReport& value) {
+    JsonObject(json).required("checks", value.checks);
+}
+
+} // namespace tavrin

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "TavrinKit/Readiness/AppErrorCode.h"
+#include "TavrinKit/Readiness/Metadata.h"
+
+namespace tavrin {
+
+enum class PreflightCheckStatus { pass, warn, fail };
+
+/// What one check found.
+struct PreflightCheckResult {
+    std::string id; ///< stable, as in "disk_capacity"
+    std::string title;
+    PreflightCheckStatus status = PreflightCheckStatus::pass;
+    std::string message;
+    std::optional<std::string> remediation; ///< what the user should do
+    std::optional<std::string> deepLink;    ///< where the settings can be changed
+    std::optional<AppErrorCode> errorCode;  ///< of every failure, and of low disk space
+    Metadata metadata;
+
+    friend bool operator==(const PreflightCheckResult&, const PreflightCheckResult&) = default;
+};
+
+/// What all checks found. A failure blocks the recording, a warning lets it go on.
+struct PreflightReport {
+    std::vector<PreflightCheckResult> checks; ///< in the order in which they ran
+
+    [[nodiscard]] std::vector<PreflightCheckResult> failures() const;
+    [[nodiscard]] std::vector<PreflightCheckResult> warnings() const;
+    /// There are no failures.
+    [[nodiscard]] bool passed() const;
+    /// Absent when there is no failure.
+    [[nodiscard]] std::optional<AppErrorCode> firstFailureCode() const;
+    /// As in "checks=8 | fail=1 | warn=2 | pass=5".
+    [[nodiscard]] std::string summary() const;
+
+    friend bool operator==(const PreflightReport&, const PreflightReport&) = default;
+};
+
+template <>
+struct EnumNames<PreflightCheckStatus> {
+    static constexpr std::array<std::pair<PreflightCheckStatus, std::string_view>, 3> names{{
+        {PreflightCheckStatus::pass, "pass"},
+        {PreflightCheckStatus::warn, "warn"},
+        {PreflightCheckStatus::fail, "fail"},
+    }};
+};
+
+void encode(Json& json, const PreflightCheckResult& value);
+void decode(const Json& json, PreflightCheckResult& value);
+void encode(Json& json, const PreflightReport& value);
+void decode(const Json& json, PreflightReport& value);
+
+} // namespace tavrin
