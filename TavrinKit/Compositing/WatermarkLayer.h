@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <optional>
-#include <string>
 
 #include "TavrinKit/Compositing/PixelGrid.h"
 #include "TavrinKit/Compositing/RecentlyUsed.h"
