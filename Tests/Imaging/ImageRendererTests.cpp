@@ -179,38 +179,39 @@ TEST(ImageRendererTests, whatIsReusedIsWhatWouldHaveBeenDrawn) {
 /// All that is done to a mean is linear, so a frame made of a mean is the mean of the frames made of its
 /// terms: the edges of crops and masks, which would differ if they were applied to each term, included.
 TEST(ImageRendererTests, framesOfAMeanAreTheMeanOfFrames) {
-    const Rect rect{0, 0, size.width, size.height};
-    const Size2D whole{size.width, size.height};
+    const PixelSize small{171, 101}; // the plain evaluation is slow
+    const Rect rect{0, 0, small.width, small.height};
+    const Size2D whole{small.width, small.height};
     const Image sprite = Image::pixels(spot(29, {0.9, 0.2, 0.3, 1}));
     std::mt19937 random(11);
     std::uniform_real_distribution<double> fraction(0, 1);
-    for (int program = 0; program < 8; ++program) {
+    for (int program = 0; program < 6; ++program) {
         SCOPED_TRACE(program);
         FrameSequence sequence;
-        PixelBuffer movie = greyScreen420(program == 0 ? PixelSize{400, 260} : size, unsigned(program));
+        PixelBuffer movie = greyScreen420(program == 0 ? PixelSize{200, 120} : small, unsigned(program));
         const bool zooms = program % 2 == 1;
-        const double outerZoom = program < 4 ? 1 : 1 + fraction(random);
+        const double outerZoom = program < 3 ? 1 : 1 + fraction(random);
         std::vector<WeightedImage> terms;
         double sum = 0;
-        for (int i = 0; i < 2 + program % 4; ++i) {
+        for (int i = 0; i < 2 + program % 3; ++i) {
             const double zoom = zooms && i != 1 ? 1.2 + fraction(random) : 1;
             const Image picture = sequence.image(movie);
             const Image term =
                 zoom == 1
                     ? picture.cropped(rect)
                     : picture.clampedToExtent()
-                          .transformed({zoom, 0, 0, zoom, -80 * fraction(random), -40 * fraction(random)})
+                          .transformed({zoom, 0, 0, zoom, -40 * fraction(random), -40 * fraction(random)})
                           .cropped(rect);
             terms.push_back({term, 0.25 + fraction(random)});
             sum += terms.back().weight;
             if (i % 2 == 0) { // every second picture is the same as the one before
-                movie = withStrip(movie, 40 + 60 * i, std::uint8_t(40 + 50 * i));
+                movie = withStrip(movie, 20 + 30 * i, std::uint8_t(40 + 50 * i));
             }
         }
         const auto frame = [&](const Image& picture) {
-            return framedPicture(picture, whole, outerZoom, {120.3, 88.8}, sprite);
+            return framedPicture(picture, whole, outerZoom, {90.3, 48.8}, sprite);
         };
-        Reference expected(std::size_t(size.width * size.height));
+        Reference expected(std::size_t(small.width * small.height));
         for (const WeightedImage& term : terms) {
             const Reference alone = renderReference(frame(term.image), rect);
             for (std::size_t i = 0; i < expected.size(); ++i) {
@@ -220,7 +221,6 @@ TEST(ImageRendererTests, framesOfAMeanAreTheMeanOfFrames) {
             }
         }
         const Image image = frame(Image::mean(terms));
-        EXPECT_GT(psnr(errorsOfBGRA(ImageRenderer().render(image, rect), renderReference(image, rect))), 50);
         EXPECT_GT(psnr(errorsOfBGRA(ImageRenderer().render(image, rect), expected)), 50);
         const PixelBuffer video = ImageRenderer({.threads = 1}).render(image, rect, PixelFormat::i420);
         EXPECT_GT(psnr(errorsOfLuma(video, expected)), 50);
