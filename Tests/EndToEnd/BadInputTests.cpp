@@ -10,8 +10,8 @@
 
 #include <gtest/gtest.h>
 
-#include "Child.h"
 #include "Examples/Walkthrough/ScreenTake.h"
+#include "Fixtures/Child.h"
 #include "TavrinKit/Capture/CaptureCoordinator.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TavrinKit/Platform/X11/X11Error.h"

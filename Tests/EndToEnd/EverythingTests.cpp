@@ -7,12 +7,12 @@
 
 #include <gtest/gtest.h>
 
-#include "Child.h"
 #include "ClapWindow.h"
 #include "Examples/Walkthrough/DemoApplication.h"
 #include "Examples/Walkthrough/DemoLayout.h"
 #include "Examples/Walkthrough/ScreenTake.h"
 #include "Examples/Walkthrough/Showcase.h"
+#include "Fixtures/Child.h"
 #include "TavrinKit/Media/MovieReader.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TavrinKit/Platform/X11/XTestDriver.h"

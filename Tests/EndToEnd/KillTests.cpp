@@ -12,7 +12,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Child.h"
+#include "Fixtures/Child.h"
 #include "TavrinKit/Media/MovieReader.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TestDesktop.h"

@@ -9,11 +9,11 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "Child.h"
 #include "Examples/Walkthrough/DemoApplication.h"
 #include "Examples/Walkthrough/DemoLayout.h"
 #include "Examples/Walkthrough/HumanPath.h"
 #include "Examples/Walkthrough/ScreenTake.h"
+#include "Fixtures/Child.h"
 #include "TavrinKit/Media/MovieReader.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TavrinKit/Platform/X11/XTestDriver.h"

@@ -10,8 +10,8 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include "Child.h"
 #include "Examples/Walkthrough/ScreenTake.h"
+#include "Fixtures/Child.h"
 #include "TavrinKit/Media/MovieReader.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TavrinKit/Platform/X11/XTestDriver.h"

@@ -10,7 +10,7 @@ namespace tavrin::test {
 /// A program that runs beside the test; killed with the object if it still runs.
 class Child {
 public:
-    /// @param arguments    the program first
+    /// @param arguments    the program first: a path, or a name to be looked up in PATH
     /// @param environment  "NAME=value" to set, "NAME" to unset
     explicit Child(const std::vector<std::string>& arguments,
                    const std::vector<std::string>& environment = {});
@@ -30,6 +30,7 @@ public:
     Ending wait();
 
     void signal(int number) const;
+    [[nodiscard]] pid_t processID() const { return process_; }
 
 private:
     std::string readAll(int descriptor);

@@ -1,4 +1,4 @@
-#include "Child.h"
+#include "Fixtures/Child.h"
 
 #include <array>
 #include <cerrno>
@@ -39,7 +39,7 @@ Child::Child(const std::vector<std::string>& arguments, const std::vector<std::s
                 putenv(const_cast<char*>(entry.c_str()));
             }
         }
-        execv(pointers.front(), pointers.data());
+        execvp(pointers.front(), pointers.data());
         _exit(127);
     }
     close(output[1]);

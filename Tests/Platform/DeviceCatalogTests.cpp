@@ -1,0 +1,132 @@
+#include <cstdarg>
+#include <cstring>
+#include <map>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <linux/videodev2.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "Fixtures/PulseServer.h"
+#include "TavrinKit/Platform/Pulse/PulseError.h"
+#include "TavrinKit/Platform/Pulse/PulseMicrophoneCatalog.h"
+#include "TavrinKit/Platform/V4L2/V4L2CameraCatalog.h"
+#include "TavrinKit/Support/Json.h"
+
+namespace tavrin::test {
+namespace {
+
+/// What stands in for the drivers of cameras: other devices of the machine that answer like one.
+std::map<std::string, v4l2_capability>& drivers() {
+    static std::map<std::string, v4l2_capability> byDevice;
+    return byDevice;
+}
+
+v4l2_capability answer(const std::string& card, std::uint32_t ofAll, std::optional<std::uint32_t> ofThisOne) {
+    v4l2_capability capability{};
+    std::memcpy(capability.card, card.data(), std::min(card.size(), sizeof capability.card));
+    capability.capabilities = ofAll | (ofThisOne ? V4L2_CAP_DEVICE_CAPS : 0);
+    capability.device_caps = ofThisOne.value_or(0);
+    return capability;
+}
+
+} // namespace
+
+/// In place of the library's, for this whole program.
+extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, request);
+    void* argument = va_arg(arguments, void*);
+    va_end(arguments);
+    if (request == VIDIOC_QUERYCAP) {
+        char device[64] = {};
+        const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+        [[maybe_unused]] const ssize_t length = ::readlink(link.c_str(), device, sizeof device - 1);
+        if (const auto driver = drivers().find(device); driver != drivers().end()) {
+            *static_cast<v4l2_capability*>(argument) = driver->second;
+            return 0;
+        }
+    }
+    return int(::syscall(SYS_ioctl, descriptor, request, argument));
+}
+
+namespace {
+
+TEST(V4L2CameraCatalogTests, listsWhatCapturesPicturesInTheOrderOfNumbers) {
+    const TemporaryFolder folder;
+    const auto device = [&folder](const char* name, const char* standIn) {
+        ASSERT_EQ(::symlink(standIn, (folder.path() + "/" + name).c_str()), 0);
+    };
+    constexpr std::uint32_t camera = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_META_CAPTURE;
+    const std::string cutName = "A name of 31 bytes and more....\xc3"; // half of a character
+
+    drivers() = {
+        {"/dev/null", answer("Desk Camera", camera, V4L2_CAP_VIDEO_CAPTURE)},
+        {"/dev/zero", answer("Desk Camera", camera, V4L2_CAP_META_CAPTURE)},
+        {"/dev/full", answer(cutName, V4L2_CAP_VIDEO_CAPTURE_MPLANE, std::nullopt)},
+        {"/dev/urandom", answer("Decoder", V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_VIDEO_OUTPUT, std::nullopt)}};
+    device("video10", "/dev/null");
+    device("video11", "/dev/zero");
+    device("video2", "/dev/full");
+    device("video3", "/dev/urandom");
+    device("video4", "/dev/random"); // whose driver has no answer
+    device("video5", "/dev/gone");
+    device("videos", "/dev/null");
+    device("video7b", "/dev/null");
+    device("avideo8", "/dev/null");
+    ASSERT_EQ(::mkfifo((folder.path() + "/video6").c_str(), 0600), 0);
+
+    const auto cameras = V4L2CameraCatalog(folder.path()).devices({});
+    drivers().clear();
+    EXPECT_THAT(cameras, testing::ElementsAre(
+                             CaptureDevice{folder.path() + "/video2", cutName.substr(0, 31) + "\xef\xbf\xbd"},
+                             CaptureDevice{folder.path() + "/video10", "Desk Camera"}));
+    EXPECT_TRUE(V4L2CameraCatalog(folder.path() + "/none").devices({}).empty());
+    (void)V4L2CameraCatalog().devices({}); // whatever this machine has
+}
+
+TEST(PulseMicrophoneCatalogTests, everyAnswerIsFreshAndWithoutMonitors) {
+    const PrivateHome home;
+    const PulseMicrophoneCatalog catalog;
+    const auto refuses = [&] {
+        try {
+            (void)catalog.devices({});
+        } catch (const PulseError& error) {
+            return error.kind() == PulseErrorKind::serverUnavailable;
+        }
+        return false;
+    };
+    EXPECT_TRUE(refuses());
+    {
+        const PulseServer server(home);
+        EXPECT_THAT(catalog.devices({}), testing::IsEmpty());
+    }
+    EXPECT_TRUE(refuses());
+    const PulseServer server(home, {"module-null-source source_name=desk description=Desk",
+                                    "module-null-source source_name=head description=Head"});
+    EXPECT_THAT(catalog.devices({}),
+                testing::UnorderedElementsAre(CaptureDevice{"desk", "Desk"}, CaptureDevice{"head", "Head"}));
+    EXPECT_THAT(PulseMicrophoneCatalog("unix:" + home.pulseSocket()).devices({}), testing::SizeIs(2));
+}
+
+TEST(PulseMicrophoneCatalogTests, aStopEndsTheWaitForASilentServer) {
+    const PrivateHome home;
+    const SilentPulseServer server(home);
+    std::stop_source stop;
+    std::thread stopper([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        stop.request_stop();
+    });
+    EXPECT_THROW((void)PulseMicrophoneCatalog().devices(stop.get_token()), CancellationError);
+    stopper.join();
+}
+
+} // namespace
+} // namespace tavrin::test
