@@ -224,7 +224,10 @@ std::optional<TemporalFrameSampler::Sample> TemporalFrameSampler::sample(double 
     if (auto kept = implementation_->kept(quantizer.cacheKey(sampleTime))) {
         return kept;
     }
-    std::optional<Picture> picture = implementation_->decode(sampleTime);
+    // A step of uneven pictures shows what was on screen when it began, not what came a little later.
+    const bool isStep = implementation_->options.hasVariableTiming;
+    const double shownTime = isStep ? std::min(double(key) * quantizer.frameStep, sampleTime) : sampleTime;
+    std::optional<Picture> picture = implementation_->decode(shownTime);
     if (!picture) {
         return std::nullopt;
     }
