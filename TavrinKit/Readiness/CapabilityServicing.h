@@ -21,10 +21,14 @@ public:
 
     /// The room on the disk that `path` lies on, or would lie on if it were created.
     /// @return with the status `unknown` where that can't be told
-    [[nodiscard]] virtual DiskCapacityCheck
-    diskCapacity(const std::filesystem::path& path,
-                 std::int64_t warningThresholdBytes = defaultDiskWarningThresholdBytes,
-                 std::int64_t failureThresholdBytes = defaultDiskFailureThresholdBytes) const = 0;
+    [[nodiscard]] virtual DiskCapacityCheck diskCapacity(const std::filesystem::path& path,
+                                                         std::int64_t warningThresholdBytes,
+                                                         std::int64_t failureThresholdBytes) const = 0;
+
+    /// With the default thresholds.
+    [[nodiscard]] DiskCapacityCheck diskCapacity(const std::filesystem::path& path) const {
+        return diskCapacity(path, defaultDiskWarningThresholdBytes, defaultDiskFailureThresholdBytes);
+    }
 };
 
 } // namespace tavrin
