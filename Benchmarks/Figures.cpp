@@ -12,11 +12,17 @@ namespace tavrin::bench {
 
 const std::vector<Piece>& allPieces() {
     static const std::vector<Piece> pieces{
-        {{"export.walkthrough"}, exportWalkthrough}, {{"export.fullmotion"}, exportFullMotion},
-        {{"export.everything"}, exportEverything},   {{"export.blur30"}, exportBlurred},
-        {{"export.peak_memory"}, exportPeakMemory},  {{"capture.fullmotion"}, captureFullMotion},
-        {{"capture.still"}, captureStill},           {{"events.load", "cursor.frame_state"}, eventsAndCursor},
-        {{"plan", "undo"}, planAndHistory}, {{"sampler"}, sampleTakes},
+        {{"export.walkthrough"}, exportWalkthrough},
+        {{"export.fullmotion"}, exportFullMotion},
+        {{"export.everything"}, exportEverything},
+        {{"export.blur30"}, exportBlurred},
+        {{"export.peak_memory"}, exportPeakMemory},
+        {{"capture.fullmotion"}, captureFullMotion},
+        {{"capture.still"}, captureStill},
+        {{"events.load", "cursor.frame_state"}, eventsAndCursor},
+        {{"plan", "undo"}, planAndHistory},
+        {{"sampler"}, sampleTakes},
+        {{"store.load"}, loadStores},
     };
     return pieces;
 }
@@ -38,6 +44,10 @@ void eventsAndCursor(Takes&) {
 
 void planAndHistory(Takes&) {
     runNeighbour("EditsBenchmark");
+}
+
+void loadStores(Takes&) {
+    runNeighbour("StoresBenchmark");
 }
 
 void printFigure(std::string_view name, double value, std::string_view unit) {

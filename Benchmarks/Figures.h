@@ -29,6 +29,7 @@ void captureFullMotion(Takes& takes);
 void captureStill(Takes& takes);
 void eventsAndCursor(Takes& takes);
 void planAndHistory(Takes& takes);
+void loadStores(Takes& takes);
 
 /// Prints a figure: "name: value unit".
 void printFigure(std::string_view name, double value, std::string_view unit);

@@ -490,17 +490,4 @@ std::size_t forEveryCall(FaultPlan plan, const std::function<void()>& prepare,
     }
 }
 
-TemporaryFolder::TemporaryFolder() {
-    std::string name = (fs::temp_directory_path() / "tavrin-test-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) {
-        failed("mkdtemp");
-    }
-    path_ = name;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-}
-
 } // namespace tavrin::test

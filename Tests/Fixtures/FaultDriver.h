@@ -80,18 +80,4 @@ std::size_t forEveryCall(FaultPlan plan, const std::function<void()>& prepare,
                          const std::function<std::string()>& body,
                          const std::function<void(const FaultedRun&)>& check);
 
-/// A folder that goes with the object.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    [[nodiscard]] const std::filesystem::path& path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
-
 } // namespace tavrin::test

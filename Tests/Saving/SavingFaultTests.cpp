@@ -1,62 +1,33 @@
 #include <cerrno>
-#include <functional>
+#include <filesystem>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "Fixtures/Child.h"
 #include "Fixtures/FaultDriver.h"
-#include "TavrinKit/Project/PremiumDefaults.h"
-#include "TavrinKit/Project/ProjectPackage.h"
+#include "SavedFiles.h"
+#include "TavrinKit/Library/BrandKitStore.h"
 #include "TavrinKit/Support/Files.h"
 
 namespace tavrin::test {
+
+void PrintTo(const SavedFile& saved, std::ostream* stream) {
+    *stream << saved.name;
+}
+
 namespace {
 
 namespace fs = std::filesystem;
 
-/// Something that saves one file.
-struct Saving {
-    std::string name;
-    std::string file;
-    std::function<void(const fs::path& folder)> saveOld;
-    std::function<void(const fs::path& folder)> saveNew;
-};
-
-void PrintTo(const Saving& saving, std::ostream* stream) {
-    *stream << saving.name;
-}
-
-ProjectPackage packageIn(const fs::path& folder, const std::string& screen) {
-    ProjectManifest manifest;
-    manifest.createdAt = *parseISO8601("2026-01-15T10:15:30Z");
-    manifest.screenFileName = screen;
-    return ProjectPackage(folder, manifest);
-}
-
-std::vector<Saving> savings() {
-    std::vector<Saving> all;
-    all.push_back({"manifest", "manifest.json",
-                   [](const fs::path& folder) { packageIn(folder, "old.mov").saveManifest(); },
-                   [](const fs::path& folder) {
-                       packageIn(folder, "new.mov").saveManifest();
-                   }});
-    all.push_back({"edits", "edits.json",
-                   [](const fs::path& folder) { packageIn(folder, "a").saveEdits({}); },
-                   [](const fs::path& folder) {
-                       packageIn(folder, "a").saveEdits({PremiumDefaults::timelineModel(), {}, {}});
-                   }});
-    return all;
-}
-
-class SavingTests : public testing::TestWithParam<Saving> {};
+class SavingTests : public testing::TestWithParam<SavedFile> {};
 
 TEST_P(SavingTests, leavesOldOrNewWhateverCallGoesWrong) {
-    const Saving saving = GetParam();
+    const SavedFile saving = GetParam();
     const TemporaryFolder outer;
-    const fs::path folder = outer.path() / "f";
+    const fs::path folder = fs::path(outer.path()) / "f";
     const fs::path file = folder / saving.file;
-    const fs::path backup = outer.path() / "backup";
+    const fs::path backup = fs::path(outer.path()) / "backup";
     const auto prepare = [&] {
         fs::remove_all(folder);
         fs::remove(backup);
@@ -106,7 +77,33 @@ TEST_P(SavingTests, leavesOldOrNewWhateverCallGoesWrong) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, SavingTests, testing::ValuesIn(savings()),
+TEST(DamagedStoreTests, aKillLosesNothingOfADamagedFile) {
+    const TemporaryFolder outer;
+    const fs::path folder = fs::path(outer.path()) / "f";
+    const std::string damaged = "{\"presets\": [";
+    const auto load = [&] {
+        return BrandKitStore(folder / "brand-kits.json").loadPresets().at(0).name;
+    };
+    forEveryCall(
+        {.below = folder, .kind = FaultKind::kill},
+        [&] {
+            fs::remove_all(folder);
+            fs::create_directories(folder);
+            writeFileAtomically(folder / "brand-kits.json", damaged);
+        },
+        load,
+        [&](const FaultedRun& run) {
+            SCOPED_TRACE(run.victim);
+            bool isKept = false;
+            for (const auto& entry : fs::directory_iterator(folder)) {
+                isKept = isKept || (entry.path().extension() == ".json" && readFile(entry.path()) == damaged);
+            }
+            EXPECT_TRUE(isKept);
+            EXPECT_EQ(load(), "Default");
+        });
+}
+
+INSTANTIATE_TEST_SUITE_P(All, SavingTests, testing::ValuesIn(savedFiles()),
                          [](const auto& saving) { return saving.param.name; });
 
 } // namespace
