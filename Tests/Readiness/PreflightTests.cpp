@@ -10,9 +10,6 @@
 namespace tavrin {
 namespace {
 
-using Code = AppErrorCode;
-using Status = PreflightCheckStatus;
-
 /// Nothing is wrong, and everything is asked for.
 PreflightContext ready() {
     PreflightContext context;
@@ -26,176 +23,122 @@ PreflightContext ready() {
     return context;
 }
 
-struct Case {
-    std::function<void(PreflightContext&)> spoil;
-    PreflightCheckResult expected;
-};
+std::string describe(const PreflightCheckResult& check) {
+    std::string text = check.id + " / " + check.title + ": " + check.message;
+    for (const auto& part : {check.remediation, check.deepLink}) {
+        text += part ? " -> " + *part : "";
+    }
+    text += check.errorCode ? " " + std::string(nameOf(*check.errorCode)) : "";
+    for (const auto& [key, value] : check.metadata) {
+        text += " " + key + "=" + value;
+    }
+    return text;
+}
+
+using Spoil = std::function<void(PreflightContext&)>;
+
+/// All that is not as in the ready context, one line a check.
+std::vector<std::string> changedBy(const Spoil& spoil) {
+    PreflightContext context = ready();
+    spoil(context);
+    const auto usual = PreflightCheckRunner::run(ready()).checks;
+    const auto found = PreflightCheckRunner::run(context).checks;
+    std::vector<std::string> lines;
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        if (found[i] != usual.at(i)) {
+            lines.push_back(std::string(nameOf(found[i].status)) + " " + describe(found[i]));
+        }
+    }
+    return lines;
+}
+
+using Issues = std::vector<ValidationIssue>;
+constexpr auto warning = ValidationIssueSeverity::warning;
+constexpr auto error = ValidationIssueSeverity::error;
 
 TEST(PreflightTests, eachFindingSaysWhatWasFoundAndWhatToDo) {
-    const std::string settings = "x-apple.systempreferences:com.apple.preference.security?Privacy_";
-    const PreflightCheckResult noSource{"capture_source",
-                                        "Capture Source",
-                                        Status::fail,
-                                        "No capture source is selected.",
-                                        "Refresh sources and select a display or window.",
-                                        {},
-                                        Code::captureNoSourceSelected,
-                                        {}};
-    const Case cases[] = {
-        {[](auto& c) { c.availableSourceCount = 0; }, noSource},
-        {[](auto& c) { c.selectedSourceID.reset(); }, noSource},
+    const std::string settings = " -> x-apple.systempreferences:com.apple.preference.security?Privacy_";
+    const std::string noSource = "fail capture_source / Capture Source: No capture source is selected. -> "
+                                 "Refresh sources and select a display or window. CAP_NO_SOURCE_SELECTED";
+    const std::string microphoneOff = " / Microphone Availability: Microphone capture is disabled.";
+    const std::pair<Spoil, std::vector<std::string>> cases[] = {
+        {[](auto& c) { c.availableSourceCount = 0; }, {noSource}},
+        {[](auto& c) { c.selectedSourceID.reset(); }, {noSource}},
         {[](auto& c) { c.screenPermissionGranted = false; },
-         {"screen_permission",
-          "Screen Permission",
-          Status::fail,
-          "Screen recording permission is not granted.",
-          "Grant screen recording permission in System Settings and retry.",
-          settings + "ScreenCapture",
-          Code::capturePermissionScreenDenied,
-          {}}},
+         {"fail screen_permission / Screen Permission: Screen recording permission is not granted. -> Grant "
+          "screen recording permission in System Settings and retry." +
+          settings + "ScreenCapture CAP_PERMISSION_SCREEN_DENIED"}},
         {[](auto& c) { c.microphonePermissionGranted = c.microphoneCapabilities.available = false; },
-         {"microphone_permission",
-          "Microphone Permission",
-          Status::fail,
-          "Microphone permission is not granted.",
-          "Grant microphone permission or disable microphone capture.",
-          settings + "Microphone",
-          Code::capturePermissionMicrophoneDenied,
-          {}}},
+         {"fail microphone_permission / Microphone Permission: Microphone permission is not granted. -> "
+          "Grant "
+          "microphone permission or disable microphone capture." +
+              settings + "Microphone CAP_PERMISSION_MICROPHONE_DENIED",
+          "pass microphone_availability / Microphone Availability: Microphone permission check will block "
+          "capture before device validation."}},
+        {[](auto& c) { c.includeMicrophone = c.microphonePermissionGranted = false; },
+         {"pass microphone_permission / Microphone Permission: Microphone capture is disabled.",
+          "pass microphone_availability" + microphoneOff}},
         {[](auto& c) { c.microphoneCapabilities = {}; },
-         {"microphone_availability",
-          "Microphone Availability",
-          Status::fail,
-          "No microphone input device was detected.",
-          "Connect or enable a microphone, or disable microphone capture.",
-          {},
-          Code::preflightMicrophoneUnavailable,
-          {}}},
+         {"fail microphone_availability / Microphone Availability: No microphone input device was detected. "
+          "-> "
+          "Connect or enable a microphone, or disable microphone capture. PRE_MICROPHONE_UNAVAILABLE"}},
         {[](auto& c) {
              c.diskCapacity = {15, 20, 10, DiskCapacityStatus::warn};
          },
-         {"disk_capacity",
-          "Disk Capacity",
-          Status::warn,
-          "Disk space is low and long recordings may fail.",
-          "Free disk space before long recordings.",
-          {},
-          Code::preflightDiskSpaceCritical,
-          {{"availableBytes", "15"}}}},
+         {"warn disk_capacity / Disk Capacity: Disk space is low and long recordings may fail. -> Free disk "
+          "space before long recordings. PRE_DISK_SPACE_CRITICAL availableBytes=15"}},
         {[](auto& c) {
              c.diskCapacity = {{}, 20, 10, DiskCapacityStatus::fail};
          },
-         {"disk_capacity",
-          "Disk Capacity",
-          Status::fail,
-          "Disk space is below the safe recording threshold.",
-          "Free disk space before starting recording.",
-          {},
-          Code::preflightDiskSpaceCritical,
-          {{"availableBytes", "0"}}}},
+         {"fail disk_capacity / Disk Capacity: Disk space is below the safe recording threshold. -> Free "
+          "disk "
+          "space before starting recording. PRE_DISK_SPACE_CRITICAL availableBytes=0"}},
         {[](auto& c) { c.diskCapacity = {}; },
-         {"disk_capacity",
-          "Disk Capacity",
-          Status::warn,
-          "Disk capacity could not be determined.",
-          "Verify available disk space before recording.",
-          {},
-          {},
-          {}}},
+         {"warn disk_capacity / Disk Capacity: Disk capacity could not be determined. -> Verify available "
+          "disk "
+          "space before recording."}},
         {[](auto& c) {
-             c.displayValidation.issues = {{ValidationIssueSeverity::warning, "Small."},
-                                           {ValidationIssueSeverity::error, "Broken."},
-                                           {ValidationIssueSeverity::error, "More."}};
+             c.displayValidation.issues = Issues{{warning, "A."}, {error, "B."}, {error, "C."}};
          },
-         {"display_topology",
-          "Display Topology",
-          Status::fail,
-          "Broken.",
-          "Reconnect displays and retry recording.",
-          {},
-          Code::preflightDisplayInvalid,
-          {}}},
+         {"fail display_topology / Display Topology: B. -> Reconnect displays and retry recording. "
+          "PRE_DISPLAY_INVALID"}},
         {[](auto& c) {
-             c.displayValidation.issues = {{ValidationIssueSeverity::warning, "Small."},
-                                           {ValidationIssueSeverity::info, "Two."},
-                                           {ValidationIssueSeverity::warning, "Small."}};
+             c.displayValidation.issues = Issues{{warning, "A."}, {{}, "B."}, {warning, "C."}};
          },
-         {"display_topology",
-          "Display Topology",
-          Status::warn,
-          "Display topology is usable with 2 warning(s).",
-          "Review display setup if quality issues occur.",
-          {},
-          {},
-          {}}},
+         {"warn display_topology / Display Topology: Display topology is usable with 2 warning(s). -> Review "
+          "display setup if quality issues occur."}},
         {[](auto& c) { c.runtimeGuardReady = false; },
-         {"runtime_guard",
-          "Runtime Guard",
-          Status::warn,
-          "Runtime safety monitor is not fully initialized.",
-          "Restart the app before long recordings.",
-          {},
-          {},
-          {}}},
+         {"warn runtime_guard / Runtime Guard: Runtime safety monitor is not fully initialized. -> Restart "
+          "the "
+          "app before long recordings."}},
         {[](auto& c) { c.cameraCapabilities = {}; },
-         {"camera_availability",
-          "Camera Availability",
-          Status::warn,
-          "No camera device detected.",
-          "Connect or enable a camera to use PiP capture.",
-          {},
-          {},
-          {}}},
+         {"warn camera_availability / Camera Availability: No camera device detected. -> Connect or enable a "
+          "camera to use PiP capture."}},
+        {[](auto& c) { c.cameraRequired = false; },
+         {"pass camera_availability / Camera Availability: Camera track is not required."}},
     };
-    for (const Case& c : cases) {
-        PreflightContext context = ready();
-        c.spoil(context);
-        const auto report = PreflightCheckRunner::run(context);
-        const bool isFailure = c.expected.status == Status::fail;
-        EXPECT_THAT(isFailure ? report.failures() : report.warnings(), testing::ElementsAre(c.expected));
-        EXPECT_EQ(report.passed(), !isFailure) << c.expected.message;
-        EXPECT_EQ(report.firstFailureCode(), isFailure ? c.expected.errorCode : std::nullopt);
-        EXPECT_EQ(report.summary(),
-                  isFailure ? "checks=8 | fail=1 | warn=0 | pass=7" : "checks=8 | fail=0 | warn=1 | pass=7");
-        EXPECT_EQ(decodeDocument<PreflightReport>(encodeDocument(report)), report);
+    for (const auto& [spoil, expected] : cases) {
+        EXPECT_EQ(changedBy(spoil), expected);
     }
 }
 
-TEST(PreflightTests, passesSayWhy) {
-    const auto messages = [](const PreflightContext& context) {
-        std::vector<std::string> lines;
-        for (const auto& check : PreflightCheckRunner::run(context).checks) {
-            lines.push_back(check.id + ": " + check.message);
-            const auto count = check.metadata.find("deviceCount");
-            lines.back() += count != check.metadata.end() ? " " + count->second : "";
-        }
-        return lines;
-    };
-    EXPECT_THAT(messages(ready()),
-                testing::ElementsAre("capture_source: Capture source is available.",
-                                     "screen_permission: Screen permission is granted.",
-                                     "microphone_permission: Microphone permission is granted.",
-                                     "microphone_availability: Microphone input device is available. 2",
-                                     "disk_capacity: Sufficient disk capacity is available.",
-                                     "display_topology: Display topology validation passed.",
-                                     "runtime_guard: Runtime safety monitor is active.",
-                                     "camera_availability: Camera device is available. 1"));
+TEST(PreflightTests, allChecksRunAndTheFirstFailureNamesTheReport) {
+    const auto everythingWrong = PreflightCheckRunner::run({});
+    EXPECT_EQ(everythingWrong.summary(), "checks=8 | fail=2 | warn=2 | pass=4");
+    EXPECT_FALSE(everythingWrong.passed());
+    EXPECT_EQ(everythingWrong.firstFailureCode(), AppErrorCode::captureNoSourceSelected);
+    EXPECT_EQ(everythingWrong.failures().back().id, "screen_permission");
+    EXPECT_EQ(everythingWrong.warnings().front().id, "disk_capacity");
+    EXPECT_EQ(decodeDocument<PreflightReport>(encodeDocument(everythingWrong)), everythingWrong);
 
-    PreflightContext without = ready();
-    without.includeMicrophone = without.cameraRequired = without.microphonePermissionGranted = false;
-    const auto lines = messages(without);
-    EXPECT_EQ(lines[2], "microphone_permission: Microphone capture is disabled.");
-    EXPECT_EQ(lines[3], "microphone_availability: Microphone capture is disabled.");
-    EXPECT_EQ(lines[7], "camera_availability: Camera track is not required.");
-    without.includeMicrophone = true;
-    EXPECT_EQ(messages(without)[3], "microphone_availability: Microphone permission check will block capture "
-                                    "before device validation.");
-}
-
-TEST(PreflightTests, theFirstFailureInTheOrderOfTheChecksNamesTheReport) {
-    const auto report = PreflightCheckRunner::run({});
-    EXPECT_EQ(report.summary(), "checks=8 | fail=2 | warn=2 | pass=4");
-    EXPECT_EQ(report.firstFailureCode(), Code::captureNoSourceSelected);
+    PreflightContext lowOnDisk = ready();
+    lowOnDisk.diskCapacity.status = DiskCapacityStatus::warn;
+    const auto report = PreflightCheckRunner::run(lowOnDisk);
+    EXPECT_TRUE(report.passed());
+    EXPECT_EQ(report.firstFailureCode(), std::nullopt);
+    EXPECT_EQ(describe(report.checks[3]),
+              "microphone_availability / Microphone Availability: Microphone input device is available. "
+              "deviceCount=2");
 }
 
 } // namespace
