@@ -1,6 +1,5 @@
 #include "TavrinKit/Compositing/SourceTiming.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <exception>
@@ -8,7 +7,6 @@
 
 #include "TavrinKit/Compositing/EffectBakingLog.h"
 #include "TavrinKit/Media/PictureTimes.h"
-#include "TavrinKit/Project/TavrinConstants.h"
 
 namespace tavrin {
 namespace {
@@ -87,8 +85,9 @@ SourceTiming SourceTiming::of(const MediaAsset& asset, double fallbackFrameRate)
 }
 
 TemporalFrameSampler::Options SourceTiming::samplerOptions(double duration, bool isEdited) const {
-    const double rate = isVariable ? std::max(TavrinConstants::defaultFPS, frameRate) : frameRate;
-    return {TemporalFrameQuantizer::make(duration, rate), isVariable || isEdited};
+    constexpr double finestRate = 240;
+    const bool isStepped = isVariable || isEdited;
+    return {TemporalFrameQuantizer::make(duration, isStepped ? finestRate : frameRate), isStepped};
 }
 
 } // namespace tavrin

@@ -28,12 +28,11 @@ struct SourceTiming {
 
     /// How its pictures are sampled.
     ///
-    /// A variable source is sampled on an even grid of 60 steps a second, or its nominal rate where that is
-    /// higher: each step shows what was on screen then, and is a sample of its own with the camera of its own
-    /// time. So a zoom smears over a still screen as over a moving one, no sample's camera jumps back to when
-    /// its picture began, and nothing drifts. An edit is sampled so as well, on the grid of its source's
-    /// rate: its pictures begin beside the grid behind a cut, and stay for longer or shorter where the speed
-    /// changes.
+    /// A variable source is sampled on an even grid of 240 steps a second: each step shows what was on screen
+    /// as it began, and is a sample of its own with the camera of its own time. So a zoom smears over a still
+    /// screen as over a moving one, evenly rather than in two or three ghosts, no sample's camera jumps back
+    /// to when its picture began, and nothing drifts. An edit is sampled so as well: its pictures begin
+    /// beside any grid behind a cut, and stay for longer or shorter where the speed changes.
     ///
     /// @param duration  seconds, of the asset that is sampled
     /// @param isEdited  the asset is a cut or retimed one
