@@ -19,4 +19,19 @@ ExportError ExportError::corruptedDuration(std::exception_ptr cause) {
     return {ExportErrorKind::corruptedDuration, "Export produced invalid duration.", std::move(cause)};
 }
 
+bool isCancelledExport(const std::exception_ptr& error) noexcept {
+    if (!error) {
+        return false;
+    }
+    try {
+        std::rethrow_exception(error);
+    } catch (const ExportError& failure) {
+        return failure.kind() == ExportErrorKind::cancelled;
+    } catch (const CancellationError&) {
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
 } // namespace tavrin

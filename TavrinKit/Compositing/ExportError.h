@@ -25,8 +25,11 @@ private:
     using ErrorFamily::ErrorFamily;
 };
 
-/// Runs what makes a movie so that everything but an ExportError arrives as the cause of one; a cancelled wait
-/// as `cancelled`.
+/// True for the two errors in which a cancelled export may end: ExportError (cancelled), CancellationError.
+[[nodiscard]] bool isCancelledExport(const std::exception_ptr& error) noexcept;
+
+/// Runs what makes a movie so that everything but an ExportError arrives as the cause of one; a cancelled
+/// wait as `cancelled`.
 template <typename Work>
 auto withExportErrors(Work work) {
     try {

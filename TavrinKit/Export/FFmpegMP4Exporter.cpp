@@ -1,22 +1,20 @@
 #include "TavrinKit/Export/FFmpegMP4Exporter.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <cmath>
 
 #include "TavrinKit/Compositing/FrameOperations.h"
 #include "TavrinKit/Compositing/RenderPipeline.h"
+#include "TavrinKit/Export/ExportDestination.h"
 #include "TavrinKit/Support/Cancellation.h"
 #include "TavrinKit/Support/Files.h"
-#include "TavrinKit/Support/Log.h"
+#include "TavrinKit/Support/TemporaryFile.h"
 
 namespace tavrin {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr auto service = "TavrinKit.FFmpegMP4Exporter";
 
 Size2D sizeOf(const ExportResolution& resolution) {
     return {double(resolution.width), double(resolution.height)};
@@ -25,29 +23,6 @@ Size2D sizeOf(const ExportResolution& resolution) {
 PixelSize pixelSizeOf(const ExportResolution& resolution) {
     return {resolution.width, resolution.height};
 }
-
-/// Whatever lies at the path is removed unless the export reaches its end.
-class UnfinishedFile {
-public:
-    explicit UnfinishedFile(fs::path path) : path_(std::move(path)) {}
-    UnfinishedFile(const UnfinishedFile&) = delete;
-    UnfinishedFile& operator=(const UnfinishedFile&) = delete;
-    ~UnfinishedFile() {
-        if (path_.empty()) {
-            return;
-        }
-        try {
-            removeFile(path_);
-        } catch (...) {
-            logRecoverableFailure(service, "removeUnfinishedFile", std::current_exception(),
-                                  {{"path", path_.string()}});
-        }
-    }
-    void keep() { path_.clear(); }
-
-private:
-    fs::path path_;
-};
 
 /// Passes on fractions that never fall.
 class RisingProgress {
@@ -67,17 +42,9 @@ private:
 };
 
 void removeOldFile(const ExportRequest& request) {
-    const fs::path& destination = request.destinationURL;
-    std::error_code ignored;
-    const fs::path source = request.sourceAsset ? request.sourceAsset->path() : request.sourceURL;
-    if (fs::equivalent(source, destination, ignored)) {
-        throw FileError("replace the movie being exported", destination, EBUSY);
-    }
-    const fs::file_status status = fs::symlink_status(destination, ignored);
-    if (fs::exists(status) && !fs::is_regular_file(status) && !fs::is_symlink(status)) {
-        throw FileError("replace", destination, fs::is_directory(status) ? EISDIR : EINVAL);
-    }
-    removeFile(destination);
+    checkDestination(request.destinationURL,
+                     {request.sourceAsset ? request.sourceAsset->path() : request.sourceURL});
+    removeFile(request.destinationURL);
 }
 
 MediaAsset usableAsset(const ExportRequest& request) {
@@ -154,29 +121,14 @@ ExportResult runExport(const ExportRequest& request, RisingProgress& progress, c
 ExportResult FFmpegMP4Exporter::exportMovie(const ExportRequest& request,
                                             const ExportProgressHandler& onProgress, std::stop_token stop) {
     const auto start = std::chrono::steady_clock::now();
-    const Turn turn(*this, stop);
+    const auto turn = withExportErrors([&] { return turns_.take(stop); });
     removeOldFile(request);
-    UnfinishedFile unfinished(request.destinationURL);
+    TemporaryFile movie(request.destinationURL);
     RisingProgress progress(onProgress);
     ExportResult result = withExportErrors([&] { return runExport(request, progress, stop); });
-    unfinished.keep();
+    movie.keep();
     result.elapsedSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return result;
-}
-
-FFmpegMP4Exporter::Turn::Turn(FFmpegMP4Exporter& exporter, const std::stop_token& stop)
-    : exporter_(exporter) {
-    std::unique_lock lock(exporter_.mutex_);
-    if (!exporter_.turnFreed_.wait(lock, stop, [&] { return !exporter_.isExporting_; })) {
-        throw ExportError::cancelled();
-    }
-    exporter_.isExporting_ = true;
-}
-
-FFmpegMP4Exporter::Turn::~Turn() {
-    const std::lock_guard lock(exporter_.mutex_);
-    exporter_.isExporting_ = false;
-    exporter_.turnFreed_.notify_one();
 }
 
 bool FFmpegMP4Exporter::requiresVideoComposition(Size2D sourceSize, Size2D targetSize) {

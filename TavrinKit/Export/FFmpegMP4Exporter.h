@@ -1,11 +1,10 @@
 #pragma once
 
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
 
 #include "TavrinKit/Export/MP4Exporting.h"
 #include "TavrinKit/Media/MovieWriter.h"
+#include "TavrinKit/Support/Turns.h"
 
 namespace tavrin {
 
@@ -47,22 +46,7 @@ public:
     [[nodiscard]] static AudioTrackSettings audioOutputSettings(const ExportPreset& preset);
 
 private:
-    /// Holds the exporter while one movie is made. Others wait for their turn, no lock is held meanwhile.
-    class Turn {
-    public:
-        /// @throws ExportError (cancelled)
-        Turn(FFmpegMP4Exporter& exporter, const std::stop_token& stop);
-        ~Turn();
-        Turn(const Turn&) = delete;
-        Turn& operator=(const Turn&) = delete;
-
-    private:
-        FFmpegMP4Exporter& exporter_;
-    };
-
-    std::mutex mutex_;
-    std::condition_variable_any turnFreed_;
-    bool isExporting_ = false; ///< guarded by mutex_
+    Turns turns_;
 };
 
 } // namespace tavrin

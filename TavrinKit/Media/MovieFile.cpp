@@ -6,7 +6,6 @@
 #include <utility>
 
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,7 +15,6 @@ extern "C" {
 
 #include "TavrinKit/Support/Cancellation.h"
 #include "TavrinKit/Support/Files.h"
-#include "TavrinKit/Support/UUID.h"
 
 namespace tavrin {
 namespace {
@@ -30,12 +28,6 @@ constexpr std::int64_t writebackStep = 1 << 23;
 bool canBeReplaced(const fs::path& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode);
-}
-
-fs::path hiddenNameBeside(const fs::path& path) {
-    constexpr std::size_t most = 128; // bytes, which leaves room for the rest in the 255 of a name
-    const std::string name = path.filename().string().substr(0, most);
-    return path.parent_path() / fmt::format(".{}.{}.tmp", name, UUID::make().string());
 }
 
 /// What the container calls the codec; 0: its usual name. That of ProRes tells its profile.
@@ -62,7 +54,7 @@ int openForWriting(const fs::path& file, const fs::path& path) {
 
 MovieFile::MovieFile(const fs::path& path, MovieContainer container, Form form)
     : path_(path), form_(form),
-      file_(form == Form::fragmented || !canBeReplaced(path) ? path : hiddenNameBeside(path)) {
+      file_(form == Form::fragmented || !canBeReplaced(path) ? path : hiddenPathBeside(path)) {
     ffmpeg::quietLogging();
     if (std::error_code unknown; fs::is_directory(path, unknown)) {
         throw FileError("write", path, EISDIR);

@@ -39,8 +39,11 @@ FileErrorKind kindOf(int code) {
     }
 }
 
-std::string_view advice(FileErrorKind kind) {
-    switch (kind) {
+std::string_view advice(int code) {
+    if (code == EISDIR || code == EBUSY || code == ENAMETOOLONG) {
+        return " Choose another name.";
+    }
+    switch (kindOf(code)) {
     case FileErrorKind::notFound:
         return " Check that the folder still exists.";
     case FileErrorKind::notPermitted:
@@ -111,8 +114,7 @@ void flushFolderOf(const fs::path& path) {
 /// Lets `fill` write a temporary file beside `path`, then puts it in its place.
 template <typename Fill>
 void replaceWhole(const fs::path& path, Fill fill) {
-    const fs::path temporary =
-        path.parent_path() / fmt::format(".{}.{}.tmp", path.filename().string(), UUID::make().string());
+    const fs::path temporary = hiddenPathBeside(path);
     try {
         Descriptor file(temporary, O_WRONLY | O_CREAT | O_EXCL, "write");
         fill(file);
@@ -157,7 +159,7 @@ fs::path videosFromUserDirs() {
 
 FileError::FileError(std::string_view operation, const fs::path& path, int code)
     : ErrorFamily(kindOf(code), fmt::format("Unable to {} \"{}\": {}.{}", operation, path.string(),
-                                            std::strerror(code), advice(kindOf(code)))),
+                                            std::strerror(code), advice(code))),
       path_(path), code_(code) {}
 
 FileInput::FileInput(fs::path path, std::size_t maximumSize)
@@ -253,6 +255,12 @@ void moveFile(const fs::path& from, const fs::path& to) {
         throw FileError("write", to, errno);
     }
     flushFolderOf(to);
+}
+
+fs::path hiddenPathBeside(const fs::path& path) {
+    constexpr std::size_t most = 128; // bytes, which leaves room for the rest in the 255 of a name
+    const std::string name = path.filename().string().substr(0, most);
+    return path.parent_path() / fmt::format(".{}.{}.tmp", name, UUID::make().string());
 }
 
 void removeFile(const fs::path& path) {

@@ -87,6 +87,9 @@ void linkOrCopyFile(const std::filesystem::path& from, const std::filesystem::pa
 /// @throws FileError
 void moveFile(const std::filesystem::path& from, const std::filesystem::path& to);
 
+/// A hidden name that nothing else has, in the folder of `path`, for a file that will take its place.
+[[nodiscard]] std::filesystem::path hiddenPathBeside(const std::filesystem::path& path);
+
 /// Removes a file; none there is no error.
 /// @throws FileError
 void removeFile(const std::filesystem::path& path);
