@@ -11,12 +11,17 @@
 extern "C" {
 #include <libavutil/error.h>
 #include <libavutil/log.h>
+#include <libavutil/mem.h>
 }
 
 #include <fmt/format.h>
 
 namespace tavrin::ffmpeg {
 namespace {
+
+/// What a hostile head may have allocated in one piece, for an index of samples that it doesn't hold say:
+/// room for the largest picture with eight bytes a pixel, or for a hundred hours of samples.
+constexpr std::size_t mostBytesAtOnce = std::size_t(mostPixels) * 10;
 
 thread_local std::string lastComplaint;
 
@@ -53,9 +58,16 @@ Packet makePacket() {
     return packet;
 }
 
+/// What a hostile head may have allocated in one piece, for an index of samples that it doesn't hold say:
+/// room for the largest picture with eight bytes a pixel, or for a hundred hours of samples.
+constexpr std::size_t mostBytesAtOnce = std::size_t(mostPixels) * 10;
+
 void quietLogging() {
     static std::once_flag once;
-    std::call_once(once, [] { av_log_set_callback(&keepComplaint); });
+    std::call_once(once, [] {
+        av_log_set_callback(&keepComplaint);
+        av_max_alloc(mostBytesAtOnce);
+    });
     lastComplaint.clear();
 }
 
