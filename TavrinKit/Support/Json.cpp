@@ -4,6 +4,8 @@
 
 #include <fmt/format.h>
 
+#include "TavrinKit/Support/JsonReader.h"
+
 namespace tavrin {
 namespace {
 
@@ -53,22 +55,14 @@ void rethrowBelow(const JsonError& error, const std::string& step) {
 }
 
 Json parseJson(std::string_view text) {
-    bool tooDeep = false;
-    const Json::parser_callback_t watchDepth = [&](int depth, Json::parse_event_t, Json&) {
-        tooDeep = tooDeep || depth > maximumJsonDepth;
-        if (tooDeep) {
-            throw JsonError(JsonErrorKind::malformed, "The document is nested too deeply.");
-        }
-        return true;
-    };
-    if (text.find('\0') != std::string_view::npos) { // the parser would take it for the end
-        throw JsonError(JsonErrorKind::malformed, "A zero byte in the text.");
+    constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
+    if (text.starts_with(byteOrderMark)) {
+        text.remove_prefix(byteOrderMark.size());
     }
-    try {
-        return Json::parse(text.begin(), text.end(), watchDepth);
-    } catch (const nlohmann::json::exception& error) {
-        throw JsonError(JsonErrorKind::malformed, error.what());
-    }
+    JsonReader reader(text);
+    Json tree = reader.readTree();
+    reader.finish();
+    return tree;
 }
 
 std::string encodeJson(const Json& json) {

@@ -57,6 +57,39 @@ bool isNumber(std::string_view text) {
     return c == end;
 }
 
+/// Of a well-formed number. @throws JsonError for one that is too large
+double numberIn(std::string_view text) {
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc::result_out_of_range) {
+        return value;
+    }
+    try {
+        return Json::parse(text).get<double>(); // which knows too small, and that is 0, from too large
+    } catch (const nlohmann::json::exception& failure) {
+        throw JsonError(JsonErrorKind::malformed, failure.what());
+    }
+}
+
+template <typename Integer>
+bool isWhole(std::string_view text, Integer& value) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() && end == text.data() + text.size();
+}
+
+/// An integer where it is written as one and fits into 64 bits.
+Json valueOf(std::string_view number) {
+    std::int64_t negative = 0;
+    std::uint64_t positive = 0;
+    if (number[0] == '-' && isWhole(number, negative)) {
+        return Json(negative);
+    }
+    if (number[0] != '-' && isWhole(number, positive)) {
+        return Json(positive);
+    }
+    return Json(numberIn(number));
+}
+
 void appendUTF8(std::string& text, std::uint32_t c) {
     if (c < 0x80) {
         text += char(c);
@@ -109,19 +142,44 @@ bool JsonReader::readBool() {
 }
 
 double JsonReader::readNumber() {
-    const std::string_view text = scanNumber();
-    double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error == std::errc::result_out_of_range) {
-        return parseJson(text).get<double>(); // too small is 0 there, too large an error
-    }
-    return value;
+    return numberIn(scanNumber());
 }
 
 std::int64_t JsonReader::readInteger() {
     std::int64_t value = 0;
-    decode(parseJson(scanNumber()), value);
+    decode(valueOf(scanNumber()), value);
     return value;
+}
+
+Json JsonReader::readTree() {
+    switch (peek()) {
+    case '{': {
+        Json tree = Json::object();
+        auto& members = tree.get_ref<Json::object_t&>();
+        readObject([&](std::string_view key) {
+            const auto place = members.insert_or_assign(members.end(), std::string(key), nullptr);
+            place->second = readTree();
+        });
+        return tree;
+    }
+    case '[': {
+        Json tree = Json::array();
+        auto& elements = tree.get_ref<Json::array_t&>();
+        readArray([&](std::size_t) { elements.push_back(readTree()); });
+        return tree;
+    }
+    case '"':
+        return Json(std::string(scanString()));
+    case 't':
+    case 'f':
+        return Json(readBool());
+    case 'n':
+        static_cast<void>(readNull());
+        return Json();
+    default:
+        assertNumberIsNext();
+        return valueOf(scanNumber());
+    }
 }
 
 std::string_view JsonReader::readString() {
@@ -140,7 +198,7 @@ bool JsonReader::readNull() {
 }
 
 void JsonReader::skipValue() {
-    switch (const char c = peek()) {
+    switch (peek()) {
     case '{':
         readObject([this](std::string_view) { skipValue(); });
         break;
@@ -158,10 +216,15 @@ void JsonReader::skipValue() {
         static_cast<void>(readNull());
         break;
     default:
-        if (c != '-' && !isDigit(c)) {
-            fail("Unexpected character");
-        }
+        assertNumberIsNext();
         static_cast<void>(readNumber());
+    }
+}
+
+void JsonReader::assertNumberIsNext() {
+    const char c = peek();
+    if (c != '-' && !isDigit(c)) {
+        fail("Unexpected character");
     }
 }
 

@@ -34,6 +34,8 @@ public:
     [[nodiscard]] std::int64_t readInteger();
     /// @return valid until the next call
     [[nodiscard]] std::string_view readString();
+    /// Any value, with all that is in it.
+    [[nodiscard]] Json readTree();
     void skipValue();
     /// Takes a null if that is what comes next.
     [[nodiscard]] bool readNull();
@@ -133,6 +135,7 @@ private:
 
     void skipSpace();
     [[nodiscard]] char peek();
+    void assertNumberIsNext();
     bool refill(const char*& token);
     void ensure(std::size_t count, const char*& token);
     [[nodiscard]] std::string_view scanNumber();
