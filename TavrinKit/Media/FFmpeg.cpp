@@ -58,10 +58,6 @@ Packet makePacket() {
     return packet;
 }
 
-/// What a hostile head may have allocated in one piece, for an index of samples that it doesn't hold say:
-/// room for the largest picture with eight bytes a pixel, or for a hundred hours of samples.
-constexpr std::size_t mostBytesAtOnce = std::size_t(mostPixels) * 10;
-
 void quietLogging() {
     static std::once_flag once;
     std::call_once(once, [] {
