@@ -62,6 +62,8 @@ template <typename... Cases>
 struct Overloaded : Cases... {
     using Cases::operator()...;
 };
+template <typename... Cases>
+Overloaded(Cases...) -> Overloaded<Cases...>; // which not all compilers find by themselves
 
 } // namespace
 
