@@ -62,6 +62,12 @@ MediaFile::MediaFile(const std::filesystem::path& path) : path_(path) {
         throw MediaError::unreadable(path, known.empty() ? ffmpeg::reason(code) : std::string(known));
     }
     context_->flags |= AVFMT_FLAG_DISCARD_CORRUPT;
+    try {
+        checkInput();
+    } catch (...) {
+        avformat_close_input(&context_);
+        throw;
+    }
     findOrigin();
 }
 
@@ -78,6 +84,7 @@ void MediaFile::analyse() {
     for (AVDictionary*& limit : limits) {
         av_dict_free(&limit);
     }
+    checkInput();
     if (code < 0) {
         throw MediaError::unreadable(path_, ffmpeg::reason(code));
     }
@@ -92,6 +99,14 @@ void MediaFile::analyse() {
 void MediaFile::findOrigin() {
     if (!isMov(*context_) && context_->start_time != AV_NOPTS_VALUE) {
         origin_ = std::max(0.0, double(context_->start_time) / AV_TIME_BASE);
+    }
+}
+
+/// The demuxers take a read that failed for the end of the file.
+void MediaFile::checkInput() const {
+    const int error = context_->pb != nullptr ? context_->pb->error : 0;
+    if (error < 0 && error != AVERROR_EOF) {
+        throw FileError("read", path_, AVUNERROR(error));
     }
 }
 
@@ -113,6 +128,10 @@ void MediaFile::readOnly(int index) {
 
 bool MediaFile::read(AVPacket& packet) {
     const int code = av_read_frame(context_, &packet);
+    checkInput();
+    if (code == AVERROR(ENOMEM)) {
+        throw MediaError::unreadable(path_, ffmpeg::reason(code));
+    }
     if (code < 0) {
         failure_ = code == AVERROR_EOF ? (context_->pb != nullptr ? context_->pb->error : 0) : code;
     }

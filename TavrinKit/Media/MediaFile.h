@@ -34,7 +34,8 @@ public:
     /// Lets `read` pass over all other tracks.
     void readOnly(int index);
 
-    /// The next packet. @return false at the end, or where the file cannot be read any further
+    /// The next packet. @return false at the end, or where what is in the file makes no sense any more
+    /// @throws FileError when the system can't read the file: that is no damage to be passed over
     [[nodiscard]] bool read(AVPacket& packet);
 
     /// Why `read` ended: 0 for a proper end, else FFmpeg's code.
@@ -58,6 +59,7 @@ public:
 
 private:
     void findOrigin();
+    void checkInput() const;
 
     std::filesystem::path path_;
     AVFormatContext* context_ = nullptr;

@@ -39,6 +39,7 @@ ffmpeg::Frame TrackDecoder::next() {
         if (code == AVERROR_EOF) {
             return nullptr;
         }
+        checkMemory(code);
         if (code == AVERROR(EAGAIN)) {
             feed();
         } else if (code < 0) {
@@ -68,10 +69,17 @@ void TrackDecoder::feed() {
             return;
         }
     } while (packet_->stream_index != track_);
-    if (avcodec_send_packet(context_.get(), packet_.get()) < 0) {
-        damage_ += 1;
-    }
+    const int code = avcodec_send_packet(context_.get(), packet_.get());
     av_packet_unref(packet_.get());
+    checkMemory(code);
+    damage_ += code < 0 ? 1 : 0;
+}
+
+/// A picture that there was no room for is no damage of the movie's.
+void TrackDecoder::checkMemory(int code) const {
+    if (code == AVERROR(ENOMEM)) {
+        throw MediaError::decodingFailed(file_->path(), ffmpeg::reason(code));
+    }
 }
 
 bool TrackDecoder::takeTime(AVFrame& frame) {

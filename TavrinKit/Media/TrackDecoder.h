@@ -14,6 +14,7 @@ public:
 
     /// The next frame in presentation order. Its `pts` is always set and grows.
     /// @return null at the end
+    /// @throws MediaError (decodingFailed) when memory runs out; FileError when the file can't be read on
     [[nodiscard]] ffmpeg::Frame next();
 
     /// Forgets what it holds: the file has been moved to another place.
@@ -24,6 +25,7 @@ public:
 
 private:
     void feed();
+    void checkMemory(int code) const;
     [[nodiscard]] bool takeTime(AVFrame& frame);
 
     MediaFile* file_;
