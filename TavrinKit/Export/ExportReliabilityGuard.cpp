@@ -20,13 +20,13 @@ class AttemptProgress {
 public:
     AttemptProgress(const ExportReliabilityGuard::ProgressHandler& handler, int attempt, int total)
         : handler_(handler), attempt_(attempt), total_(total), base_((attempt - 1.0) / total),
-          span_(1.0 / total) {}
+          end_(double(attempt) / total) {}
 
     /// @param share  of this attempt, 0...1
     void report(ExportReliabilityPhase phase, double share, std::string message) const {
         constexpr double mostWhileWorking = 0.99;
         const bool isUnderWay = phase == validating || phase == retrying;
-        const double fraction = base_ + share * span_;
+        const double fraction = std::min(base_ + share / total_, end_);
         send(phase, isUnderWay ? std::min(fraction, mostWhileWorking) : fraction, std::move(message));
     }
 
@@ -53,7 +53,7 @@ private:
     const int attempt_;
     const int total_;
     const double base_;
-    const double span_;
+    const double end_;
 };
 
 void checkStatedDuration(const ExportResult& result) {

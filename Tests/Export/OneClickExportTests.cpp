@@ -1,0 +1,370 @@
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <optional>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "OneClickFixtures.h"
+#include "PlanFixtures.h"
+#include "TavrinKit/Compositing/FFmpegEffectBakingRenderer.h"
+#include "TavrinKit/Export/FFmpegMP4Exporter.h"
+#include "TavrinKit/Export/MockMP4Exporter.h"
+#include "TavrinKit/Export/OneClickExportError.h"
+#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Support/Files.h"
+
+namespace tavrin {
+namespace {
+
+using namespace fixtures;
+namespace fs = std::filesystem;
+using enum ExportProgressStage;
+using testing::DoubleNear;
+using testing::ElementsAre;
+using testing::FieldsAre;
+
+auto update(ExportProgressStage stage, double fraction, const std::string& message) {
+    return FieldsAre(stage, DoubleNear(fraction, 1e-12), message);
+}
+
+PreparedEffectExport toCompose() {
+    PreparedEffectExport prepared;
+    prepared.sourceURL = "screen.mov";
+    prepared.audioMix = AudioMix();
+    return prepared;
+}
+
+void pass(const ExportResult&, const std::stop_token&) {}
+
+EditorSession sessionWithoutFiles(const TemporaryFolder& folder) {
+    return {ProjectPackage(folder.path("package"), {}), std::make_shared<EventTimeline>(), {}};
+}
+
+TEST(OneClickExportTests, TellsOfADirectExportAndItsFallbackToTheLetter) {
+    const TemporaryFolder folder;
+    const fs::path bake = folder.path("baked.mov");
+    const fs::path destination = folder.path("out.mp4");
+    const auto exporter = std::make_shared<MockMP4Exporter>(2);
+    const auto renderer = std::make_shared<ScriptedRenderer>();
+    std::size_t filesDuringBake = 0;
+    renderer->onPrepare = [] {
+        return toCompose();
+    };
+    renderer->onBake = [&] {
+        filesDuringBake = folder.fileCount();
+        writeFileAtomically(bake, "baked");
+        return EffectBakeResult{bake, true};
+    };
+    ExportPreset preset = smallPreset();
+    preset.container = ExportContainer::mov;
+    preset.fps = 500;
+    std::vector<ExportProgressUpdate> told;
+    const ExportResult result = oneClick(exporter, renderer, 1, pass)
+                                    .exportMovie(sessionWithoutFiles(folder), destination, preset,
+                                                 [&](const ExportProgressUpdate& u) { told.push_back(u); });
+    const auto share = [](double base, double span, double fraction) {
+        return base + span * fraction;
+    };
+    const double reached = share(0.22, 0.76, 0.99);
+    EXPECT_THAT(
+        told,
+        ElementsAre(
+            update(preparing, 0.02, "Preparing export pipeline."),
+            update(preparing, 0.05,
+                   "FPS clamped to 120. Container adjusted to MP4 for the current exporter."),
+            update(preparing, 0.08, "Preparing effects for export."),
+            update(preparing, 0.18, "Direct effect composition ready."),
+            update(transcoding, 0.22, "Starting direct MP4 export."),
+            update(transcoding, 0.22, "Starting export attempt 1 of 2."),
+            update(transcoding, share(0.22, 0.76, 0.075), "Transcoding export attempt 1 of 2."),
+            update(retrying, share(0.22, 0.76, 0.495), "Attempt 1 failed: MP4 export failed.. Retrying."),
+            update(transcoding, share(0.22, 0.76, 0.5), "Starting export attempt 2 of 2."),
+            update(transcoding, share(0.22, 0.76, 0.575), "Transcoding export attempt 2 of 2."),
+            update(retrying, reached, "Attempt 2 failed: MP4 export failed.. Retrying."),
+            update(retrying, reached,
+                   "Direct export path failed. Retrying with loss-resistant intermediate."),
+            update(baking, reached, "Baking camera, framing, cursor, and motion blur effects."),
+            update(baking, reached, "Effects baked successfully."),
+            update(transcoding, reached, "Starting MP4 transcoding."),
+            update(transcoding, reached, "Starting export attempt 1 of 2."),
+            update(transcoding, reached, "Transcoding export attempt 1 of 2."),
+            update(transcoding, reached, "Transcoding export attempt 1 of 2."),
+            update(validating, reached, "Validating exported media."),
+            update(completed, 0.98, "Export validation passed."), update(completed, 1, "Export completed.")));
+    EXPECT_EQ(filesDuringBake, 0U);
+    EXPECT_EQ(result.outputURL, destination);
+    EXPECT_EQ(readFile(destination), "mock-mp4");
+    EXPECT_EQ(folder.fileCount(), 1U) << "the bake has gone";
+    EXPECT_EQ(renderer->bakedPresets.at(0).fps, 120);
+}
+
+TEST(OneClickExportTests, TellsOfMediaThatNeedNoComposition) {
+    const TemporaryFolder folder;
+    const fs::path bake = folder.path("baked.mov");
+    for (const bool isBaked : {false, true}) {
+        const auto renderer = std::make_shared<ScriptedRenderer>();
+        renderer->onPrepare = [&] {
+            PreparedEffectExport prepared;
+            prepared.sourceURL = "screen.mov";
+            if (isBaked) {
+                writeFileAtomically(bake, "baked");
+                prepared.temporaryMediaURL = bake;
+            }
+            return prepared;
+        };
+        const auto exporter = std::make_shared<ScriptedExporter>(std::vector<ScriptedExporter::Step>{
+            [](const ExportRequest& request, const ExportProgressHandler&) {
+                writeFileAtomically(request.destinationURL, "movie");
+                return ExportResult{.outputURL = request.destinationURL, .durationSeconds = 1};
+            }});
+        std::vector<ExportProgressUpdate> told;
+        oneClick(exporter, renderer, 0, pass)
+            .exportMovie(sessionWithoutFiles(folder), folder.path("out.mp4"), smallPreset(),
+                         [&](const ExportProgressUpdate& u) { told.push_back(u); });
+        EXPECT_THAT(told, ElementsAre(update(preparing, 0.02, "Preparing export pipeline."),
+                                      update(preparing, 0.08, "Preparing effects for export."),
+                                      isBaked ? update(baking, 0.42, "Effects baked successfully.")
+                                              : update(preparing, 0.12, "Source media is ready for export."),
+                                      update(transcoding, 0.45, "Starting MP4 transcoding."),
+                                      update(transcoding, 0.45, "Starting export attempt 1 of 1."),
+                                      update(validating, 0.45 + 0.53 * 0.98, "Validating exported media."),
+                                      update(completed, 0.98, "Export validation passed."),
+                                      update(completed, 1, "Export completed.")));
+        EXPECT_EQ(exporter->requests.at(0).sourceURL, isBaked ? bake : fs::path("screen.mov"));
+        EXPECT_EQ(folder.fileCount(), 1U);
+        removeFile(folder.path("out.mp4"));
+    }
+}
+
+/// Whatever goes wrong, an older movie stays, nothing else does, and the sentence is that of the last
+/// failure.
+TEST(OneClickExportTests, AFailureLeavesTheFolderAsItWas) {
+    const TemporaryFolder folder;
+    const fs::path destination = folder.path("out.mp4");
+    writeFileAtomically(destination, "an older movie");
+    const auto direct = [] {
+        return toCompose();
+    };
+    const auto baked = [&] {
+        writeFileAtomically(folder.path("baked.mov"), "baked");
+        return EffectBakeResult{folder.path("baked.mov"), true};
+    };
+    const auto cannotBake = []() -> EffectBakeResult {
+        throw std::runtime_error("no room to bake");
+    };
+    const auto reject = [](const ExportResult&, const std::stop_token&) {
+        throw std::runtime_error("rejected");
+    };
+    struct Case {
+        std::string sentence;
+        std::function<PreparedEffectExport()> prepare;
+        std::function<EffectBakeResult()> bake;
+        int failures;
+        ExportReliabilityGuard::Validator validator;
+    };
+    const std::vector<Case> cases{
+        {"nothing to prepare",
+         []() -> PreparedEffectExport { throw std::runtime_error("nothing to prepare"); }, baked, 0, pass},
+        {"no room to bake", direct, cannotBake, 9, pass},
+        {"no room to bake", direct, cannotBake, 0, reject},
+        {"MP4 export failed.", direct, baked, 9, pass},
+        {"rejected", direct, baked, 0, reject},
+        {"MP4 export cancelled.", []() -> PreparedEffectExport { throw ExportError::cancelled(); }, baked, 0,
+         pass},
+        {"The operation was cancelled.", direct, cannotBake, 0,
+         [](const ExportResult&, const std::stop_token&) {
+             throw CancellationError();
+         }},
+    };
+    for (const Case& c : cases) {
+        const auto renderer = std::make_shared<ScriptedRenderer>();
+        renderer->onPrepare = c.prepare;
+        renderer->onBake = c.bake;
+        std::string sentence;
+        double last = 0;
+        try {
+            oneClick(std::make_shared<MockMP4Exporter>(c.failures), renderer, 1, c.validator)
+                .exportMovie(sessionWithoutFiles(folder), destination, smallPreset(),
+                             [&](const ExportProgressUpdate& u) {
+                                 EXPECT_GE(u.fractionCompleted, last);
+                                 last = u.fractionCompleted;
+                             });
+        } catch (const std::exception& error) {
+            sentence = error.what();
+        }
+        EXPECT_EQ(sentence, c.sentence);
+        EXPECT_LT(last, 1);
+        EXPECT_EQ(readFile(destination), "an older movie");
+        EXPECT_EQ(folder.fileCount(), 1U) << c.sentence;
+    }
+}
+
+TEST(OneClickExportTests, PresetsAndDestinationsThatWillNotDoAreRefusedBeforeAnyWork) {
+    const TemporaryFolder folder;
+    const EditorSession session = makeTake(folder);
+    fs::create_directory(folder.path("folder"));
+    fs::create_symlink("package/screen.mov", folder.path("alias.mov"));
+    ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
+    const std::size_t files = folder.fileCount();
+    const auto renderer = std::make_shared<ScriptedRenderer>();
+    renderer->onPrepare = []() -> PreparedEffectExport {
+        ADD_FAILURE() << "work has begun";
+        return {};
+    };
+    const auto refusal = [&](const fs::path& destination, const ExportPreset& preset = smallPreset()) {
+        try {
+            oneClick(std::make_shared<MockMP4Exporter>(), renderer, 0, pass, false)
+                .exportMovie(session, destination, preset);
+        } catch (const OneClickExportError& error) {
+            return std::string(error.what());
+        } catch (const FileError& error) {
+            return std::string(error.what());
+        }
+        return std::string("exported");
+    };
+    const std::vector<std::pair<std::string, const char*>> cases{
+        {"folder", "Choose another name."},
+        {"package/screen.mov", "Choose another name."},
+        {"alias.mov", "Choose another name."},
+        {"pipe", "Unable to replace"},
+        {"missing/out.mp4", "Check that the folder still exists."},
+        {"alias.mov/out.mp4", "Check that the folder still exists."},
+        {std::string(300, 'x'), "Choose another name."},
+        {"folder/", "Choose another name."},
+    };
+    for (const auto& [name, sentence] : cases) {
+        EXPECT_THAT(refusal(folder.path(name)), testing::HasSubstr(sentence)) << name;
+    }
+    ExportPreset preset = smallPreset(3840, 2160);
+    preset.compatibility.allowResolutionFallback = false;
+    EXPECT_EQ(refusal(folder.path("missing/out.mp4"), preset), "4K export is not supported on this machine.");
+    EXPECT_EQ(folder.fileCount(), files);
+}
+
+TEST(OneClickExportTests, FractionsNeverFallThoughManyThreadsReport) {
+    std::vector<double> heard;
+    OneClickExporter::ProgressForwarder* self = nullptr;
+    OneClickExporter::ProgressForwarder forwarder([&](const ExportProgressUpdate& u) {
+        heard.push_back(u.fractionCompleted); // one call at a time
+        if (heard.size() == 10) {
+            self->report({transcoding, 0.5, ""}); // from inside a call
+        }
+    });
+    self = &forwarder;
+    constexpr int threads = 4;
+    constexpr int reports = 2000;
+    {
+        std::vector<std::jthread> reporters;
+        for (int t = 0; t < threads; ++t) {
+            reporters.emplace_back([&, t] {
+                for (int i = 0; i < reports; ++i) {
+                    forwarder.report({transcoding, double(i + t) / reports, ""});
+                }
+            });
+        }
+    }
+    EXPECT_EQ(heard.size(), std::size_t(threads * reports + 1));
+    EXPECT_TRUE(std::is_sorted(heard.begin(), heard.end()));
+    EXPECT_EQ(heard.back(), 1);
+}
+
+/// Fails in its first attempt, so that the effects are baked.
+class SecondWindExporter : public FFmpegMP4Exporter {
+public:
+    ExportResult exportMovie(const ExportRequest& request, const ExportProgressHandler& onProgress,
+                             std::stop_token stop) override {
+        if (isFirst_) {
+            isFirst_ = false;
+            throw ExportError::exportFailed();
+        }
+        return FFmpegMP4Exporter::exportMovie(request, onProgress, std::move(stop));
+    }
+
+private:
+    bool isFirst_ = true;
+};
+
+TEST(OneClickExportTests, CancellingAtAnyMomentLeavesTheFolderAsItWas) {
+    using Clock = std::chrono::steady_clock;
+    const TemporaryFolder folder;
+    const TemporaryFolder temporary;
+    const EditorSession session = makeTake(folder, {}, {.microphone = true});
+    const fs::path destination = folder.path("out.mp4");
+    const auto attempt = [&](bool isBaked, std::optional<Clock::duration> wait) {
+        writeFileAtomically(destination, "an older movie");
+        const auto renderer = std::make_shared<FFmpegEffectBakingRenderer>();
+        OneClickExporter exporter = isBaked ? oneClick(std::make_shared<SecondWindExporter>(), renderer, 0)
+                                            : oneClick(std::make_shared<FFmpegMP4Exporter>(), renderer);
+        std::stop_source stop;
+        const std::jthread canceller([&] {
+            if (wait) {
+                std::this_thread::sleep_for(*wait);
+                stop.request_stop();
+            }
+        });
+        bool isCancelled = false;
+        try {
+            exporter.exportMovie(session, destination, smallPreset(160, 120), {}, stop.get_token());
+            EXPECT_GT(probeMedia(destination).duration, 2.9);
+        } catch (...) {
+            isCancelled = isCancelledExport(std::current_exception());
+            EXPECT_TRUE(isCancelled) << describe(std::current_exception());
+            EXPECT_EQ(readFile(destination), "an older movie");
+        }
+        EXPECT_EQ(folder.fileCount(), 2U);
+        EXPECT_EQ(temporary.fileCount(), 0U);
+        return isCancelled;
+    };
+    ::setenv("TMPDIR", temporary.path("").c_str(), 1);
+    std::mt19937 random(7);
+    for (const bool isBaked : {false, true}) {
+        const auto start = Clock::now();
+        EXPECT_FALSE(attempt(isBaked, {}));
+        std::uniform_int_distribution<Clock::rep> moment(0, (Clock::now() - start).count());
+        int cancelled = 0;
+        for (int round = 0; round < 10; ++round) {
+            cancelled += attempt(isBaked, Clock::duration(moment(random))) ? 1 : 0;
+        }
+        EXPECT_GT(cancelled, 2);
+    }
+    ::unsetenv("TMPDIR");
+}
+
+TEST(OneClickExportTests, CallsTakeTurnsAndCanBeCancelledWhileTheyWait) {
+    const TemporaryFolder folder;
+    const EditorSession session = sessionWithoutFiles(folder);
+    const auto renderer = std::make_shared<ScriptedRenderer>();
+    std::atomic<int> inside = 0;
+    std::stop_source impatient;
+    renderer->onPrepare = [&] {
+        EXPECT_EQ(++inside, 1);
+        impatient.request_stop();
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        --inside;
+        return toCompose();
+    };
+    OneClickExporter exporter = oneClick(std::make_shared<MockMP4Exporter>(), renderer, 0, pass);
+    const auto run = [&](const char* name, std::stop_token stop) {
+        return exporter.exportMovie(session, folder.path(name), smallPreset(), {}, std::move(stop));
+    };
+    {
+        const std::jthread first([&] { run("a.mp4", {}); });
+        const std::jthread second([&] { run("b.mp4", {}); });
+        while (!impatient.stop_requested()) {
+            std::this_thread::yield();
+        }
+        EXPECT_THROW(run("c.mp4", impatient.get_token()), CancellationError);
+    }
+    EXPECT_EQ(folder.fileCount(), 2U);
+}
+
+} // namespace
+} // namespace tavrin
