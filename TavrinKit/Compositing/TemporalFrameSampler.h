@@ -28,7 +28,7 @@ namespace tavrin {
 class TemporalFrameSampler {
 public:
     static constexpr std::size_t maximumEntries = 64;
-    static constexpr std::size_t maximumBytes = std::size_t(192) << 20; ///< of kept pictures
+    static constexpr std::size_t maximumBytes = std::size_t(96) << 20; ///< of kept pictures
 
     struct Sample {
         Image image;

@@ -157,7 +157,7 @@ TEST_F(Sampling, WhatIsKeptIsBoundedByNumberAndBySize) {
     for (int tick = 0; tick < 22; ++tick) {
         images.push_back(bounded.sample(tick / 30.0)->image.node());
     }
-    EXPECT_EQ(alive(images), 17); // fourteen would fill the bytes, but a frame may need more
+    EXPECT_EQ(alive(images), 17); // seven would fill the bytes, but a frame may need more
 }
 
 TEST_F(Sampling, WhatCannotBeReadIsLoggedOnce) {
