@@ -206,13 +206,18 @@ int MovieFile::writeBytes(void* self, std::uint8_t* bytes, int count) {
 }
 
 std::int64_t MovieFile::seek(void* self, std::int64_t offset, int whence) {
-    const auto& file = *static_cast<MovieFile*>(self);
-    if (whence == AVSEEK_SIZE) {
-        struct stat status {};
-        return ::fstat(file.descriptor_, &status) == 0 ? std::int64_t(status.st_size) : AVERROR(errno);
+    auto& file = *static_cast<MovieFile*>(self);
+    struct stat status {};
+    const std::int64_t position = whence != AVSEEK_SIZE
+                                      ? ::lseek(file.descriptor_, offset, whence & ~AVSEEK_FORCE)
+                                  : ::fstat(file.descriptor_, &status) == 0 ? std::int64_t(status.st_size)
+                                                                            : -1;
+    if (position >= 0) {
+        return position;
     }
-    const off_t position = ::lseek(file.descriptor_, offset, whence & ~AVSEEK_FORCE);
-    return position < 0 ? AVERROR(errno) : std::int64_t(position);
+    // The muxer doesn't look whether it got where it goes back to fill in a size.
+    file.error_ = file.error_ != 0 ? file.error_ : errno;
+    return AVERROR(errno);
 }
 
 } // namespace tavrin

@@ -65,7 +65,7 @@ private:
     const Form form_;
     std::filesystem::path file_; ///< what is open: `path_`, or its hidden stand-in
     int descriptor_ = -1;
-    int error_ = 0; ///< errno of the first write that failed
+    int error_ = 0; ///< errno of the first write or seek that failed
     std::int64_t unflushed_ = 0;
     std::stop_token stop_; ///< ends `complete`
     AVFormatContext* context_ = nullptr;

@@ -52,14 +52,14 @@ EditorSession makeTake(const TemporaryFolder& folder, const std::function<void(T
     using enum AudioTrackDescriptor::Kind;
     ProjectPackage package(folder.path("package"), ProjectManifest{});
     package.createDirectoriesIfNeeded();
-    SyntheticMovie screen{.times = evenTimes(180, 60), .endTime = 3};
+    SyntheticMovie screen{.times = evenTimes(int(options.seconds * 60), 60), .endTime = options.seconds};
     if (options.screenSound) {
-        screen.sound = tone(systemTone, 3);
+        screen.sound = tone(systemTone, options.seconds);
     }
     write(screen, package.screenURL());
     const auto addSound = [&](AudioTrackDescriptor track, double frequency) {
         package.manifest().audioTracks.push_back(track);
-        writeTone(package.audioURL(track), frequency, 3);
+        writeTone(package.audioURL(track), frequency, options.seconds);
     };
     if (options.microphone) {
         addSound({microphone, "mic_audio.m4a"}, microphoneTone);
@@ -69,7 +69,8 @@ EditorSession makeTake(const TemporaryFolder& folder, const std::function<void(T
     }
     if (options.camera) {
         package.setCameraTracks({{"camera.mov", 0, 0}});
-        write({.times = evenTimes(90, 30), .endTime = 3}, folder.path("package") / "camera.mov");
+        write({.times = evenTimes(int(options.seconds * 30), 30), .endTime = options.seconds},
+              folder.path("package") / "camera.mov");
     }
     EditsDocument edits;
     edits.timeline.framingTrack.style.padding = 0;

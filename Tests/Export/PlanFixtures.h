@@ -25,9 +25,10 @@ struct TakeOptions {
     bool microphone = false; ///< a file of its own, as the next two
     bool systemFile = false;
     bool camera = false;
+    double seconds = 3;
 };
 
-/// A package with a screen movie of three seconds, whose 180 pictures bear their numbers, open for editing:
+/// A package with a screen movie of 60 pictures a second that bear their numbers, open for editing:
 /// nothing frames, blurs or covers the pictures unless `edit` says so.
 [[nodiscard]] EditorSession makeTake(const TemporaryFolder& folder,
                                      const std::function<void(TimelineModel&)>& edit = {},
