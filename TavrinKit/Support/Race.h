@@ -59,7 +59,7 @@ template <typename Operation>
         }
         const std::lock_guard lock(shared->mutex);
         shared->result = std::move(result);
-        shared->error = error;
+        shared->error = std::move(error);
         shared->finished = true;
         shared->changed.notify_all();
     }).detach();
@@ -75,7 +75,7 @@ template <typename Operation>
         return std::optional<Result>();
     }
     if (shared->error) {
-        std::rethrow_exception(shared->error);
+        std::rethrow_exception(std::move(shared->error)); // which so ends on the caller's thread
     }
     return std::move(shared->result);
 }
