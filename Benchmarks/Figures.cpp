@@ -17,6 +17,8 @@ const std::vector<Piece>& allPieces() {
         {{"export.everything"}, exportEverything},
         {{"export.blur30"}, exportBlurred},
         {{"export.peak_memory"}, exportPeakMemory},
+        {{"export.overhead"}, exportOverhead},
+        {{"export.cancelling"}, exportCancelling},
         {{"capture.fullmotion"}, captureFullMotion},
         {{"capture.still"}, captureStill},
         {{"events.load", "cursor.frame_state"}, eventsAndCursor},

@@ -24,6 +24,8 @@ void exportFullMotion(Takes& takes);
 void exportEverything(Takes& takes);
 void exportBlurred(Takes& takes);
 void exportPeakMemory(Takes& takes);
+void exportOverhead(Takes& takes);
+void exportCancelling(Takes& takes);
 void sampleTakes(Takes& takes);
 void captureFullMotion(Takes& takes);
 void captureStill(Takes& takes);

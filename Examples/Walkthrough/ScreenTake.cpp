@@ -8,10 +8,12 @@
 #include "TavrinKit/Capture/DesktopStreamCapture.h"
 #include "TavrinKit/Compositing/FFmpegEffectBakingRenderer.h"
 #include "TavrinKit/Export/FFmpegMP4Exporter.h"
+#include "TavrinKit/Export/OneClickExporter.h"
 #include "TavrinKit/Media/MovieReader.h"
 #include "TavrinKit/Platform/X11/X11CaptureBackend.h"
 #include "TavrinKit/Platform/X11/X11LiveCursorStateMonitor.h"
 #include "TavrinKit/Platform/X11/X11LiveInputEventMonitor.h"
+#include "TavrinKit/Readiness/SystemCapabilityService.h"
 #include "TavrinKit/Session/PrimaryFlowController.h"
 #include "TavrinKit/Session/SessionProjectLocator.h"
 #include "TavrinKit/Support/Files.h"
@@ -175,16 +177,19 @@ ExportResult ScreenTake::exportMovie(const ExportPreset& preset, const ExportPro
 ExportResult exportSession(const EditorSession& session, const ExportPreset& preset,
                            const std::filesystem::path& destination, const ExportProgressHandler& onProgress,
                            const std::stop_token& stop) {
-    FFmpegEffectBakingRenderer renderer;
-    PreparedEffectExport prepared = renderer.prepareExport(session, preset, stop);
-    FFmpegMP4Exporter exporter;
-    return exporter.exportMovie({.sourceURL = prepared.sourceURL,
-                                 .sourceAsset = std::move(prepared.sourceAsset),
-                                 .destinationURL = destination,
-                                 .preset = preset,
-                                 .videoComposition = std::move(prepared.videoComposition),
-                                 .audioMix = std::move(prepared.audioMix)},
-                                onProgress, stop);
+    constexpr int retries = 2;
+    const auto guard = std::make_shared<ExportReliabilityGuard>(
+        std::make_shared<FFmpegMP4Exporter>(), retries, ExportReliabilityGuard::ffmpegDurationValidator);
+    OneClickExporter exporter(guard, std::make_shared<FFmpegEffectBakingRenderer>(),
+                              std::make_shared<SystemCapabilityService>(nullptr, nullptr));
+    return exporter.exportMovie(
+        session, destination, preset,
+        [&](const ExportProgressUpdate& update) {
+            if (onProgress) {
+                onProgress(update.fractionCompleted);
+            }
+        },
+        stop);
 }
 
 } // namespace tavrin::demo

@@ -68,7 +68,7 @@ public:
     /// Where `exportMovie` puts the movie: beside the package, under its name.
     [[nodiscard]] std::filesystem::path moviePath() const;
 
-    /// @throws Error, ExportError when cancelled; then there is no movie
+    /// @throws as `exportSession`; then there is no movie
     ExportResult exportMovie(const ExportPreset& preset, const ExportProgressHandler& onProgress,
                              const std::stop_token& stop = {}) const;
 
@@ -82,8 +82,10 @@ private:
     std::int64_t framesDropped_ = 0;
 };
 
-/// Exports an open session with the built-in road: its effects drawn while encoding.
-/// @throws Error, ExportError when cancelled
+/// Exports an open session with one call, three attempts at the most on each road. What the machine isn't
+/// strong enough for is given up where the preset allows it.
+/// @param onProgress  may be empty
+/// @throws as OneClickExporter; then whatever lay at the destination is still there
 ExportResult exportSession(const EditorSession& session, const ExportPreset& preset,
                            const std::filesystem::path& destination, const ExportProgressHandler& onProgress,
                            const std::stop_token& stop = {});

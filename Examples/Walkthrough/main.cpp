@@ -1,6 +1,7 @@
 // Records a walkthrough, opens it with generated zooms and exports it: see CommandLine::helpText.
 
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -153,6 +154,22 @@ void run(const CommandLine& commandLine, Interrupts& interrupts) {
     }
 }
 
+/// What failed, and behind it the reason with what to do about it.
+std::string explain(const std::exception& error) {
+    std::string text = error.what();
+    const auto* const ours = dynamic_cast<const Error*>(&error);
+    if (ours != nullptr && ours->underlying()) {
+        try {
+            std::rethrow_exception(ours->underlying());
+        } catch (const std::exception& cause) {
+            text += " " + explain(cause);
+        } catch (...) {
+            text += " The reason is unknown.";
+        }
+    }
+    return text;
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
@@ -167,7 +184,7 @@ int main(int count, char** arguments) {
         return 0;
     } catch (const std::exception& error) {
         std::fflush(stdout);
-        fmt::print(stderr, "{}\n", error.what());
+        fmt::print(stderr, "{}\n", explain(error));
         return 1;
     }
 }
