@@ -14,15 +14,24 @@ extern "C" {
 namespace tavrin {
 namespace {
 
+/// What the file says, which need not be a value of the enumeration.
+template <typename Enum>
+int numberIn(const Enum& value) {
+    int number = 0;
+    static_assert(sizeof number == sizeof value);
+    std::memcpy(&number, &value, sizeof number);
+    return number;
+}
+
 AVColorSpace matrixOf(const AVFrame& frame) {
-    switch (frame.colorspace) {
+    switch (const int said = numberIn(frame.colorspace)) {
     case AVCOL_SPC_BT709:
     case AVCOL_SPC_FCC:
     case AVCOL_SPC_BT470BG:
     case AVCOL_SPC_SMPTE170M:
     case AVCOL_SPC_SMPTE240M:
     case AVCOL_SPC_BT2020_NCL:
-        return frame.colorspace;
+        return AVColorSpace(said);
     default:
         return frame.height >= 720 ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
     }
@@ -30,7 +39,7 @@ AVColorSpace matrixOf(const AVFrame& frame) {
 
 /// The formats with a J are the plain ones in full range; their old names only make swscale complain.
 std::pair<AVPixelFormat, bool> formatAndRangeOf(const AVFrame& frame) {
-    const bool isFull = frame.color_range == AVCOL_RANGE_JPEG;
+    const bool isFull = numberIn(frame.color_range) == AVCOL_RANGE_JPEG;
     switch (frame.format) {
     case AV_PIX_FMT_YUVJ420P:
         return {AV_PIX_FMT_YUV420P, true};
@@ -83,7 +92,7 @@ PixelBuffer PictureNormalizer::normalize(ffmpeg::Frame frame) {
 }
 
 bool PictureNormalizer::isNormal(const AVFrame& frame) const {
-    return frame.format == AV_PIX_FMT_YUV420P && frame.color_range != AVCOL_RANGE_JPEG &&
+    return frame.format == AV_PIX_FMT_YUV420P && numberIn(frame.color_range) != AVCOL_RANGE_JPEG &&
            matrixOf(frame) == AVCOL_SPC_BT709 && PixelSize{frame.width, frame.height} == size_ &&
            orientation_.isUpright();
 }
