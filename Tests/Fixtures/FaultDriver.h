@@ -70,8 +70,8 @@ struct FaultedRun {
 /// Lets every call go wrong, one in each run: runs with `at` = 1, 2, 3, … until a run is over before its
 /// fault.
 ///
-///     const std::size_t faults = forEveryCall({.below = folder, .kind = FaultKind::kill}, prepare, body,
-///     check);
+///     const FaultPlan plan{.below = folder, .kind = FaultKind::kill};
+///     const std::size_t faults = forEveryCall(plan, prepare, body, check);
 ///
 /// @param prepare  puts things in order before each run
 /// @param check    looks at what is left after each run that met its fault
