@@ -13,7 +13,7 @@ namespace tavrin {
 /// The movie runs at the preset's frame rate from first to last: it has ceil(duration x rate) frames, and
 /// frame i shows what is on screen at i / rate. Decoding, drawing and encoding go on at the same time and
 /// hand over through short queues, so that memory doesn't grow with the length. All threads of an export
-/// have ended when the call returns.
+/// have ended when the call returns, but for a flush of the file that a cancelled one didn't wait for.
 class FFmpegMP4Exporter : public MP4Exporting {
 public:
     using MP4Exporting::exportMovie;

@@ -1,6 +1,8 @@
 #include "TavrinKit/Media/MovieFile.h"
 
 #include <cerrno>
+#include <chrono>
+#include <memory>
 #include <new>
 #include <system_error>
 #include <utility>
@@ -15,6 +17,7 @@ extern "C" {
 
 #include "TavrinKit/Support/Cancellation.h"
 #include "TavrinKit/Support/Files.h"
+#include "TavrinKit/Support/Race.h"
 
 namespace tavrin {
 namespace {
@@ -48,6 +51,27 @@ int openForWriting(const fs::path& file, const fs::path& path) {
         throw FileError("write", path, errno);
     }
     return descriptor;
+}
+
+/// A disk may take seconds for that. Whoever doesn't want the file any more needn't wait.
+/// @return an errno value, or 0
+/// @throws CancellationError
+int flushToDisk(int descriptor, const std::stop_token& stop) {
+    if (!stop.stop_possible()) {
+        return ::fsync(descriptor) != 0 ? errno : 0;
+    }
+    const int copy = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+    if (copy < 0) {
+        return errno;
+    }
+    const std::shared_ptr<const int> file(new int(copy), [](const int* owned) {
+        ::close(*owned);
+        delete owned;
+    });
+    constexpr auto forever = std::chrono::hours(24);
+    const auto reason = raceAgainstTimer(
+        forever, stop, [file](const std::stop_token&) { return ::fsync(*file) != 0 ? errno : 0; });
+    return reason.value_or(ETIMEDOUT);
 }
 
 } // namespace
@@ -145,8 +169,10 @@ void MovieFile::complete(const std::stop_token& stop) {
     avio_flush(io_);
     throwIfCancelled(stop);
     check(code);
-    if (canBeReplaced(file_) && ::fsync(descriptor_) != 0) {
-        throw MediaError::writingFailed(path_, errno);
+    if (canBeReplaced(file_)) {
+        if (const int reason = flushToDisk(descriptor_, stop); reason != 0) {
+            throw MediaError::writingFailed(path_, reason);
+        }
     }
     close();
     if (isHidden()) {

@@ -45,7 +45,7 @@ public:
     void flushFragment();
 
     /// Writes the index, flushes to the disk and gives a plain file its name.
-    /// @param stop  a request ends the writing
+    /// @param stop  a request ends the writing; a flush that is under way then goes on by itself
     /// @throws MediaError, FileError, CancellationError
     void complete(const std::stop_token& stop = {});
 
