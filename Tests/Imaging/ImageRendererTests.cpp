@@ -180,8 +180,8 @@ TEST(ImageRendererTests, whatIsReusedIsWhatWouldHaveBeenDrawn) {
 /// terms: the edges of crops and masks, which would differ if they were applied to each term, included.
 TEST(ImageRendererTests, framesOfAMeanAreTheMeanOfFrames) {
     const PixelSize small{171, 101}; // the plain evaluation is slow
-    const Rect rect{0, 0, small.width, small.height};
-    const Size2D whole{small.width, small.height};
+    const Rect rect{0, 0, double(small.width), double(small.height)};
+    const Size2D whole{double(small.width), double(small.height)};
     const Image sprite = Image::pixels(spot(29, {0.9, 0.2, 0.3, 1}));
     std::mt19937 random(11);
     std::uniform_real_distribution<double> fraction(0, 1);
