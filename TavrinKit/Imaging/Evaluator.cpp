@@ -67,7 +67,7 @@ void mixByMask(FloatPicture& picture, const FloatPicture& background, const std:
     });
 }
 
-AxisTables tablesOf(const Layer& layer, const LeafPlanes* planes, const Lattice& lattice) {
+AxisTables makeTables(const Layer& layer, const LeafPlanes* planes, const Lattice& lattice) {
     const auto table = [&](std::size_t color, Axis axis) {
         const SamplePlane* plane = planes != nullptr ? &planes->color[color] : nullptr;
         return makeAxisTable(layer, axis, lattice,
@@ -82,25 +82,23 @@ AxisTables tablesOf(const Layer& layer, const LeafPlanes* planes, const Lattice&
     return tables;
 }
 
-void prepareTerms(PreparedLayer& ready, Basis basis, const Lattice& lattice) {
-    const std::vector<Mean::Term>& terms = std::get<Mean>(ready.layer.leaf).terms;
-    for (std::size_t i = 0; i < terms.size(); ++i) {
-        const Mean::Term& term = terms[i];
-        PreparedTerm& prepared = ready.terms.emplace_back();
-        prepared.planes = std::make_shared<const LeafPlanes>(planesOf420(term.pixels.buffer, basis));
-        const auto same =
-            std::find_if(terms.begin(), terms.begin() + std::ptrdiff_t(i), [&](const auto& other) {
-                return other.placement == term.placement && other.clamp == term.clamp &&
-                       other.pixels.buffer.size() == term.pixels.buffer.size();
-            });
-        if (same != terms.begin() + std::ptrdiff_t(i)) {
-            prepared.tables = ready.terms[std::size_t(same - terms.begin())].tables;
-            continue;
-        }
-        Layer alone = layerOfTerm(ready.layer, term);
-        alone.innerClip = Rect::infinite(); // of the mean as a whole
-        prepared.tables = std::make_shared<const AxisTables>(tablesOf(alone, prepared.planes.get(), lattice));
+std::uint64_t mixAxis(std::uint64_t key, const PlaneAxis& axis) {
+    return mix(mix(mix(key, axis.scale), axis.offset), std::uint64_t(axis.count));
+}
+
+/// Of everything that tables are made from.
+std::uint64_t tablesKey(const Layer& layer, const LeafPlanes* planes, const Lattice& lattice) {
+    const Placement& p = layer.placement;
+    std::uint64_t key = mix(mix(mix(mix(mix(41, p.scaleX), p.scaleY), p.offsetX), p.offsetY), layer.clip);
+    key = mix(mix(key, layer.innerClip), std::uint64_t(layer.clamp.has_value()));
+    key = layer.clamp ? mix(key, *layer.clamp) : key;
+    key = mix(mix(mix(mix(key, lattice.x0), lattice.y0), lattice.step), lattice.picture);
+    key = mix(mix(key, std::uint64_t(lattice.columns)), std::uint64_t(lattice.rows));
+    if (planes == nullptr) {
+        return key;
     }
+    key = mix(mixAxis(mixAxis(key, planes->color[0].x), planes->color[0].y), std::uint64_t(planes->isYCbCr));
+    return planes->isYCbCr ? mixAxis(mixAxis(key, planes->color[1].x), planes->color[1].y) : key;
 }
 
 } // namespace
@@ -135,6 +133,37 @@ std::vector<PreparedLayer> Evaluator::prepare(const Program& program, Basis basi
         }
     }
     return prepared;
+}
+
+std::shared_ptr<const AxisTables> Evaluator::tablesOf(const Layer& layer, const LeafPlanes* planes,
+                                                      const Lattice& lattice) {
+    KeptTables& kept = tables_[tablesKey(layer, planes, lattice)];
+    if (!kept.tables) {
+        kept.tables = std::make_shared<const AxisTables>(makeTables(layer, planes, lattice));
+    }
+    kept.lastUse = picture_;
+    return kept.tables;
+}
+
+void Evaluator::prepareTerms(PreparedLayer& ready, Basis basis, const Lattice& lattice) {
+    const std::vector<Mean::Term>& terms = std::get<Mean>(ready.layer.leaf).terms;
+    for (std::size_t i = 0; i < terms.size(); ++i) {
+        const Mean::Term& term = terms[i];
+        PreparedTerm& prepared = ready.terms.emplace_back();
+        prepared.planes = std::make_shared<const LeafPlanes>(planesOf420(term.pixels.buffer, basis));
+        const auto same =
+            std::find_if(terms.begin(), terms.begin() + std::ptrdiff_t(i), [&](const auto& other) {
+                return other.placement == term.placement && other.clamp == term.clamp &&
+                       other.pixels.buffer.size() == term.pixels.buffer.size();
+            });
+        if (same != terms.begin() + std::ptrdiff_t(i)) {
+            prepared.tables = ready.terms[std::size_t(same - terms.begin())].tables;
+            continue;
+        }
+        Layer alone = layerOfTerm(ready.layer, term);
+        alone.innerClip = Rect::infinite(); // of the mean as a whole
+        prepared.tables = tablesOf(alone, prepared.planes.get(), lattice);
+    }
 }
 
 std::shared_ptr<const LeafPlanes> Evaluator::planesOf(const Layer& layer, Basis basis) {
@@ -292,6 +321,7 @@ Evaluator::Entry& Evaluator::store(std::uint64_t key, Entry entry) {
 }
 
 void Evaluator::finishPicture() {
+    std::erase_if(tables_, [&](const auto& entry) { return entry.second.lastUse != picture_; });
     ++picture_;
     while (cacheBytes_ > cacheBound_) {
         const auto oldest = std::min_element(cache_.begin(), cache_.end(), [](const auto& a, const auto& b) {

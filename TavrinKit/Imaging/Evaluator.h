@@ -38,7 +38,15 @@ private:
         std::uint64_t lastUse = 0;
     };
 
+    struct KeptTables {
+        std::shared_ptr<const AxisTables> tables;
+        std::uint64_t lastUse = 0;
+    };
+
     std::shared_ptr<const LeafPlanes> planesOf(const Layer& layer, Basis basis);
+    std::shared_ptr<const AxisTables> tablesOf(const Layer& layer, const LeafPlanes* planes,
+                                               const Lattice& lattice);
+    void prepareTerms(PreparedLayer& ready, Basis basis, const Lattice& lattice);
     std::shared_ptr<const FloatPicture> realised(const Realised& leaf);
     FloatPicture realise(const Realised& leaf);
     FloatPicture draw(const Image& image, const Rect& region);
@@ -49,6 +57,7 @@ private:
     WorkerPool pool_;
     std::vector<TilePainter> painters_;
     std::unordered_map<std::uint64_t, Entry> cache_;
+    std::unordered_map<std::uint64_t, KeptTables> tables_; ///< those that the last picture used
     std::size_t cacheBytes_ = 0;
     std::size_t cacheBound_;
     std::uint64_t picture_ = 0; ///< counts pictures, for the order of use

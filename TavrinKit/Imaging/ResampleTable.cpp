@@ -170,7 +170,11 @@ AxisTable makeAxisTable(const Layer& layer, Axis axis, const Lattice& lattice,
     if (plane && table.first < table.last) {
         taps.emplace(line, *plane);
         table.taps = taps->count();
+        table.start.reserve(std::size_t(table.last - table.first));
+        table.weights.reserve(std::size_t(table.last - table.first) * std::size_t(table.taps));
     }
+    table.cover.reserve(std::size_t(table.last - table.first));
+    table.leaf.reserve(std::size_t(table.last - table.first));
     for (int i = table.first; i < table.last; ++i) {
         const double cover = line.cover(i);
         table.cover.push_back(float(cover));

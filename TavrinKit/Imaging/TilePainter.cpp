@@ -28,9 +28,9 @@ Rect pixelsOf(const Lattice& lattice, const Block& block) {
 
 bool coversAll(const Lattice& lattice, const PreparedLayer& prepared, const Block& block, double opacity) {
     const Layer& layer = prepared.layer;
-    const bool inside = block.column0 >= prepared.tables.x.fullFirst &&
-                        block.column1 <= prepared.tables.x.fullLast &&
-                        block.row0 >= prepared.tables.y.fullFirst && block.row1 <= prepared.tables.y.fullLast;
+    const bool inside =
+        block.column0 >= prepared.tables->x.fullFirst && block.column1 <= prepared.tables->x.fullLast &&
+        block.row0 >= prepared.tables->y.fullFirst && block.row1 <= prepared.tables->y.fullLast;
     const Rect pixels = pixelsOf(lattice, block);
     return opacity >= 1 && inside &&
            std::all_of(layer.masks.begin(), layer.masks.end(),
@@ -64,8 +64,8 @@ void TilePainter::clear(Basis basis, const Block& block, const FloatBlock& out) 
 void TilePainter::paint(Basis basis, const Lattice& lattice, const PreparedLayer& prepared,
                         const Block& whole, const Rect& area, const FloatBlock& outWhole) {
     const Block block{
-        std::max(whole.column0, prepared.tables.x.first), std::max(whole.row0, prepared.tables.y.first),
-        std::min(whole.column1, prepared.tables.x.last), std::min(whole.row1, prepared.tables.y.last)};
+        std::max(whole.column0, prepared.tables->x.first), std::max(whole.row0, prepared.tables->y.first),
+        std::min(whole.column1, prepared.tables->x.last), std::min(whole.row1, prepared.tables->y.last)};
     if (block.isEmpty()) {
         return;
     }
@@ -186,11 +186,11 @@ void TilePainter::sample(Basis basis, const PreparedLayer& prepared, const Block
     if (prepared.planes) {
         const WeightedPlanes own{prepared.planes.get(), 1};
         if (!prepared.layer.tint) {
-            samplePlanes(basis, {&own, 1}, prepared.tables, block, out);
+            samplePlanes(basis, {&own, 1}, *prepared.tables, block, out);
         }
         if (prepared.planes->alpha) {
             const WeightedPlane alpha{&*prepared.planes->alpha, 1};
-            resample({&alpha, 1}, prepared.tables.x, prepared.tables.y, block, out.alpha, out.stride);
+            resample({&alpha, 1}, prepared.tables->x, prepared.tables->y, block, out.alpha, out.stride);
         }
     } else if (!prepared.layer.tint) {
         sampleMean(basis, prepared, mergedTerms(prepared.layer, area), block, out);
@@ -264,7 +264,7 @@ void TilePainter::samplePlanes(Basis basis, std::span<const WeightedPlanes> term
 void TilePainter::fillGradient(Basis basis, const PreparedLayer& prepared, const Block& block) {
     const int columns = block.columns();
     ramp_.resize(std::size_t(columns));
-    const float* x = prepared.tables.x.leaf.data() + (block.column0 - prepared.tables.x.first);
+    const float* x = prepared.tables->x.leaf.data() + (block.column0 - prepared.tables->x.first);
     const auto* radial = std::get_if<Node::RadialGradient>(&prepared.layer.leaf);
     const auto* linear = std::get_if<Node::LinearGradient>(&prepared.layer.leaf);
     const Color c0 = radial != nullptr ? radial->c0 : linear->c0;
@@ -272,7 +272,7 @@ void TilePainter::fillGradient(Basis basis, const PreparedLayer& prepared, const
     const Channels from = toBasis(basis, c0);
     const Channels to = toBasis(basis, c1);
     for (int r = 0; r < block.rows(); ++r) {
-        const float y = prepared.tables.y.leaf[std::size_t(block.row0 + r - prepared.tables.y.first)];
+        const float y = prepared.tables->y.leaf[std::size_t(block.row0 + r - prepared.tables->y.first)];
         if (radial != nullptr) {
             const double span = std::max(radial->radius1 - radial->radius0, 1e-6);
             kernels_->radialRamp(x, float(radial->center.x), y - float(radial->center.y),
@@ -313,8 +313,8 @@ void TilePainter::fillCover(const Lattice& lattice, const PreparedLayer& prepare
     const Layer& layer = prepared.layer;
     const Rect pixels = pixelsOf(lattice, block);
     for (int r = 0; r < block.rows(); ++r) {
-        const float down = prepared.tables.y.coverAt(block.row0 + r) * float(opacity);
-        const float* across = prepared.tables.x.cover.data() + (block.column0 - prepared.tables.x.first);
+        const float down = prepared.tables->y.coverAt(block.row0 + r) * float(opacity);
+        const float* across = prepared.tables->x.cover.data() + (block.column0 - prepared.tables->x.first);
         float* row = cover_.row(r);
         for (int c = 0; c < block.columns(); ++c) {
             row[c] = across[c] * down;

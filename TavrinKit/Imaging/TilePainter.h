@@ -28,7 +28,7 @@ struct PreparedTerm {
 struct PreparedLayer {
     Layer layer;
     std::shared_ptr<const LeafPlanes> planes; ///< for leaves made of samples
-    AxisTables tables;                        ///< of a mean: where it is to be seen, and no samples
+    std::shared_ptr<const AxisTables> tables; ///< of a mean: where it is to be seen, and no samples
     std::vector<PreparedTerm> terms;          ///< of a mean
 };
 
