@@ -93,17 +93,21 @@ std::vector<double> clapsIn(const fs::path& movie, double& frames) {
     return times;
 }
 
-/// When the sound near a time first rises to a third of its peak there.
+/// When the sound near a time first rises to a third of its peak there. It goes by how steep the sound is: a
+/// clap is far steeper than the low music, however loud each of them is.
 double onsetNear(const std::vector<float>& sound, double time, double reach) {
     constexpr double rate = 48000;
-    const auto first = std::size_t(std::max((time - reach) * rate, 0.0));
+    const auto first = std::size_t(std::max((time - reach) * rate, 1.0));
     const auto last = std::min(std::size_t((time + reach) * rate), sound.size());
+    const auto steepness = [&](std::size_t i) {
+        return std::abs(sound[i] - sound[i - 1]);
+    };
     float peak = 0;
     for (std::size_t i = first; i < last; ++i) {
-        peak = std::max(peak, std::abs(sound[i]));
+        peak = std::max(peak, steepness(i));
     }
     for (std::size_t i = first; i < last; ++i) {
-        if (std::abs(sound[i]) >= peak / 3) {
+        if (steepness(i) >= peak / 3) {
             return double(i) / rate;
         }
     }
