@@ -5,6 +5,8 @@
 #include <functional>
 #include <memory>
 #include <stop_token>
+#include <string>
+#include <vector>
 
 #include "TavrinKit/Capture/CaptureTypes.h"
 #include "TavrinKit/Support/Error.h"
@@ -51,6 +53,9 @@ public:
 
     /// @throws CameraCaptureError, Error of the platform, CancellationError
     [[nodiscard]] virtual CameraCaptureTrackResult stop(std::stop_token stop) = 0;
+
+    /// What went wrong since the start without ending the recording, as in "camera_disconnected".
+    [[nodiscard]] virtual std::vector<std::string> warnings() const { return {}; }
 
     /// Stops without waiting for long and removes the file. Harmless when nothing runs.
     virtual void cancel() noexcept = 0;

@@ -34,6 +34,7 @@ CaptureSelection displaySelection(const std::string& displayID, const CaptureApp
     selection.filter.contentRect = display->frame;
     selection.filter.pointPixelScale =
         display->frame.width > 0 ? display->pixels.width / display->frame.width : 1.0;
+    selection.exclusionRule = rule;
     selection.width = size.width;
     selection.height = size.height;
     return selection;
@@ -79,6 +80,7 @@ StreamConfiguration streamConfiguration(const CaptureSelection& selection, const
     configuration.capturesAudio = options.audio.includeSystemAudio;
     configuration.sampleRate = 48000;
     configuration.channelCount = 2;
+    configuration.audioExclusion = selection.exclusionRule;
     configuration.scalesToFit = selection.isWindowCapture || selection.sourceRect.has_value();
     configuration.sourceRect = selection.sourceRect;
     return configuration;

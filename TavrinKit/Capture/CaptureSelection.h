@@ -15,6 +15,8 @@ struct CaptureSelection {
     int height = 0;                 ///< pixels of the recording, even
     std::optional<Rect> sourceRect; ///< points, relative to the display, y downward
     bool isWindowCapture = false;
+    CaptureApplicationExclusionRule
+        exclusionRule; ///< for the sound, also that of applications without a window
 };
 
 /// @param exclusionRule  whose windows to leave out, besides those that `options` names

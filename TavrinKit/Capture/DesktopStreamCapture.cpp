@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cmath>
 #include <exception>
+#include <iterator>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -155,6 +156,9 @@ void DesktopStreamCapture::startSession(ActiveSession& session, const CaptureOpt
     makeStream(session, selection, options);
     awaitStreamStart(session, stop);
     session.startedAt = HostClock::now();
+    if (session.microphoneCapture) {
+        session.microphoneCapture->setTimeZero(session.writer->firstSampleTime().value_or(session.startedAt));
+    }
 }
 
 void DesktopStreamCapture::refuseUnsupported(const CaptureOptions& options) const {
@@ -393,6 +397,17 @@ ScreenCaptureResult DesktopStreamCapture::result(const Session& session, double 
     taken.startedAt = session->writer->sessionStart().value_or(session->startedAt);
     taken.endedAt = std::max(taken.startedAt, endTime);
     taken.warnings = session->warnings;
+    const auto append = [&](std::vector<std::string> more) {
+        taken.warnings.insert(taken.warnings.end(), std::make_move_iterator(more.begin()),
+                              std::make_move_iterator(more.end()));
+    };
+    append(session->outputBridge->warnings());
+    if (session->microphoneCapture) {
+        append(session->microphoneCapture->warnings());
+    }
+    if (session->cameraCapture) {
+        append(session->cameraCapture->warnings());
+    }
     if (const std::exception_ptr error = session->outputBridge->stopError()) {
         taken.warnings.push_back(warning("screen_stream_stopped", error));
     }

@@ -4,6 +4,8 @@
 #include <functional>
 #include <memory>
 #include <stop_token>
+#include <string>
+#include <vector>
 
 #include "TavrinKit/Support/Error.h"
 
@@ -31,9 +33,18 @@ public:
     /// @throws MicrophoneCaptureError, Error of the platform, CancellationError
     virtual void start(std::stop_token stop) = 0;
 
+    /// Where the file's time 0 lies; sound from before is left out. Called once, soon after `start`: until
+    /// then sound is held back, for some seconds at most. Without a call the file begins with the first
+    /// sound.
+    /// @param hostTime  host clock
+    virtual void setTimeZero(double hostTime) = 0;
+
     /// @return the finished file
     /// @throws MicrophoneCaptureError, Error of the platform, CancellationError
     [[nodiscard]] virtual std::filesystem::path stop(std::stop_token stop) = 0;
+
+    /// What went wrong since the start without ending the recording, as in "microphone_interrupted:2.4".
+    [[nodiscard]] virtual std::vector<std::string> warnings() const { return {}; }
 
     /// Stops without waiting for long and removes the file. Harmless when nothing runs.
     virtual void cancel() noexcept = 0;

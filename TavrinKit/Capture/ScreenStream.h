@@ -10,6 +10,7 @@
 #include <variant>
 #include <vector>
 
+#include "TavrinKit/Capture/CaptureTypes.h"
 #include "TavrinKit/Support/Geometry.h"
 #include "TavrinKit/Support/PixelBuffer.h"
 
@@ -31,9 +32,13 @@ struct ShareableDisplay {
 struct ShareableWindow {
     std::uint32_t windowID = 0;
     std::string title;
-    Rect frame; ///< global points, y downward, origin at the top left of the main display
-    std::int32_t processID = 0;
+    /// With its decorations, without the shadow that some applications draw around themselves. Global points,
+    /// y downward, origin at the top left of the main display.
+    Rect frame;
+    bool isOnScreen = true;       ///< shown, be it under others; not minimised
+    std::int32_t processID = 0;   ///< 0 when unknown
     std::string bundleIdentifier; ///< of the owning application; empty when unknown
+    std::string applicationName;  ///< as the user knows the application; empty when unknown
 };
 
 /// A running application that owns windows.
@@ -46,7 +51,7 @@ struct ShareableApplication {
 /// A snapshot of what a server has to offer.
 struct ShareableContent {
     std::vector<ShareableDisplay> displays; ///< the server's order
-    std::vector<ShareableWindow> windows;
+    std::vector<ShareableWindow> windows;   ///< from the bottom of the stack to its top
     std::vector<ShareableApplication> applications;
     double mainDisplayHeight = 0; ///< points; what turns y over
 };
@@ -62,15 +67,17 @@ struct ContentFilter {
     };
     std::variant<Display, Window> content;
 
-    /// Where the content lies; for a window its frame without decorations.
+    /// Where the content lies; for a window its `frame`.
     Rect contentRect;
     double pointPixelScale = 1;
 };
 
 /// How a stream delivers what its filter shows.
 ///
-/// Without `scalesToFit` pictures show the source pixel for pixel from its top left corner: what is larger
-/// than the picture is cut, what is smaller leaves black at the right and below.
+/// With `scalesToFit` a source of another size than the picture is scaled evenly until it fits, centred on
+/// black; `VideoSample::contentRect` says where it lies. Without, pictures show the source pixel for pixel
+/// from its top left corner: what is larger than the picture is cut, what is smaller leaves black at the
+/// right and below.
 struct StreamConfiguration {
     int width = 0; ///< pixels of each delivered picture, even
     int height = 0;
@@ -82,6 +89,7 @@ struct StreamConfiguration {
     bool capturesAudio = false;
     int sampleRate = 48000;
     int channelCount = 2;
+    CaptureApplicationExclusionRule audioExclusion; ///< whose sound to leave out
     bool scalesToFit = false;
     std::optional<Rect> sourceRect; ///< points, relative to the display, y downward; absent: all of it
 };
@@ -104,25 +112,26 @@ struct AudioSample {
     double presentationTime = 0;    ///< host clock time of the first frame
 };
 
-/// Takes what a stream delivers. Called from one thread at a time; must not block.
+/// Takes what a stream delivers. Pictures and sound may come from two threads, each from one at a time; must
+/// not block.
 class ScreenStreamOutput {
 public:
     virtual ~ScreenStreamOutput() = default;
     virtual void didOutput(VideoSample sample) = 0;
     virtual void didOutput(AudioSample sample) = 0;
+    /// Something went wrong that the stream gets over by itself, as in "window_minimized" or
+    /// "system_audio_device_changed:Speakers": a name, and behind a colon what else is to be known.
+    virtual void didWarn(std::string warning) = 0;
     /// The stream ended by itself: the display has gone, the server hung up. Nothing follows.
     virtual void didStop(std::exception_ptr error) = 0;
 };
 
-/// A running capture of one source.
-///
-/// A picture is delivered when something changed, at most one every `minimumFrameInterval`, with the time
-/// at which it was taken; the first one as soon as the stream runs. All calls from any thread.
-class ScreenStream {
+/// Something that delivers samples to a `ScreenStreamOutput` while it runs. All calls from any thread.
+class CaptureStream {
 public:
-    virtual ~ScreenStream() = default;
+    virtual ~CaptureStream() = default;
 
-    /// Returns once the capture runs; pictures may arrive before that.
+    /// Returns once the capture runs; samples may arrive before that.
     /// @throws Error of the platform, CancellationError
     virtual void start(std::stop_token stop) = 0;
 
@@ -132,7 +141,14 @@ public:
 
     /// Takes the output off. When this returns no call of the output is in flight and none will follow.
     virtual void removeOutput() = 0;
+};
 
+/// A running capture of one source's pictures, and of sound when the configuration asks for it.
+///
+/// A picture is delivered when something changed, at most one every `minimumFrameInterval`, with the time
+/// at which it was taken; the first one as soon as the stream runs.
+class ScreenStream : public CaptureStream {
+public:
     /// Pictures that could not be delivered in time, since the start.
     [[nodiscard]] virtual std::int64_t droppedFrames() const = 0;
 };

@@ -189,6 +189,10 @@ std::optional<double> StreamAssetWriterSink::sessionStart() const {
     return timeIn(core_->sessionStart);
 }
 
+std::optional<double> StreamAssetWriterSink::firstSampleTime() const {
+    return timeIn(core_->firstSampleTime);
+}
+
 std::int64_t StreamAssetWriterSink::receivedFrames() const {
     return core_->receivedFrames;
 }

@@ -67,6 +67,9 @@ public:
     /// Host clock time of the movie's time 0; nothing while there is no movie.
     [[nodiscard]] std::optional<double> sessionStart() const;
 
+    /// Host clock time of the first picture that arrived.
+    [[nodiscard]] std::optional<double> firstSampleTime() const;
+
     /// Pictures that arrived, whether written or dropped.
     [[nodiscard]] std::int64_t receivedFrames() const;
     [[nodiscard]] std::int64_t droppedFrames() const;

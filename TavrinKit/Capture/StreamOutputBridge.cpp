@@ -1,5 +1,6 @@
 #include "TavrinKit/Capture/StreamOutputBridge.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -24,6 +25,14 @@ void StreamOutputBridge::didOutput(AudioSample sample) {
     if (std::isfinite(sample.presentationTime)) {
         writer_->append(std::move(sample));
     }
+}
+
+void StreamOutputBridge::didWarn(std::string warning) {
+    warnings_.with([&](std::vector<std::string>& warnings) {
+        if (std::find(warnings.begin(), warnings.end(), warning) == warnings.end()) {
+            warnings.push_back(std::move(warning));
+        }
+    });
 }
 
 void StreamOutputBridge::didStop(std::exception_ptr error) {

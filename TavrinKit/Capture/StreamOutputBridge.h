@@ -2,6 +2,8 @@
 
 #include <exception>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "TavrinKit/Capture/FirstScreenSampleSignal.h"
 #include "TavrinKit/Capture/GeometryTimelineRecorder.h"
@@ -22,6 +24,7 @@ public:
     /// Ignores a sample without a time.
     void didOutput(VideoSample sample) override;
     void didOutput(AudioSample sample) override;
+    void didWarn(std::string warning) override;
     void didStop(std::exception_ptr error) override;
 
     [[nodiscard]] FirstScreenSampleSignal& firstScreenSampleSignal() { return firstScreenSampleSignal_; }
@@ -29,11 +32,15 @@ public:
     /// Why the stream ended by itself; null while it didn't.
     [[nodiscard]] std::exception_ptr stopError() const { return stopError_.copy(); }
 
+    /// In their order, each once.
+    [[nodiscard]] std::vector<std::string> warnings() const { return warnings_.copy(); }
+
 private:
     const std::shared_ptr<StreamAssetWriterSink> writer_;
     const std::shared_ptr<GeometryTimelineRecorder> geometryRecorder_;
     FirstScreenSampleSignal firstScreenSampleSignal_;
     Guarded<std::exception_ptr> stopError_;
+    Guarded<std::vector<std::string>> warnings_;
 };
 
 } // namespace tavrin

@@ -118,6 +118,7 @@ public:
             throw MicrophoneCaptureError::unableToStartRecording();
         }
     }
+    void setTimeZero(double) override {}
     std::filesystem::path stop(std::stop_token) override {
         log_->add("mic.stop");
         if (failing_ == Failing::stop) {

@@ -93,6 +93,17 @@ void RecordingOutput::didOutput(VideoSample sample) {
     changed_.notify_all();
 }
 
+void RecordingOutput::didWarn(std::string warning) {
+    const std::lock_guard lock(mutex_);
+    warnings_.push_back(std::move(warning));
+    changed_.notify_all();
+}
+
+std::vector<std::string> RecordingOutput::warnings() const {
+    const std::lock_guard lock(mutex_);
+    return warnings_;
+}
+
 void RecordingOutput::didStop(std::exception_ptr error) {
     const std::lock_guard lock(mutex_);
     error_ = std::move(error);

@@ -64,12 +64,14 @@ public:
 
     void didOutput(VideoSample sample) override;
     void didOutput(AudioSample) override {}
+    void didWarn(std::string warning) override;
     void didStop(std::exception_ptr error) override;
 
     [[nodiscard]] std::size_t count() const;
     [[nodiscard]] std::vector<VideoSample> samples() const;
     [[nodiscard]] VideoSample last() const;
     [[nodiscard]] std::exception_ptr error() const;
+    [[nodiscard]] std::vector<std::string> warnings() const;
     void forget();
 
     /// Waits until there are so many pictures. @return whether there are
@@ -83,6 +85,7 @@ private:
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<VideoSample> samples_;
+    std::vector<std::string> warnings_;
     std::exception_ptr error_;
     bool hasStopped_ = false;
 };

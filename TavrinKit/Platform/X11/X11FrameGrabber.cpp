@@ -109,7 +109,7 @@ X11FrameGrabber::X11FrameGrabber(const X11Connection& connection, std::int64_t m
 
 X11FrameGrabber::~X11FrameGrabber() = default;
 
-std::vector<PixelBuffer> X11FrameGrabber::grab(const std::vector<X11Rect>& areas) {
+std::vector<PixelBuffer> X11FrameGrabber::grab(std::uint32_t drawable, const std::vector<X11Rect>& areas) {
     xcb_connection_t* xcb = connection_.xcb();
     std::vector<PixelBuffer> pictures;
     std::vector<xcb_shm_get_image_cookie_t> cookies;
@@ -119,10 +119,10 @@ std::vector<PixelBuffer> X11FrameGrabber::grab(const std::vector<X11Rect>& areas
         planes[0] = {segment_->at(offset), std::ptrdiff_t(area.width) * std::ptrdiff_t(bytesPerPixel),
                      area.width, area.height};
         pictures.push_back(PixelBuffer::wrap(PixelFormat::bgra8, {area.width, area.height}, planes, nullptr));
-        cookies.push_back(xcb_shm_get_image(xcb, connection_.root(), std::int16_t(area.x),
-                                            std::int16_t(area.y), std::uint16_t(area.width),
-                                            std::uint16_t(area.height), ~0U, XCB_IMAGE_FORMAT_Z_PIXMAP,
-                                            segment_->id(), std::uint32_t(offset)));
+        cookies.push_back(xcb_shm_get_image(xcb, drawable, std::int16_t(area.x), std::int16_t(area.y),
+                                            std::uint16_t(area.width), std::uint16_t(area.height), ~0U,
+                                            XCB_IMAGE_FORMAT_Z_PIXMAP, segment_->id(),
+                                            std::uint32_t(offset)));
         offset += bytesOf(area.area());
     }
     bool isComplete = true;

@@ -12,7 +12,7 @@ namespace tavrin {
 
 class X11Connection;
 
-/// Reads parts of the root window through memory shared with the server.
+/// Reads parts of windows and pixmaps through memory shared with the server.
 ///
 /// One thread at a time.
 class X11FrameGrabber {
@@ -29,10 +29,11 @@ public:
 
     /// One picture for each area, in their order, without the pointer. They may be written to; they are valid
     /// until the next call.
-    /// @param areas  of the root window, none empty
-    /// @return nothing when the server refuses, as it does when an area lies outside of the root window
+    /// @param drawable  a window with what lies over it, or a pixmap; 32 bits per pixel
+    /// @param areas     of the drawable, none empty
+    /// @return nothing when the server refuses, as it does when an area lies outside of the drawable
     /// @throws X11Error serverGone
-    [[nodiscard]] std::vector<PixelBuffer> grab(const std::vector<X11Rect>& areas);
+    [[nodiscard]] std::vector<PixelBuffer> grab(std::uint32_t drawable, const std::vector<X11Rect>& areas);
 
 private:
     class Segment;

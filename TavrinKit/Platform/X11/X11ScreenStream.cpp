@@ -23,21 +23,13 @@ constexpr auto patienceAtStop = std::chrono::seconds(1);
 /// Seconds until another look after a change that was none of this display.
 constexpr double pauseAfterNothing = 0.002;
 
-const ContentFilter::Display& displayOf(const ContentFilter& filter) {
-    const auto* display = std::get_if<ContentFilter::Display>(&filter.content);
-    if (display == nullptr) {
-        throw X11Error::unsupportedSource("A single window");
-    }
-    return *display;
-}
-
 } // namespace
 
 class X11ScreenStream::Worker {
 public:
     Worker(const std::string& displayName, const ContentFilter& filter,
            const StreamConfiguration& configuration, std::shared_ptr<ScreenStreamOutput> output)
-        : connection_(displayName), source_(connection_, displayOf(filter), configuration),
+        : connection_(displayName), source_(X11PictureSource::make(connection_, filter, configuration)),
           pacer_(configuration.minimumFrameInterval), output_(std::move(output)) {}
 
     void start(std::shared_ptr<Worker> self) {
@@ -116,8 +108,8 @@ private:
     void capture() {
         double earliestLook = 0;
         while (!stopSignal_.isRequested()) {
-            source_.readEvents();
-            if (!source_.hasNews()) {
+            source_->readEvents();
+            if (!source_->hasNews()) {
                 stopSignal_.waitFor(connection_.fileDescriptor());
                 continue;
             }
@@ -129,12 +121,15 @@ private:
             }
             earliestLook = now + pauseAfterNothing;
             takePicture(now);
+            for (std::string& warning : source_->takeWarnings()) {
+                deliver([&](ScreenStreamOutput& output) { output.didWarn(std::move(warning)); });
+            }
         }
     }
 
     void takePicture(double now) {
         VideoSample sample;
-        switch (source_.take(sample)) {
+        switch (source_->take(sample)) {
         case X11PictureSource::Taken::nothing:
             break;
         case X11PictureSource::Taken::dropped:
@@ -167,8 +162,8 @@ private:
     }
 
     const X11Connection connection_;
-    X11PictureSource source_; ///< the constructor's thread, then the worker's
-    FramePacer pacer_;        ///< the worker's thread
+    std::unique_ptr<X11PictureSource> source_; ///< the constructor's thread, then the worker's
+    FramePacer pacer_;                         ///< the worker's thread
     StopSignal stopSignal_;
     std::atomic<std::int64_t> dropped_{0};
 
