@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 
 #include "TavrinKit/Media/MediaError.h"
+#include "TavrinKit/Media/TrackNumbers.h"
 #include "TavrinKit/Support/Files.h"
 
 namespace tavrin {
@@ -51,6 +52,7 @@ std::string_view explain(int code) {
 MediaFile::MediaFile(const std::filesystem::path& path) : path_(path) {
     ffmpeg::quietLogging();
     checkIsRegularFile(path);
+    checkTrackNumbers(path);
     ffmpeg::Options options;
     options.set("format_whitelist", formats).set("protocol_whitelist", "file");
     const std::string url = "file:" + path.string();
