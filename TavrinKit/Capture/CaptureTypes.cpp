@@ -63,6 +63,12 @@ CaptureApplicationExclusionRule::united(const CaptureApplicationExclusionRule& o
     return rule;
 }
 
+bool CaptureApplicationExclusionRule::excludes(const std::string& bundleIdentifier,
+                                               std::int32_t processIdentifier) const {
+    return (!bundleIdentifier.empty() && bundleIdentifiers.contains(bundleIdentifier)) ||
+           (processIdentifier != 0 && processIdentifiers.contains(processIdentifier));
+}
+
 double CameraCaptureTrackResult::duration() const {
     return std::max(endedAt - startedAt, 0.0);
 }

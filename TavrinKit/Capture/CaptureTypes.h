@@ -85,6 +85,9 @@ struct CaptureApplicationExclusionRule {
     /// Everything that either rule names.
     [[nodiscard]] CaptureApplicationExclusionRule united(const CaptureApplicationExclusionRule& other) const;
 
+    /// Whether the rule names either: an identifier that is empty and a process 0 stand for an unknown one.
+    [[nodiscard]] bool excludes(const std::string& bundleIdentifier, std::int32_t processIdentifier) const;
+
     friend bool operator==(const CaptureApplicationExclusionRule&,
                            const CaptureApplicationExclusionRule&) = default;
 };

@@ -125,6 +125,10 @@ bool isNewline(UChar32 c) {
     return (c >= 0x0a && c <= 0x0d) || c == 0x85 || c == 0x2028 || c == 0x2029;
 }
 
+bool isSpace(UChar32 c) {
+    return isNewline(c) || c == '\t' || u_charType(c) == U_SPACE_SEPARATOR;
+}
+
 } // namespace
 
 std::size_t characterCount(std::string_view text) {
@@ -203,8 +207,28 @@ std::string trimmedNewlines(std::string_view text) {
 }
 
 std::string trimmed(std::string_view text) {
-    return trimmedOf(
-        text, [](UChar32 c) { return isNewline(c) || c == '\t' || u_charType(c) == U_SPACE_SEPARATOR; });
+    return trimmedOf(text, isSpace);
+}
+
+std::string withSingleBlanks(std::string_view text) {
+    std::string result;
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+    const auto length = std::int32_t(text.size());
+    bool isBehindSpace = false;
+    for (std::int32_t start = 0, next = 0; start < length; start = next) {
+        UChar32 c = 0;
+        U8_NEXT(bytes, next, length, c);
+        if (isSpace(c)) {
+            isBehindSpace = true;
+            continue;
+        }
+        if (isBehindSpace && !result.empty()) {
+            result += ' ';
+        }
+        isBehindSpace = false;
+        result += text.substr(std::size_t(start), std::size_t(next - start));
+    }
+    return result;
 }
 
 std::string wellFormed(std::string_view text) {

@@ -37,6 +37,9 @@ namespace tavrin {
 /// Without white space and newlines at both ends.
 [[nodiscard]] std::string trimmed(std::string_view text);
 
+/// Trimmed, and with one blank for every run of white space and newlines within.
+[[nodiscard]] std::string withSingleBlanks(std::string_view text);
+
 /// With U+FFFD in place of what is no UTF-8: for text from outside that may be cut in the middle of a
 /// character.
 [[nodiscard]] std::string wellFormed(std::string_view text);
