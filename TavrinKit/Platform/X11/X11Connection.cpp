@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 #include <sys/socket.h>
+#include <xcb/composite.h>
 #include <xcb/damage.h>
 #include <xcb/randr.h>
 #include <xcb/shm.h>
@@ -159,6 +160,14 @@ std::uint8_t X11Connection::requireFixes(const std::string& purpose) const {
     const X11Owned<xcb_xfixes_query_version_reply_t> version(
         xcb_xfixes_query_version_reply(connection_, xcb_xfixes_query_version(connection_, 4, 0), nullptr));
     requireVersion(version.get(), 4, 0, "XFIXES", purpose);
+    return extension.firstEvent;
+}
+
+std::uint8_t X11Connection::requireComposite(const std::string& purpose) const {
+    const Extension extension = require(&xcb_composite_id, "Composite", purpose);
+    const X11Owned<xcb_composite_query_version_reply_t> version(xcb_composite_query_version_reply(
+        connection_, xcb_composite_query_version(connection_, 0, 2), nullptr));
+    requireVersion(version.get(), 0, 2, "Composite", purpose);
     return extension.firstEvent;
 }
 

@@ -58,6 +58,8 @@ public:
     std::uint8_t requireSharedMemory(const std::string& purpose) const;
     std::uint8_t requireDamage(const std::string& purpose) const;
     std::uint8_t requireFixes(const std::string& purpose) const;
+    /// Composite has no events.
+    std::uint8_t requireComposite(const std::string& purpose) const;
     std::uint8_t requireRandR(const std::string& purpose) const;
     std::uint8_t requireTest(const std::string& purpose) const;
     /// XInput 2 has generic events: what is returned is the major opcode that they carry.
