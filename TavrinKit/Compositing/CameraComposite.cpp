@@ -13,17 +13,16 @@ namespace tavrin {
 namespace {
 
 std::optional<MediaAsset> openCameraMovie(const std::filesystem::path& path) {
-    const LogMetadata metadata{{"path", path.string()}};
     try {
         MediaAsset asset = MediaAsset::open(path);
         if (asset.hasVideo()) {
             return asset;
         }
         logEffectBakingRecoverableFailure("makeCameraCompositeContext.loadVideoTracks",
-                                          std::make_exception_ptr(MediaError::noVideoTrack(path)), metadata);
+                                          std::make_exception_ptr(MediaError::noVideoTrack(path)),
+                                          {{"path", path.string()}});
     } catch (...) {
-        logEffectBakingRecoverableFailure("makeCameraCompositeContext.loadDuration", std::current_exception(),
-                                          metadata);
+        logUselessFile("makeCameraCompositeContext.loadDuration", path);
     }
     return std::nullopt;
 }

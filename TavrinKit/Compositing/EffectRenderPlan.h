@@ -22,10 +22,11 @@ struct EffectRenderPlan {
 /// Plans the movie of a session. No picture of the recording is decoded.
 ///
 /// An edit without trim, speed regions and extra sound plays straight from the recording. Whatever numbers
-/// the edits hold, there is a plan. Side files that are missing or can't be read cost their layer or track
-/// and a line in the log; only a file of extra sound must be there.
+/// the edits hold, there is a plan. Side files that are missing or damaged cost their layer or track and
+/// a line in the log; only a file of extra sound must be there.
 /// @throws ExportError (exportFailed) when the session's screen movie can't be opened or has no pictures;
-///         EffectBakingError (extraAudioMissing); CancellationError
+///         FileError when the system can't read a side file that is there; EffectBakingError
+///         (extraAudioMissing); CancellationError
 [[nodiscard]] EffectRenderPlan makeEffectRenderPlan(const EditorSession& session, const ExportPreset& preset,
                                                     const std::stop_token& stop);
 

@@ -38,6 +38,7 @@ void checkPlays(const MediaAsset& sound) {
 }
 
 /// Nothing for a file without sound that can be played; that is logged under the context.
+/// @throws FileError when the system can't read it
 std::optional<MediaAsset> openSound(const fs::path& path, std::string_view context) {
     try {
         MediaAsset sound = MediaAsset::open(path);
@@ -47,7 +48,7 @@ std::optional<MediaAsset> openSound(const fs::path& path, std::string_view conte
         checkPlays(sound);
         return sound;
     } catch (...) {
-        logEffectBakingRecoverableFailure(context, std::current_exception(), {{"path", path.string()}});
+        logUselessFile(context, path);
         return std::nullopt;
     }
 }

@@ -18,9 +18,10 @@ struct PlannedMedia {
 };
 
 /// The recording: the screen movie with its own tracks, and behind them the package's sound files in roles
-/// that the movie has no track of its own for. A sound file that is missing, can't be read or has no sound is
-/// left out, which is logged.
-/// @throws ExportError (exportFailed) when the movie can't be opened or has no pictures
+/// that the movie has no track of its own for. A sound file that is missing, damaged or has no sound is left
+/// out, which is logged.
+/// @throws ExportError (exportFailed) when the movie can't be opened or has no pictures; FileError when the
+///         system can't read a sound file that is there
 [[nodiscard]] PlannedMedia openRecording(const ProjectPackage& package);
 
 /// @param trimRange  on the recording's clock
@@ -34,7 +35,7 @@ struct PlannedMedia {
 ///
 /// @param extraAudio   times on the mapper's source clock
 /// @param packageRoot  where relative paths start
-/// @throws EffectBakingError (extraAudioMissing)
+/// @throws EffectBakingError (extraAudioMissing), FileError
 [[nodiscard]] PlannedMedia makeEditedComposition(PlannedMedia media, const TimelineTimeMapper& timeMapper,
                                                  const ExtraAudioTrack& extraAudio,
                                                  const std::filesystem::path& packageRoot);

@@ -158,6 +158,7 @@ void AudioReader::Implementation::prepare(const AVFrame& frame) {
     av_channel_layout_uninit(&from);
     av_channel_layout_uninit(&to);
     code = code < 0 ? code : swr_init(resampler.get());
+    ffmpeg::checkMemory(file.path(), code);
     if (code < 0) {
         throw MediaError::decodingFailed(file.path(), ffmpeg::reason(code));
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
@@ -15,6 +16,8 @@ extern "C" {
 }
 
 #include <fmt/format.h>
+
+#include "TavrinKit/Support/Files.h"
 
 namespace tavrin::ffmpeg {
 namespace {
@@ -76,6 +79,12 @@ std::string text(int code) {
 std::string reason(int code) {
     const std::string complaint = std::exchange(lastComplaint, {});
     return complaint.empty() ? text(code) : fmt::format("{} ({})", text(code), complaint);
+}
+
+void checkMemory(const std::filesystem::path& path, int code) {
+    if (code == AVERROR(ENOMEM)) {
+        throw FileError("read", path, ENOMEM);
+    }
 }
 
 bool isReasonable(PixelSize size) {

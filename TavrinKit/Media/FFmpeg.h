@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -21,6 +22,7 @@ namespace tavrin::ffmpeg {
 struct Free {
     void operator()(AVFrame* frame) const { av_frame_free(&frame); }
     void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+    void operator()(AVIOContext* file) const { avio_close(file); }
     void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
     void operator()(AVCodecParameters* parameters) const { avcodec_parameters_free(&parameters); }
     void operator()(SwsContext* context) const { sws_freeContext(context); }
@@ -29,6 +31,7 @@ struct Free {
 
 using Frame = std::unique_ptr<AVFrame, Free>;
 using Packet = std::unique_ptr<AVPacket, Free>;
+using InputFile = std::unique_ptr<AVIOContext, Free>;
 using CodecContext = std::unique_ptr<AVCodecContext, Free>;
 using CodecParameters = std::unique_ptr<AVCodecParameters, Free>;
 using Scaler = std::unique_ptr<SwsContext, Free>;
@@ -65,6 +68,11 @@ void quietLogging();
 
 /// The text and, where one of the libraries complained on this thread since the last call, its words.
 [[nodiscard]] std::string reason(int code);
+
+/// A file for which there is no memory now isn't damaged.
+/// @param code  of a function that has to do with the file
+/// @throws FileError (other) when memory has run out
+void checkMemory(const std::filesystem::path& path, int code);
 
 /// Sides and areas beyond these are taken for an attack rather than a picture.
 constexpr int mostPixelsPerSide = 16384;

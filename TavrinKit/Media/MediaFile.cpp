@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <new>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -37,6 +39,14 @@ void checkIsRegularFile(const std::filesystem::path& path) {
     }
 }
 
+ffmpeg::InputFile openInput(const std::string& url, const std::filesystem::path& path) {
+    AVIOContext* input = nullptr;
+    if (const int code = avio_open(&input, url.c_str(), AVIO_FLAG_READ); code < 0) {
+        throw FileError("read", path, AVUNERROR(code));
+    }
+    return ffmpeg::InputFile(input);
+}
+
 std::string_view explain(int code) {
     switch (code) {
     case AVERROR_INVALIDDATA:
@@ -53,19 +63,24 @@ MediaFile::MediaFile(const std::filesystem::path& path) : path_(path) {
     ffmpeg::quietLogging();
     checkIsRegularFile(path);
     checkTrackNumbers(path);
+    const std::string url = "file:" + path.string();
+    input_ = openInput(url, path);
+    context_ = avformat_alloc_context();
+    if (context_ == nullptr) {
+        throw std::bad_alloc();
+    }
+    context_->pb = input_.get();
+    context_->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_DISCARD_CORRUPT;
     ffmpeg::Options options;
     options.set("format_whitelist", formats).set("protocol_whitelist", "file");
-    const std::string url = "file:" + path.string();
-    if (const int code = avformat_open_input(&context_, url.c_str(), nullptr, options.get()); code < 0) {
-        if (code == AVERROR(EACCES) || code == AVERROR(EPERM)) {
-            throw FileError("read", path, AVUNERROR(code));
-        }
-        const std::string_view known = explain(code);
-        throw MediaError::unreadable(path, known.empty() ? ffmpeg::reason(code) : std::string(known));
-    }
-    context_->flags |= AVFMT_FLAG_DISCARD_CORRUPT;
+    const int code = avformat_open_input(&context_, url.c_str(), nullptr, options.get());
     try {
         checkInput();
+        ffmpeg::checkMemory(path, code);
+        if (code < 0) {
+            const std::string_view known = explain(code);
+            throw MediaError::unreadable(path, known.empty() ? ffmpeg::reason(code) : std::string(known));
+        }
     } catch (...) {
         avformat_close_input(&context_);
         throw;
@@ -87,6 +102,7 @@ void MediaFile::analyse() {
         av_dict_free(&limit);
     }
     checkInput();
+    ffmpeg::checkMemory(path_, code);
     if (code < 0) {
         throw MediaError::unreadable(path_, ffmpeg::reason(code));
     }
@@ -106,7 +122,7 @@ void MediaFile::findOrigin() {
 
 /// The demuxers take a read that failed for the end of the file.
 void MediaFile::checkInput() const {
-    const int error = context_->pb != nullptr ? context_->pb->error : 0;
+    const int error = input_->error;
     if (error < 0 && error != AVERROR_EOF) {
         throw FileError("read", path_, AVUNERROR(error));
     }
@@ -131,11 +147,9 @@ void MediaFile::readOnly(int index) {
 bool MediaFile::read(AVPacket& packet) {
     const int code = av_read_frame(context_, &packet);
     checkInput();
-    if (code == AVERROR(ENOMEM)) {
-        throw MediaError::unreadable(path_, ffmpeg::reason(code));
-    }
+    ffmpeg::checkMemory(path_, code);
     if (code < 0) {
-        failure_ = code == AVERROR_EOF ? (context_->pb != nullptr ? context_->pb->error : 0) : code;
+        failure_ = code == AVERROR_EOF ? input_->error : code;
     }
     return code >= 0;
 }

@@ -13,14 +13,14 @@ namespace tavrin {
 class MediaFile {
 public:
     /// Reads the head.
-    /// @throws MediaError (unreadable), FileError
+    /// @throws MediaError (unreadable); FileError when the system can't read the file
     explicit MediaFile(const std::filesystem::path& path);
     ~MediaFile();
     MediaFile(const MediaFile&) = delete;
     MediaFile& operator=(const MediaFile&) = delete;
 
     /// Looks into the packets for what the head does not say of the tracks.
-    /// @throws MediaError (unreadable)
+    /// @throws MediaError (unreadable), FileError
     void analyse();
 
     [[nodiscard]] const std::filesystem::path& path() const { return path_; }
@@ -62,6 +62,7 @@ private:
     void checkInput() const;
 
     std::filesystem::path path_;
+    ffmpeg::InputFile input_; ///< stays when the head can't be read, and knows whether the system is at fault
     AVFormatContext* context_ = nullptr;
     int failure_ = 0;
     double origin_ = 0; ///< the container's time at which the movie starts

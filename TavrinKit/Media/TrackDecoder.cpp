@@ -26,6 +26,7 @@ TrackDecoder::TrackDecoder(MediaFile& file, int track, int threads)
     context_->thread_count = threads;
     context_->max_pixels = ffmpeg::mostPixels;
     if (const int code = avcodec_open2(context_.get(), codec, nullptr); code < 0) {
+        ffmpeg::checkMemory(file.path(), code);
         throw MediaError::decodingFailed(file.path(), ffmpeg::reason(code));
     }
     file.readOnly(track);
@@ -39,7 +40,7 @@ ffmpeg::Frame TrackDecoder::next() {
         if (code == AVERROR_EOF) {
             return nullptr;
         }
-        checkMemory(code);
+        ffmpeg::checkMemory(file_->path(), code);
         if (code == AVERROR(EAGAIN)) {
             feed();
         } else if (code < 0) {
@@ -71,15 +72,8 @@ void TrackDecoder::feed() {
     } while (packet_->stream_index != track_);
     const int code = avcodec_send_packet(context_.get(), packet_.get());
     av_packet_unref(packet_.get());
-    checkMemory(code);
+    ffmpeg::checkMemory(file_->path(), code);
     damage_ += code < 0 ? 1 : 0;
-}
-
-/// A picture that there was no room for is no damage of the movie's.
-void TrackDecoder::checkMemory(int code) const {
-    if (code == AVERROR(ENOMEM)) {
-        throw MediaError::decodingFailed(file_->path(), ffmpeg::reason(code));
-    }
 }
 
 bool TrackDecoder::takeTime(AVFrame& frame) {

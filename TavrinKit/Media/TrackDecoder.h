@@ -9,12 +9,12 @@ namespace tavrin {
 class TrackDecoder {
 public:
     /// @param threads  of the decoder
-    /// @throws MediaError (unreadable, decodingFailed)
+    /// @throws MediaError (unreadable, decodingFailed), FileError
     TrackDecoder(MediaFile& file, int track, int threads);
 
     /// The next frame in presentation order. Its `pts` is always set and grows.
     /// @return null at the end
-    /// @throws MediaError (decodingFailed) when memory runs out; FileError when the file can't be read on
+    /// @throws FileError when the file can't be read on or memory runs out
     [[nodiscard]] ffmpeg::Frame next();
 
     /// Forgets what it holds: the file has been moved to another place.
@@ -25,7 +25,6 @@ public:
 
 private:
     void feed();
-    void checkMemory(int code) const;
     [[nodiscard]] bool takeTime(AVFrame& frame);
 
     MediaFile* file_;

@@ -120,7 +120,7 @@ protected:
         EXPECT_EQ(contentsOf(folder_.path("package")), takeFiles_);
     }
 
-    /// All pictures in their order, and the tone from start to end.
+    /// All pictures in their order, and both tones from start to end.
     bool isWhole(const std::string& movie) {
         if (known_.contains(movie)) {
             return true;
@@ -135,9 +135,11 @@ protected:
             expected.push_back(2 * i);
         }
         const MediaAsset asset = MediaAsset::open(destination_);
-        const bool isGood = numbers == expected && asset.audioTrackCount() == 1 &&
-                            fixtures::toneLevel(asset, 0, fixtures::systemTone, 0, 0.15) > 0.2 &&
-                            fixtures::toneLevel(asset, 0, fixtures::systemTone, 0.15, 0.3) > 0.2;
+        bool isGood = numbers == expected && asset.audioTrackCount() == 1;
+        for (const double tone : {fixtures::systemTone, fixtures::microphoneTone}) {
+            isGood = isGood && fixtures::toneLevel(asset, 0, tone, 0, 0.15) > 0.2 &&
+                     fixtures::toneLevel(asset, 0, tone, 0.15, 0.3) > 0.2;
+        }
         if (isGood) {
             known_.insert(movie);
         }
@@ -148,7 +150,7 @@ protected:
     const fs::path output_ = folder_.path("output");
     const fs::path temporary_ = folder_.path("temporary");
     const fs::path destination_ = output_ / "out.mp4";
-    const EditorSession session_ = fixtures::makeTake(folder_, {}, {.seconds = 0.3});
+    const EditorSession session_ = fixtures::makeTake(folder_, {}, {.microphone = true, .seconds = 0.3});
     std::map<std::string, std::string> takeFiles_;
     std::set<std::string> known_; ///< movies that were looked at and found whole
 };
