@@ -40,6 +40,11 @@ struct PicturePool::Slot {
     std::atomic<bool> isOut{false};
 };
 
+std::size_t PicturePool::limitFor(int queueDepth) {
+    constexpr std::size_t picturesPerQueuedOne = 4;
+    return picturesPerQueuedOne * std::size_t(std::max(queueDepth, 1));
+}
+
 PicturePool::PicturePool(PixelSize size, std::size_t limit) : size_(size), limit_(limit) {}
 
 PicturePool::~PicturePool() = default;

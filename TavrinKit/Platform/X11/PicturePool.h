@@ -15,6 +15,10 @@ namespace tavrin {
 /// used last, so that only that is copied. One thread, but pictures may be let go on any.
 class PicturePool {
 public:
+    /// A guard against a consumer that never lets go; what it holds in reason its own queue decides.
+    /// @param queueDepth  as `StreamConfiguration` has it
+    [[nodiscard]] static std::size_t limitFor(int queueDepth);
+
     /// @param size       of the pictures
     /// @param limit      pictures that may be out at a time, the latest one included
     PicturePool(PixelSize size, std::size_t limit);

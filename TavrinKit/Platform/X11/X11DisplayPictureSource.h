@@ -3,15 +3,13 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <vector>
 
 #include "TavrinKit/Capture/ScreenStream.h"
-#include "TavrinKit/Platform/X11/DamageRegion.h"
 #include "TavrinKit/Platform/X11/PicturePool.h"
-#include "TavrinKit/Platform/X11/X11CursorImage.h"
 #include "TavrinKit/Platform/X11/X11DisplayLayout.h"
-#include "TavrinKit/Platform/X11/X11FrameGrabber.h"
+#include "TavrinKit/Platform/X11/X11PicturePainter.h"
 #include "TavrinKit/Platform/X11/X11PictureSource.h"
+#include "TavrinKit/Platform/X11/X11PointerFollower.h"
 
 namespace tavrin {
 
@@ -39,26 +37,11 @@ public:
     [[nodiscard]] Taken take(VideoSample& sample) override;
 
 private:
-    struct PointerState {
-        X11Rect area; ///< of the root window; empty while it can't be seen
-        int x = 0;
-        int y = 0;
-        std::uint32_t serial = 0;
-
-        friend bool operator==(const PointerState&, const PointerState&) = default;
-    };
-
     void selectEvents();
-    void place(const X11DisplayLayout::Monitor& monitor);
-    void startAfresh();
+    [[nodiscard]] X11Rect sourceAreaOn(const X11DisplayLayout::Monitor& monitor) const;
     void followLayout();
     void collectChanges();
-    void addRootDamage(const X11Rect& area);
-    void updatePointer(int x, int y, bool isOnScreen);
-    [[nodiscard]] X11Rect grabArea(const X11Rect& box) const;
-    [[nodiscard]] std::vector<PixelBuffer> grabBoxes();
-    void write(const PixelBuffer& source, const X11Rect& box, const PixelBuffer& target) const;
-    void repeatEdges(const X11Rect& box, const PixelBuffer& target) const;
+    void read();
 
     const X11Connection& connection_;
     const StreamConfiguration configuration_;
@@ -66,24 +49,16 @@ private:
 
     X11DisplayLayout layout_;
     X11DisplayLayout::Monitor monitor_;
-    X11Rect captured_;    ///< of the root window
-    DamageRegion damage_; ///< in the picture, chroma-aligned
-    std::unique_ptr<X11FrameGrabber> grabber_;
-    std::unique_ptr<PicturePool> pool_;
-
-    std::optional<X11CursorImage> cursor_;
-    PointerState pointer_; ///< as it was drawn last
+    X11PicturePainter painter_; ///< of the root window
+    PicturePool pool_;
+    std::optional<X11PointerFollower> pointer_; ///< when it is to be seen
 
     std::uint8_t damageEvent_ = 0;
-    std::uint8_t fixesEvent_ = 0;
     std::uint8_t randrEvent_ = 0;
-    std::uint8_t inputOpcode_ = 0;
     std::uint32_t damageID_ = 0;
     std::uint32_t damagedParts_ = 0; ///< a region of the server's
 
     bool isDamaged_ = false;
-    bool hasPointerMoved_ = false;
-    bool hasCursorChanged_ = false;
     bool hasLayoutChanged_ = false;
 };
 
