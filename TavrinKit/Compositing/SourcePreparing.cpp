@@ -1,5 +1,6 @@
 #include "TavrinKit/Compositing/SourcePreparing.h"
 
+#include <cstdint>
 #include <memory>
 #include <utility>
 
@@ -29,23 +30,31 @@ private:
         }
     }
 
-    /// Samples in the order of time, the frame's own among them, so that no decoder has to go back.
+    /// Samples in the order of time, the frame's own among them, so that no decoder has to go back. Those
+    /// times that show the same are asked for once.
     [[nodiscard]] std::optional<Image> blurredPicture(const FrameCompositor::MotionBlur& blur,
                                                       double time) const {
-        std::optional<TemporalFrameSampler::Sample> center;
-        bool hasCenter = false;
+        const TemporalFrameQuantizer& quantizer = blur.sampler->quantizer();
+        const std::int64_t centerKey = quantizer.key(time);
+        std::optional<Image> center;
+        std::int64_t lastKey = -1;
+        const auto prepare = [&](double sampleTime) {
+            const std::int64_t key = quantizer.key(sampleTime);
+            if (key > lastKey) {
+                lastKey = key;
+                const auto sample = blur.sampler->sample(sampleTime);
+                center = sample && key == centerKey ? sample->image : center;
+            }
+        };
         for (const double sampleTime :
              MotionBlurEngine::sampleTimes(time, timeMapper_.editedDuration(), blur.plan)) {
-            if (!hasCenter && sampleTime >= time) {
-                center = blur.sampler->sample(time);
-                hasCenter = true;
+            if (sampleTime >= time) {
+                prepare(time);
             }
-            static_cast<void>(blur.sampler->sample(sampleTime));
+            prepare(sampleTime);
         }
-        if (!hasCenter) {
-            center = blur.sampler->sample(time);
-        }
-        return center ? std::optional(center->image) : std::nullopt;
+        prepare(time);
+        return center;
     }
 
     [[nodiscard]] std::optional<Image> readPicture(double time) {

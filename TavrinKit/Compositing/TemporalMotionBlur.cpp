@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -21,36 +22,59 @@ bool hasSides(const Rect& rect) {
 class BlurredFrame {
 public:
     BlurredFrame(const Image& source, double centerTime, const TemporalMotionBlurInputs& inputs)
-        : inputs_(inputs), target_(source.extent()), centerTime_(centerTime), fallback_(source) {
-        center_ = sampleAt(centerTime);
-        if (center_ && !requiresCenterFrameReuse(center_->image.extent(), target_)) {
-            fallback_ = center_->image;
+        : inputs_(inputs), target_(source.extent()), centerTime_(centerTime), centerKey_(keyOf(centerTime)),
+          center_(read(centerTime)), fallback_(isFrame(center_) ? center_->image : source) {}
+
+    /// The pictures at the times, each through the camera of its instant. Times that show the same frame are
+    /// one term, and it is looked up once.
+    [[nodiscard]] std::vector<WeightedImage> terms(const MotionBlurTimes& times) const {
+        std::vector<WeightedImage> terms;
+        std::int64_t key = centerKey_;
+        Sampled sample = center_;
+        for (const double time : times) {
+            const std::int64_t timeKey = keyOf(time);
+            if (timeKey != key) {
+                key = timeKey;
+                sample = key == centerKey_ ? center_ : read(time);
+            } else if (!terms.empty() && isFrame(sample)) {
+                terms.back().weight += 1;
+                continue;
+            }
+            terms.push_back({term(sample, time), 1});
         }
+        return terms;
     }
 
-    /// The picture at one of the times, through the camera of its instant.
-    [[nodiscard]] Image term(double time) const {
-        const std::optional<TemporalFrameSampler::Sample> sample = sampleAt(time);
+private:
+    using Sampled = std::optional<TemporalFrameSampler::Sample>;
+
+    /// What tells the times that show different frames apart.
+    [[nodiscard]] std::int64_t keyOf(double time) const {
+        return inputs_.sampler != nullptr ? inputs_.sampler->quantizer().key(time) : 0;
+    }
+
+    [[nodiscard]] Sampled read(double time) const {
+        return inputs_.sampler != nullptr ? inputs_.sampler->sample(time) : std::nullopt;
+    }
+
+    /// Whether a sample is a frame that can stand for the source.
+    [[nodiscard]] bool isFrame(const Sampled& sample) const {
+        return sample && !requiresCenterFrameReuse(sample->image.extent(), target_);
+    }
+
+    [[nodiscard]] Image term(const Sampled& sample, double time) const {
         const Image picture = alignedTemporalSample(sample ? sample->image : fallback_, target_);
         const CameraTransform camera =
             inputs_.cameraAnimator.transform(cameraTime(sample, time), inputs_.zoomTrack);
         return applyCamera(picture, camera).cropped(target_);
     }
 
-private:
-    [[nodiscard]] std::optional<TemporalFrameSampler::Sample> sampleAt(double time) const {
-        return inputs_.sampler != nullptr ? inputs_.sampler->sample(time) : std::nullopt;
-    }
-
     /// Seconds on the recording's clock.
-    [[nodiscard]] double cameraTime(const std::optional<TemporalFrameSampler::Sample>& sample,
-                                    double time) const {
-        const bool isFrame = sample && !requiresCenterFrameReuse(sample->image.extent(), target_);
+    [[nodiscard]] double cameraTime(const Sampled& sample, double time) const {
         double edited = time;
-        if (isFrame && center_ && center_->actualFrameKey == sample->actualFrameKey) {
-            edited = centerTime_;
-        } else if (isFrame) {
-            edited = sample->actualTimeSeconds;
+        if (isFrame(sample)) {
+            const bool isCenter = center_ && center_->actualFrameKey == sample->actualFrameKey;
+            edited = isCenter ? centerTime_ : sample->actualTimeSeconds;
         }
         return inputs_.timeMapper.sourceTime(clampedTo(edited, 0, inputs_.timeMapper.editedDuration()));
     }
@@ -58,8 +82,9 @@ private:
     const TemporalMotionBlurInputs& inputs_;
     Rect target_;
     double centerTime_;
+    std::int64_t centerKey_;
+    Sampled center_;
     Image fallback_;
-    std::optional<TemporalFrameSampler::Sample> center_;
 };
 
 } // namespace
@@ -67,11 +92,9 @@ private:
 Image applyTemporalMotionBlur(const Image& source, double centerTime, const MotionBlurTimes& sampleTimes,
                               const TemporalMotionBlurInputs& inputs) {
     const BlurredFrame frame(source, centerTime, inputs);
-    std::vector<WeightedImage> terms;
-    for (const double time : sampleTimes.empty() ? MotionBlurTimes{0} : sampleTimes) {
-        terms.push_back({frame.term(time), 1});
-    }
-    return Image::mean(terms).over(source).cropped(source.extent());
+    return Image::mean(frame.terms(sampleTimes.empty() ? MotionBlurTimes{0} : sampleTimes))
+        .over(source)
+        .cropped(source.extent());
 }
 
 Image alignedTemporalSample(const Image& sample, const Rect& target) {
