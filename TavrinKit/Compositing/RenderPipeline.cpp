@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <span>
 #include <thread>
+#include <utility>
 
 #include "TavrinKit/Compositing/ExportError.h"
 #include "TavrinKit/Compositing/MixedSound.h"
@@ -20,26 +22,25 @@ constexpr std::size_t drawnAhead = 2;
 // Those that wait, the one being encoded and the one being drawn.
 constexpr std::size_t bufferCount = drawnAhead + 2;
 
-/// Cuts the movie's sound into the stretches that go with its frames, so that both reach the file side by
-/// side.
+/// Cuts a movie's sound into the stretches that go with its frames, so that both reach the file side by side.
 class SoundTrack {
 public:
-    SoundTrack(const RenderPipeline::Plan& plan, MovieWriter& writer)
-        : writer_(writer), sampleRate_(plan.sound->sampleRate),
-          end_(std::llround(plan.asset.duration() * sampleRate_)),
+    explicit SoundTrack(const RenderPipeline::Plan& plan)
+        : sampleRate_(plan.sound->sampleRate), end_(std::llround(plan.asset.duration() * sampleRate_)),
           sound_(plan.asset, plan.audioMix, *plan.sound) {}
 
-    /// Appends what is heard before `time` and wasn't appended yet.
-    void appendUntil(double time) {
-        const std::int64_t until = std::min(std::llround(time * sampleRate_), end_);
-        if (until > position_) {
-            writer_.appendAudio(sound_.next(std::size_t(until - position_)), double(position_) / sampleRate_);
-            position_ = until;
+    /// What is heard before `time` and wasn't given out yet.
+    [[nodiscard]] std::vector<float> until(double time) {
+        const long long end = std::min(std::llround(time * sampleRate_), end_);
+        if (end <= position_) {
+            return {};
         }
+        const std::span<const float> stretch = sound_.next(std::size_t(end - position_));
+        position_ = end;
+        return {stretch.begin(), stretch.end()};
     }
 
 private:
-    MovieWriter& writer_;
     const int sampleRate_;
     const long long end_;
     MixedSound sound_;
@@ -105,6 +106,10 @@ void RenderPipeline::run(const ProgressHandler& onProgress, const std::stop_toke
 
 void RenderPipeline::decode() {
     const PictureReader read = openPictures();
+    std::optional<SoundTrack> sound;
+    if (plan_.sound) {
+        sound.emplace(plan_);
+    }
     std::optional<SourcePicture> current;
     for (std::int64_t frame = 0; frame < plan_.frameCount; ++frame) {
         if (auto picture = read(timeOf(frame))) {
@@ -113,7 +118,8 @@ void RenderPipeline::decode() {
         if (!current) {
             throw MediaError::decodingFailed(plan_.asset.path(), "it has no picture that can be decoded");
         }
-        if (!decoded_.push(*current, stop_.get_token())) {
+        Sound heard = sound ? sound->until(timeOf(frame + 1)) : Sound();
+        if (!decoded_.push({*current, std::move(heard)}, stop_.get_token())) {
             return;
         }
     }
@@ -152,10 +158,10 @@ void RenderPipeline::draw() {
             blank_.push(PixelBuffer::allocate(PixelFormat::i420, plan_.frameSize));
         }
     }
-    for (std::int64_t frame = 0; const auto picture = decoded_.pop(stop); ++frame) {
-        PixelBuffer target = picture->pixels;
+    for (std::int64_t frame = 0; auto decoded = decoded_.pop(stop); ++frame) {
+        PixelBuffer target = decoded->picture.pixels;
         if (plan_.composition) {
-            const Image image = compose(*picture, frame);
+            const Image image = compose(decoded->picture, frame);
             auto blank = blank_.pop(stop);
             if (!blank) {
                 return;
@@ -163,7 +169,7 @@ void RenderPipeline::draw() {
             target = std::move(*blank);
             renderer.render(image, target);
         }
-        if (!drawn_.push(std::move(target), stop)) {
+        if (!drawn_.push({std::move(target), std::move(decoded->sound)}, stop)) {
             return;
         }
     }
@@ -184,21 +190,19 @@ Image RenderPipeline::compose(const SourcePicture& picture, std::int64_t frame) 
 
 void RenderPipeline::encode(const ProgressHandler& onProgress) {
     const std::stop_token stop = stop_.get_token();
-    std::optional<SoundTrack> sound;
-    if (plan_.sound) {
-        sound.emplace(plan_, writer_);
-    }
+    std::size_t soundFrames = 0; // appended so far
     for (std::int64_t frame = 0; frame < plan_.frameCount; ++frame) {
-        auto picture = drawn_.pop(stop);
-        if (!picture) {
+        auto drawn = drawn_.pop(stop);
+        if (!drawn) {
             throw CancellationError();
         }
-        writer_.appendVideo(*picture, timeOf(frame));
+        writer_.appendVideo(drawn->picture, timeOf(frame));
         if (plan_.composition) {
-            blank_.push(std::move(*picture), stop);
+            blank_.push(std::move(drawn->picture), stop);
         }
-        if (sound) {
-            sound->appendUntil(timeOf(frame + 1));
+        if (!drawn->sound.empty()) {
+            writer_.appendAudio(drawn->sound, double(soundFrames) / plan_.sound->sampleRate);
+            soundFrames += drawn->sound.size() / std::size_t(plan_.sound->channels);
         }
         if (onProgress) {
             onProgress(std::clamp(timeOf(frame) / plan_.asset.duration(), 0.0, 0.99));

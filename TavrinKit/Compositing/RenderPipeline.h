@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <stop_token>
+#include <vector>
 
 #include "TavrinKit/Compositing/AudioMix.h"
 #include "TavrinKit/Compositing/MediaAsset.h"
@@ -19,9 +20,10 @@ namespace tavrin {
 
 /// The frames of one movie on their way from an asset, through a composition, into a writer.
 ///
-/// Three stages run at once and hand over through short queues: a thread that decodes, a thread that draws,
-/// and the caller's thread, which encodes. Frames are drawn into a few buffers that go round. The first
-/// stage that fails ends the other two. Used once.
+/// Three stages run at once and hand over through short queues: a thread that decodes pictures and sound, a
+/// thread that draws, and the caller's thread, which encodes. Frames are drawn into a few buffers that go
+/// round, and the stretch of sound that goes with a frame travels with it. The first stage that fails ends
+/// the other two. Used once.
 class RenderPipeline {
 public:
     struct Plan {
@@ -60,6 +62,16 @@ private:
         Image image;
     };
     using PictureReader = std::function<std::optional<SourcePicture>(double time)>;
+    using Sound = std::vector<float>; ///< interleaved; what is heard while a frame shows
+
+    struct SourceFrame {
+        SourcePicture picture;
+        Sound sound;
+    };
+    struct DrawnFrame {
+        PixelBuffer picture;
+        Sound sound;
+    };
 
     void decode();
     [[nodiscard]] PictureReader openPictures() const;
@@ -75,9 +87,9 @@ private:
     const Plan plan_;
     MovieWriter& writer_; ///< the encoding stage's
 
-    BoundedQueue<SourcePicture> decoded_;
+    BoundedQueue<SourceFrame> decoded_;
     BoundedQueue<PixelBuffer> blank_; ///< buffers that may be drawn into, longest unused first
-    BoundedQueue<PixelBuffer> drawn_;
+    BoundedQueue<DrawnFrame> drawn_;
     std::stop_source stop_; ///< ends every wait of every stage
     Guarded<std::exception_ptr> failure_;
 };
