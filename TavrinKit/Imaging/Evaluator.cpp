@@ -11,6 +11,12 @@ using Node = Image::Node;
 
 constexpr int blockSize = 128;
 
+// For how many pictures something is kept that none of them uses: planes that one picture alone has used,
+// which mostly show what passes by; other planes; tables.
+constexpr std::uint64_t keptOnceUsed = 30;
+constexpr std::uint64_t keptUnused = 600;
+constexpr std::uint64_t keptTables = 8;
+
 /// Leaves out the colours of a picture that is black all over, as every shadow is.
 void dropBlack(FloatPicture& picture) {
     const auto isZero = [](const std::vector<float>& plane) {
@@ -177,26 +183,25 @@ std::shared_ptr<const LeafPlanes> Evaluator::planesOf(const Layer& layer, Basis 
     }
     const std::uint64_t identity =
         pixels != nullptr ? mix(1, pixels->buffer.identity()) : mix(2, realisedLeaf->key);
-    const std::uint64_t key = mix(identity, std::uint64_t(basis));
-    if (const auto found = cache_.find(key); found != cache_.end()) {
-        found->second.lastUse = picture_;
-        return found->second.planes;
+    KeptPlanes& kept = planes_[mix(identity, std::uint64_t(basis))];
+    if (!kept.planes) {
+        auto planes = std::make_shared<const LeafPlanes>(
+            pixels != nullptr ? planesOfBitmap(pixels->buffer, basis)
+                              : planesOfPicture(*realised(*realisedLeaf), basis));
+        kept = {planes, planes->storage.size() * sizeof(float), picture_, picture_};
+        cacheBytes_ += kept.bytes;
     }
-    auto planes = std::make_shared<const LeafPlanes>(pixels != nullptr
-                                                         ? planesOfBitmap(pixels->buffer, basis)
-                                                         : planesOfPicture(*realised(*realisedLeaf), basis));
-    const std::size_t bytes = planes->storage.size() * sizeof(float);
-    return store(key, {planes, nullptr, bytes, picture_}).planes;
+    kept.lastUse = picture_;
+    return kept.planes;
 }
 
 std::shared_ptr<const FloatPicture> Evaluator::realised(const Realised& leaf) {
-    const std::uint64_t key = mix(3, leaf.key);
-    if (const auto found = cache_.find(key); found != cache_.end()) {
-        found->second.lastUse = picture_;
-        return found->second.picture;
+    if (const auto found = realised_.find(leaf.key); found != realised_.end()) {
+        return found->second;
     }
     auto picture = std::make_shared<const FloatPicture>(realise(leaf));
-    return store(key, {nullptr, picture, picture->bytes(), picture_}).picture;
+    realised_[leaf.key] = picture;
+    return picture;
 }
 
 FloatPicture Evaluator::realise(const Realised& leaf) {
@@ -315,23 +320,25 @@ std::vector<float> Evaluator::gaussian(const std::vector<float>& plane, int colu
     return pass(pass(plane, columns, rows), outRows, columns);
 }
 
-Evaluator::Entry& Evaluator::store(std::uint64_t key, Entry entry) {
-    cacheBytes_ += entry.bytes;
-    return cache_[key] = std::move(entry);
-}
-
 void Evaluator::finishPicture() {
-    std::erase_if(tables_, [&](const auto& entry) { return entry.second.lastUse != picture_; });
+    realised_.clear();
+    std::erase_if(tables_, [&](const auto& entry) { return entry.second.lastUse + keptTables < picture_; });
+    std::erase_if(planes_, [&](const auto& entry) {
+        const KeptPlanes& kept = entry.second;
+        const std::uint64_t age = kept.firstUse == kept.lastUse ? keptOnceUsed : keptUnused;
+        const bool isDropped = kept.lastUse + age < picture_;
+        cacheBytes_ -= isDropped ? kept.bytes : 0;
+        return isDropped;
+    });
     ++picture_;
     while (cacheBytes_ > cacheBound_) {
-        const auto oldest = std::min_element(cache_.begin(), cache_.end(), [](const auto& a, const auto& b) {
-            return a.second.lastUse < b.second.lastUse;
-        });
-        if (oldest == cache_.end() || oldest->second.lastUse + 1 >= picture_) {
+        const auto oldest =
+            std::ranges::min_element(planes_, {}, [](const auto& entry) { return entry.second.lastUse; });
+        if (oldest == planes_.end() || oldest->second.lastUse + 1 >= picture_) {
             return; // all of it is in use
         }
         cacheBytes_ -= oldest->second.bytes;
-        cache_.erase(oldest);
+        planes_.erase(oldest);
     }
 }
 

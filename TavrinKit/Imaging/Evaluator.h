@@ -25,16 +25,17 @@ public:
     /// Calls `paint(painter, index)` for each index below `count` on the pool's threads.
     void forBlocks(int count, const std::function<void(TilePainter&, int)>& paint);
 
-    /// Ends a picture: what the last pictures didn't use is dropped once the bound is passed.
+    /// Ends a picture. What hasn't been used for some seconds of pictures is dropped, sooner if only one
+    /// picture ever used it; and once the bound is passed, what was used longest ago.
     void finishPicture();
 
     [[nodiscard]] std::size_t cacheBytes() const { return cacheBytes_; }
 
 private:
-    struct Entry {
+    struct KeptPlanes {
         std::shared_ptr<const LeafPlanes> planes;
-        std::shared_ptr<const FloatPicture> picture;
         std::size_t bytes = 0;
+        std::uint64_t firstUse = 0;
         std::uint64_t lastUse = 0;
     };
 
@@ -52,12 +53,12 @@ private:
     FloatPicture draw(const Image& image, const Rect& region);
     FloatPicture blur(const Image& image, double radius, const Rect& region);
     std::vector<float> gaussian(const std::vector<float>& plane, int columns, int rows, double radius);
-    Entry& store(std::uint64_t key, Entry entry);
 
     WorkerPool pool_;
     std::vector<TilePainter> painters_;
-    std::unordered_map<std::uint64_t, Entry> cache_;
-    std::unordered_map<std::uint64_t, KeptTables> tables_; ///< those that the last picture used
+    std::unordered_map<std::uint64_t, KeptPlanes> planes_;
+    std::unordered_map<std::uint64_t, std::shared_ptr<const FloatPicture>> realised_; ///< in this picture
+    std::unordered_map<std::uint64_t, KeptTables> tables_; ///< those that the last pictures used
     std::size_t cacheBytes_ = 0;
     std::size_t cacheBound_;
     std::uint64_t picture_ = 0; ///< counts pictures, for the order of use

@@ -16,10 +16,6 @@ struct FloatPicture {
     int columns = 0;
     int rows = 0;
     std::vector<float> red, green, blue, alpha; ///< rows downward; colours empty when all is black
-
-    [[nodiscard]] std::size_t bytes() const {
-        return (red.size() + green.size() + blue.size() + alpha.size()) * sizeof(float);
-    }
 };
 
 /// Samples of one channel of a leaf, as bytes or as floats.
