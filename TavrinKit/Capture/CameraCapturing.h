@@ -51,6 +51,16 @@ public:
     /// @throws CameraCaptureError, Error of the platform, CancellationError
     virtual void start(const CameraCaptureOptions& options, std::stop_token stop) = 0;
 
+    /// Where the file's time 0 lies; pictures from before are left out. Called once, soon after `start`;
+    /// without a call the file begins with the first picture.
+    /// @param hostTime  host clock
+    virtual void setTimeZero([[maybe_unused]] double hostTime) {}
+
+    /// Where the file ends; pictures from after that are left out. Called before `stop`; without a call the
+    /// file lasts until then.
+    /// @param hostTime  host clock
+    virtual void setEnd([[maybe_unused]] double hostTime) {}
+
     /// @throws CameraCaptureError, Error of the platform, CancellationError
     [[nodiscard]] virtual CameraCaptureTrackResult stop(std::stop_token stop) = 0;
 

@@ -156,8 +156,12 @@ void DesktopStreamCapture::startSession(ActiveSession& session, const CaptureOpt
     makeStream(session, selection, options);
     awaitStreamStart(session, stop);
     session.startedAt = HostClock::now();
+    const double timeZero = session.writer->firstSampleTime().value_or(session.startedAt);
     if (session.microphoneCapture) {
-        session.microphoneCapture->setTimeZero(session.writer->firstSampleTime().value_or(session.startedAt));
+        session.microphoneCapture->setTimeZero(timeZero);
+    }
+    if (session.cameraCapture) {
+        session.cameraCapture->setTimeZero(timeZero);
     }
 }
 
@@ -317,6 +321,9 @@ ScreenCaptureResult DesktopStreamCapture::stop(std::stop_token stop) {
     });
     stopStream(session, stop);
     const double endTime = HostClock::now();
+    if (session->cameraCapture) {
+        session->cameraCapture->setEnd(endTime);
+    }
     const auto microphone = stopMicrophone(session, stop);
     const auto camera = stopCamera(session, stop);
     finishWriter(session, endTime);

@@ -81,7 +81,8 @@ std::string nameOf(const v4l2_capability& capability) {
 
 } // namespace
 
-V4L2CameraCatalog::V4L2CameraCatalog(std::filesystem::path folder) : folder_(std::move(folder)) {}
+V4L2CameraCatalog::V4L2CameraCatalog(std::filesystem::path folder, std::string syntheticCameraID)
+    : folder_(std::move(folder)), syntheticCameraID_(std::move(syntheticCameraID)) {}
 
 std::vector<CaptureDevice> V4L2CameraCatalog::devices(std::stop_token stop) const {
     std::vector<CaptureDevice> cameras;
@@ -91,6 +92,9 @@ std::vector<CaptureDevice> V4L2CameraCatalog::devices(std::stop_token stop) cons
         if (capability && isCamera(*capability)) {
             cameras.push_back({path.native(), nameOf(*capability)});
         }
+    }
+    if (!syntheticCameraID_.empty()) {
+        cameras.push_back({syntheticCameraID_, "Synthetic camera"});
     }
     return cameras;
 }
