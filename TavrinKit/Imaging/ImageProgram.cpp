@@ -142,8 +142,18 @@ private:
         visit(node.image, transformed(context, node.transform));
     }
 
-    void add(const Image&, const Node::Crop& node, const Context& context) {
-        visit(node.image, cropped(context, node.rect));
+    void add(const Image& image, const Node::Crop& node, const Context& context) {
+        const Context inner = cropped(context, node.rect);
+        if (inner.innerClip == context.innerClip) {
+            visit(node.image, inner);
+            return;
+        }
+        const Program below = layersOf(node.image, inner);
+        if (areClampedAnew(below, context)) {
+            realise(image, context);
+        } else {
+            program_->insert(program_->end(), below.begin(), below.end());
+        }
     }
 
     void add(const Image&, const Node::Clamp& node, const Context& context) {
@@ -205,7 +215,8 @@ private:
         Program below = layersOf(node.image, context);
         const bool plainMask = mask.size() == 1 && std::holds_alternative<Node::Solid>(mask.front().leaf);
         const bool onNothing = layersOf(node.background, context).empty();
-        if (!onNothing || !plainMask || below.size() != 1) {
+        if (!onNothing || !plainMask || below.size() != 1 || areClampedAnew(below, context) ||
+            areClampedAnew(mask, context)) {
             realise(image, context);
             return;
         }
@@ -223,6 +234,13 @@ private:
         Program layers;
         Flattener(layers).visit(image, context);
         return layers;
+    }
+
+    /// Whether a clamp stands above and another one below. A layer knows one clamped point only, so what
+    /// stands between the two and looks at the upper one's can't be folded into it.
+    static bool areClampedAnew(const Program& below, const Context& context) {
+        return context.clamp && std::any_of(below.begin(), below.end(),
+                                            [&](const Layer& layer) { return layer.clamp != context.clamp; });
     }
 
     /// A picture of a movie with nothing about it that other terms of a mean couldn't share.

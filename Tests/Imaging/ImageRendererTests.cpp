@@ -278,6 +278,14 @@ TEST(ImageRendererTests, meansOfWhatIsNoMovie) {
 TEST(ImageRendererTests, operationsOnTheirOwn) {
     const Image red = Image::color({1, 0, 0, 1});
     const Image box = Image::roundedRectangle({10, 10, 20, 12}, 0, {0, 1, 0, 0.5});
+    // Round, 20 pixels wide; only its middle rows are a picture, carried on upward and downward.
+    const Rect square{10, 5, 20, 20};
+    const Image disc = red.cropped({0, 0, 20, 6})
+                           .clampedToExtent()
+                           .translated(10, 12)
+                           .cropped(square)
+                           .blendedWithMask(Image(), Image::roundedRectangle(square, 10, {0, 0, 0, 1}));
+    const Image onBlack = disc.over(Image::color({0, 0, 0, 1}).cropped({0, 0, 48, 25}));
     struct Case {
         const char* name;
         Image image;
@@ -308,6 +316,8 @@ TEST(ImageRendererTests, operationsOnTheirOwn) {
          {15.5, 15.5},
          {128, 0, 0, 255}},
         {"clamped edge", red.cropped({0, 0, 5, 5}).clampedToExtent(), {30.5, 30.5}, {255, 0, 0, 255}},
+        {"clamped mask over a clamped picture", disc.clampedToExtent(), {10.5, 5.5}, {0, 0, 0, 0}},
+        {"clamped crop of a clamped picture", onBlack.clampedToExtent(), {10.5, 24.5}, {0, 0, 0, 255}},
         {"mirrored", box.transformed({-1, 0, 0, 1, 40, 0}), {11.5, 15.5}, {0, 128, 0, 128}},
         {"blur spreads to half at an edge",
          red.cropped({0, 0, 40, 16}).blurred(2),
