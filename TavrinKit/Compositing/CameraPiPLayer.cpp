@@ -18,6 +18,13 @@ constexpr double glowDeviation = 10;
 constexpr double veilStrength = 0.22;
 constexpr double millisecondsPerHour = 3'600'000;
 
+/// The square with a circle's radius, in whole pixels.
+Rect around(Vec2 center, double radius) {
+    const double left = std::floor(center.x - radius);
+    const double bottom = std::floor(center.y - radius);
+    return {left, bottom, std::ceil(center.x + radius) - left, std::ceil(center.y + radius) - bottom};
+}
+
 /// What stands around the camera's picture before it is drawn; empty for no treatment.
 Image cameraBackdropImage(CameraPiPBackgroundTreatment treatment, const Rect& rect, double cornerRadius,
                           const Rect& frame) {
@@ -26,24 +33,27 @@ Image cameraBackdropImage(CameraPiPBackgroundTreatment treatment, const Rect& re
     case CameraPiPBackgroundTreatment::none:
         return {};
     case CameraPiPBackgroundTreatment::plate:
-        return Image::roundedRectangle(rect.inset(-rect.width * 0.06, -rect.height * 0.06),
-                                       shorter * 0.08 + cornerRadius, {0.04, 0.05, 0.09, 0.54})
-            .blurred(plateDeviation)
+        return applyGaussianBlur(Image::roundedRectangle(rect.inset(-rect.width * 0.06, -rect.height * 0.06),
+                                                         shorter * 0.08 + cornerRadius,
+                                                         {0.04, 0.05, 0.09, 0.54}),
+                                 plateDeviation)
             .cropped(frame);
     case CameraPiPBackgroundTreatment::glow:
-        return softDisc(rect.mid(), shorter * 0.18, {0.28, 0.74, 1, 0.26}, shorter * 0.92, {0.28, 0.74, 1, 0},
-                        frame)
-            .blurred(glowDeviation)
-            .cropped(frame);
+        return applyGaussianBlur(
+            Image::radialGradient(rect.mid(), shorter * 0.18, {0.28, 0.74, 1, 0.26}, shorter * 0.92,
+                                  {0.28, 0.74, 1, 0})
+                .cropped(frame.intersection(around(rect.mid(), shorter * 0.92 + 3 * glowDeviation))),
+            glowDeviation);
     }
     return {};
 }
 
-/// Soft beyond the picture's own rectangle, in which it would end in hard edges.
-Image softShadow(const Image& rounded, double opacity) {
-    return rounded.colorMatrix(ColorMatrix::shadow(clampedTo(opacity, 0, 1)))
-        .translated(0, -shadowDrop)
-        .blurred(shadowDeviation);
+/// Within the picture's own rectangle, moved down. A camera's picture is opaque: its rounded content casts
+/// the shadow of the plain shape, which is the same in every frame.
+Image shadowOf(const Rect& rect, double cornerRadius, double opacity) {
+    const Image shape =
+        Image::roundedRectangle(rect, std::max(cornerRadius, 0.0), {0, 0, 0, clampedTo(opacity, 0, 1)});
+    return applyGaussianBlur(shape.translated(0, -shadowDrop), shadowDeviation);
 }
 
 } // namespace
@@ -77,7 +87,7 @@ Image CameraPiPLayer::overlayPicture(const Image& image, const Image& picture, c
 
     const Rect& bounds = image.extent();
     Image result = cameraBackdropImage(style.backgroundTreatment, rect, radius, bounds).over(image);
-    result = softShadow(rounded, style.shadowOpacity).cropped(bounds).over(result);
+    result = shadowOf(rect, radius, style.shadowOpacity).cropped(bounds).over(result);
     result = rounded.cropped(bounds).over(result);
     if (style.borderOpacity > 0.01) {
         const double veil = std::min(style.borderOpacity, 1.0) * veilStrength;

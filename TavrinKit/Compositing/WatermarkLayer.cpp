@@ -54,10 +54,8 @@ Image watermarkTextImage(const TextMark& mark, PixelGrid grid) {
 
 Image withShadow(const Image& mark, double opacity, const Rect& frame) {
     const Image shadow = mark.colorMatrix(ColorMatrix::shadow(std::min(opacity * 0.45, 0.55)))
-                             .translated(shadowOffset.x, shadowOffset.y)
-                             .blurred(shadowDeviation)
-                             .cropped(frame);
-    return mark.over(shadow);
+                             .translated(shadowOffset.x, shadowOffset.y);
+    return mark.over(applyGaussianBlur(shadow, shadowDeviation).cropped(frame));
 }
 
 } // namespace

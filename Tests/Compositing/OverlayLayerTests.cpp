@@ -221,10 +221,13 @@ TEST(CameraPiPLayer, LaysBackdropShadowPictureAndVeil) {
     style.borderOpacity = 1;
     EXPECT_NEAR(at(overlaid(), rect.midX(), rect.midY())[0], 255 * 0.22, 1);
     style.shadowOpacity = 0.5;
-    EXPECT_NEAR(at(overlaid(), rect.midX(), rect.minY() - 3)[0], 128 * (1 - 0.5 / 2), 4);
-    EXPECT_NEAR(at(overlaid(), rect.minX() - 40, rect.midY())[0], 128, 1);
+    EXPECT_NEAR(at(overlaid(), rect.midX(), rect.minY() - 3)[0], 128 * (1 - 0.5), 2);
+    EXPECT_EQ(at(overlaid(), rect.midX(), rect.minY() - 4)[0], 128)
+        << "it ends with the shape's own rectangle";
+    EXPECT_EQ(at(overlaid(), rect.minX() - 1, rect.midY())[0], 128);
     style.backgroundTreatment = CameraPiPBackgroundTreatment::plate;
     EXPECT_LT(at(overlaid(), rect.minX() - 4, rect.midY())[0], 75);
+    EXPECT_EQ(at(overlaid(), rect.minX() - 11, rect.midY())[0], 128) << "6 % of 160, rounded up, and no more";
     style.backgroundTreatment = CameraPiPBackgroundTreatment::glow;
     EXPECT_GT(at(overlaid(), rect.midX(), rect.maxY() + 16)[2], 129);
     style.shape = CameraPiPShape::circle;
