@@ -154,7 +154,7 @@ void TemporalFrameSampler::Implementation::giveBack(std::unique_ptr<PictureReade
 void TemporalFrameSampler::Implementation::logFailure(const std::exception_ptr& error) {
     const bool isFirst = state.with([](State& s) { return !std::exchange(s.hasLoggedSampleFailure, true); });
     if (isFirst) {
-        logEffectBakingRecoverableFailure("TemporalFrameSampler.sample.copyImage", error,
+        logEffectBakingRecoverableFailure("TemporalFrameSampler.sample.copyCGImage", error,
                                           {{"path", asset.path().string()}});
     }
 }

@@ -14,7 +14,7 @@
 namespace tavrin {
 
 /// The most points that a trail has, its head included.
-inline constexpr std::size_t maximumCursorTrailPoints = 15;
+inline constexpr std::size_t maximumCursorTrailPoints = 14;
 
 /// What the drawn cursor looks like at one instant. Positions are in the unit of the events.
 ///

@@ -169,7 +169,7 @@ TEST_F(Sampling, WhatCannotBeReadIsLoggedOnce) {
     EXPECT_FALSE(sampler.sample(0.5));
     const std::string log = testing::internal::GetCapturedStderr();
     EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
-    EXPECT_NE(log.find("TemporalFrameSampler.sample.copyImage"), std::string::npos) << log;
+    EXPECT_NE(log.find("TemporalFrameSampler.sample.copyCGImage"), std::string::npos) << log;
 }
 
 } // namespace
