@@ -44,30 +44,4 @@ TimelineModel BrandKitPreset::applying(TimelineModel timeline) const {
     return timeline;
 }
 
-void encode(Json& json, const BrandKitPreset& value) {
-    JsonObjectWriter(json)
-        .put("id", value.id)
-        .put("name", value.name)
-        .put("cursorStyle", value.cursorStyle)
-        .put("typingStyle", value.typingStyle)
-        .put("framingStyle", value.framingStyle)
-        .put("watermarkStyle", value.watermarkStyle)
-        .put("createdAt", value.createdAt)
-        .put("updatedAt", value.updatedAt)
-        .put("author", value.author);
-}
-
-void decode(const Json& json, BrandKitPreset& value) {
-    const JsonObject object(json);
-    object.required("id", value.id);
-    object.required("name", value.name);
-    object.required("cursorStyle", value.cursorStyle);
-    object.required("typingStyle", value.typingStyle);
-    object.required("framingStyle", value.framingStyle);
-    object.required("watermarkStyle", value.watermarkStyle);
-    object.required("createdAt", value.createdAt);
-    object.required("updatedAt", value.updatedAt);
-    object.required("author", value.author);
-}
-
 } // namespace tavrin

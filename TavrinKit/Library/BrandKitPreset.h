@@ -38,7 +38,19 @@ struct BrandKitPreset {
     friend bool operator==(const BrandKitPreset&, const BrandKitPreset&) = default;
 };
 
-void encode(Json& json, const BrandKitPreset& value);
-void decode(const Json& json, BrandKitPreset& value);
+template <>
+struct JsonRecord<BrandKitPreset> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("id", value.id);
+        keys.required("name", value.name);
+        keys.required("cursorStyle", value.cursorStyle);
+        keys.required("typingStyle", value.typingStyle);
+        keys.required("framingStyle", value.framingStyle);
+        keys.required("watermarkStyle", value.watermarkStyle);
+        keys.required("createdAt", value.createdAt);
+        keys.required("updatedAt", value.updatedAt);
+        keys.required("author", value.author);
+    }
+};
 
 } // namespace tavrin

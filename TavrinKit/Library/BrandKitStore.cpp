@@ -150,14 +150,4 @@ void BrandKitStore::writeSorted(Document& document) {
     store_.write(document);
 }
 
-void encode(Json& json, const Document& value) {
-    JsonObjectWriter(json).put("schemaVersion", value.schemaVersion).put("presets", value.presets);
-}
-
-void decode(const Json& json, Document& value) {
-    const JsonObject object(json);
-    object.required("schemaVersion", value.schemaVersion);
-    object.required("presets", value.presets);
-}
-
 } // namespace tavrin

@@ -80,7 +80,12 @@ private:
     mutable std::mutex turn_; ///< held while the file is read and written
 };
 
-void encode(Json& json, const BrandKitStore::BrandKitLibraryDocument& value);
-void decode(const Json& json, BrandKitStore::BrandKitLibraryDocument& value);
+template <>
+struct JsonRecord<BrandKitStore::BrandKitLibraryDocument> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("schemaVersion", value.schemaVersion);
+        keys.required("presets", value.presets);
+    }
+};
 
 } // namespace tavrin

@@ -130,13 +130,49 @@ struct EnumNames<AnnotationArrowDirection> {
     }};
 };
 
-void encode(Json& json, const AnnotationStyle& value);
-void encode(Json& json, const AnnotationFigureData& value);
-void encode(Json& json, const AnnotationRegion& value);
-void encode(Json& json, const AnnotationTrack& value);
-void decode(const Json& json, AnnotationStyle& value);
-void decode(const Json& json, AnnotationFigureData& value);
-void decode(const Json& json, AnnotationRegion& value);
-void decode(const Json& json, AnnotationTrack& value);
+template <>
+struct JsonRecord<AnnotationStyle> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("textColorHex", value.textColorHex);
+        keys.required("fillColorHex", value.fillColorHex);
+        keys.required("strokeColorHex", value.strokeColorHex);
+        keys.required("fontSize", value.fontSize);
+        keys.required("fontWeight", value.fontWeight);
+        keys.required("textAlignment", value.textAlignment);
+        keys.required("borderRadius", value.borderRadius);
+        keys.required("strokeWidth", value.strokeWidth);
+        keys.required("shadowOpacity", value.shadowOpacity);
+    }
+};
+
+template <>
+struct JsonRecord<AnnotationFigureData> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("shape", value.shape);
+        keys.required("direction", value.direction);
+    }
+};
+
+template <>
+struct JsonRecord<AnnotationRegion> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("id", value.id);
+        keys.required("startTime", value.startTime);
+        keys.required("endTime", value.endTime);
+        keys.required("type", value.type);
+        keys.required("content", value.content);
+        keys.tolerated("imagePath", value.imagePath);
+        keys.required("position", value.position);
+        keys.required("size", value.size);
+        keys.required("style", value.style);
+        keys.required("zIndex", value.zIndex);
+        keys.tolerated("figure", value.figure);
+    }
+};
+
+template <>
+struct JsonRecord<AnnotationTrack> {
+    static void fields(auto& keys, auto& value) { keys.required("regions", value.regions); }
+};
 
 } // namespace tavrin

@@ -61,26 +61,8 @@ void AudioMixState::setStyle(const AudioTrackStyle& style, AudioTrackRole role) 
     trackStyles[role] = style;
 }
 
-void encode(Json& json, const AudioTrackStyle& value) {
-    JsonObjectWriter(json)
-        .put("gainDB", value.gainDB)
-        .put("muted", value.muted)
-        .put("fadeInSeconds", value.fadeInSeconds)
-        .put("fadeOutSeconds", value.fadeOutSeconds)
-        .put("noiseReductionLevel", value.noiseReductionLevel);
-}
-
 void encode(Json& json, const AudioMixState& value) {
     JsonObjectWriter(json).put("trackStyles", AlternatingStyles{value.trackStyles});
-}
-
-void decode(const Json& json, AudioTrackStyle& value) {
-    const JsonObject object(json);
-    object.required("gainDB", value.gainDB);
-    object.required("muted", value.muted);
-    object.required("fadeInSeconds", value.fadeInSeconds);
-    object.required("fadeOutSeconds", value.fadeOutSeconds);
-    object.required("noiseReductionLevel", value.noiseReductionLevel);
 }
 
 void decode(const Json& json, AudioMixState& value) {

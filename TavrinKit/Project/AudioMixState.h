@@ -55,9 +55,18 @@ struct EnumNames<NoiseReductionLevel> {
     }};
 };
 
-void encode(Json& json, const AudioTrackStyle& value);
 void encode(Json& json, const AudioMixState& value);
-void decode(const Json& json, AudioTrackStyle& value);
 void decode(const Json& json, AudioMixState& value);
+
+template <>
+struct JsonRecord<AudioTrackStyle> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("gainDB", value.gainDB);
+        keys.required("muted", value.muted);
+        keys.required("fadeInSeconds", value.fadeInSeconds);
+        keys.required("fadeOutSeconds", value.fadeOutSeconds);
+        keys.required("noiseReductionLevel", value.noiseReductionLevel);
+    }
+};
 
 } // namespace tavrin

@@ -16,46 +16,4 @@ CameraPiPStyle CameraPiPStyle::normalized() const {
     return result;
 }
 
-void encode(Json& json, const CameraPiPStyle& value) {
-    JsonObjectWriter(json)
-        .put("enabled", value.enabled)
-        .put("anchor", value.anchor)
-        .put("widthFraction", value.widthFraction)
-        .put("marginFraction", value.marginFraction)
-        .put("cornerRadiusFraction", value.cornerRadiusFraction)
-        .put("shadowOpacity", value.shadowOpacity)
-        .put("borderOpacity", value.borderOpacity)
-        .put("borderWidth", value.borderWidth)
-        .put("shape", value.shape)
-        .put("layoutMode", value.layoutMode)
-        .put("focusReactionStrength", value.focusReactionStrength)
-        .put("backgroundTreatment", value.backgroundTreatment);
-}
-
-void encode(Json& json, const CameraPiPTrack& value) {
-    JsonObjectWriter(json).put("style", value.style);
-}
-
-void decode(const Json& json, CameraPiPStyle& value) {
-    CameraPiPStyle style;
-    const JsonObject object(json);
-    object.tolerated("enabled", style.enabled);
-    object.tolerated("anchor", style.anchor);
-    object.tolerated("widthFraction", style.widthFraction);
-    object.tolerated("marginFraction", style.marginFraction);
-    object.tolerated("cornerRadiusFraction", style.cornerRadiusFraction);
-    object.tolerated("shadowOpacity", style.shadowOpacity);
-    object.tolerated("borderOpacity", style.borderOpacity);
-    object.tolerated("borderWidth", style.borderWidth);
-    object.tolerated("shape", style.shape);
-    object.tolerated("layoutMode", style.layoutMode);
-    object.tolerated("focusReactionStrength", style.focusReactionStrength);
-    object.tolerated("backgroundTreatment", style.backgroundTreatment);
-    value = style.normalized();
-}
-
-void decode(const Json& json, CameraPiPTrack& value) {
-    JsonObject(json).required("style", value.style);
-}
-
 } // namespace tavrin

@@ -74,9 +74,28 @@ struct EnumNames<CameraPiPBackgroundTreatment> {
     }};
 };
 
-void encode(Json& json, const CameraPiPStyle& value);
-void encode(Json& json, const CameraPiPTrack& value);
-void decode(const Json& json, CameraPiPStyle& value);
-void decode(const Json& json, CameraPiPTrack& value);
+template <>
+struct JsonRecord<CameraPiPStyle> {
+    static constexpr bool decoderNormalizes = true;
+    static void fields(auto& keys, auto& value) {
+        keys.tolerated("enabled", value.enabled);
+        keys.tolerated("anchor", value.anchor);
+        keys.tolerated("widthFraction", value.widthFraction);
+        keys.tolerated("marginFraction", value.marginFraction);
+        keys.tolerated("cornerRadiusFraction", value.cornerRadiusFraction);
+        keys.tolerated("shadowOpacity", value.shadowOpacity);
+        keys.tolerated("borderOpacity", value.borderOpacity);
+        keys.tolerated("borderWidth", value.borderWidth);
+        keys.tolerated("shape", value.shape);
+        keys.tolerated("layoutMode", value.layoutMode);
+        keys.tolerated("focusReactionStrength", value.focusReactionStrength);
+        keys.tolerated("backgroundTreatment", value.backgroundTreatment);
+    }
+};
+
+template <>
+struct JsonRecord<CameraPiPTrack> {
+    static void fields(auto& keys, auto& value) { keys.required("style", value.style); }
+};
 
 } // namespace tavrin

@@ -19,7 +19,12 @@ struct ClipTimeRange {
     friend bool operator==(const ClipTimeRange&, const ClipTimeRange&) = default;
 };
 
-void encode(Json& json, const ClipTimeRange& value);
-void decode(const Json& json, ClipTimeRange& value);
+template <>
+struct JsonRecord<ClipTimeRange> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("startTime", value.startTime);
+        keys.required("endTime", value.endTime);
+    }
+};
 
 } // namespace tavrin

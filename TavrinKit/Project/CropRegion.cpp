@@ -31,28 +31,4 @@ CropRegion CropRegion::normalized() const {
     return result;
 }
 
-void encode(Json& json, const CropRegion& value) {
-    JsonObjectWriter(json)
-        .put("x", value.x)
-        .put("y", value.y)
-        .put("width", value.width)
-        .put("height", value.height);
-}
-
-void encode(Json& json, const CropTrack& value) {
-    JsonObjectWriter(json).put("region", value.region);
-}
-
-void decode(const Json& json, CropRegion& value) {
-    const JsonObject object(json);
-    object.required("x", value.x);
-    object.required("y", value.y);
-    object.required("width", value.width);
-    object.required("height", value.height);
-}
-
-void decode(const Json& json, CropTrack& value) {
-    JsonObject(json).required("region", value.region);
-}
-
 } // namespace tavrin

@@ -29,9 +29,19 @@ struct CropTrack {
     friend bool operator==(const CropTrack&, const CropTrack&) = default;
 };
 
-void encode(Json& json, const CropRegion& value);
-void encode(Json& json, const CropTrack& value);
-void decode(const Json& json, CropRegion& value);
-void decode(const Json& json, CropTrack& value);
+template <>
+struct JsonRecord<CropRegion> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("x", value.x);
+        keys.required("y", value.y);
+        keys.required("width", value.width);
+        keys.required("height", value.height);
+    }
+};
+
+template <>
+struct JsonRecord<CropTrack> {
+    static void fields(auto& keys, auto& value) { keys.required("region", value.region); }
+};
 
 } // namespace tavrin

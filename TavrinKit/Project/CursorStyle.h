@@ -105,9 +105,35 @@ struct EnumNames<CursorTrailStyle> {
     }};
 };
 
-void encode(Json& json, const CursorStyle& value);
-void encode(Json& json, const CursorTrack& value);
-void decode(const Json& json, CursorStyle& value);
-void decode(const Json& json, CursorTrack& value);
+template <>
+struct JsonRecord<CursorStyle> {
+    static constexpr bool decoderNormalizes = true;
+    static void fields(auto& keys, auto& value) {
+        keys.tolerated("sizeMultiplier", value.sizeMultiplier);
+        keys.tolerated("smoothing", value.smoothing);
+        keys.tolerated("hideWhenIdle", value.hideWhenIdle);
+        keys.tolerated("clickHighlightStyle", value.clickHighlightStyle);
+        keys.tolerated("idleHideAfterSeconds", value.idleHideAfterSeconds);
+        keys.tolerated("bodyStyle", value.bodyStyle);
+        keys.tolerated("shakeReduction", value.shakeReduction);
+        keys.tolerated("glyphStabilizationSeconds", value.glyphStabilizationSeconds);
+        keys.tolerated("endBehavior", value.endBehavior);
+        keys.tolerated("endLoopDurationSeconds", value.endLoopDurationSeconds);
+        keys.tolerated("hideDuringZoomSegments", value.hideDuringZoomSegments);
+        keys.tolerated("glyphSelectionMode", value.glyphSelectionMode);
+        keys.tolerated("selectedGlyph", value.selectedGlyph);
+        keys.tolerated("clickHighlightDurationSeconds", value.clickHighlightDurationSeconds);
+        keys.tolerated("clickHighlightIntensity", value.clickHighlightIntensity);
+        keys.tolerated("trailStyle", value.trailStyle);
+        keys.tolerated("trailLengthSeconds", value.trailLengthSeconds);
+        keys.tolerated("trailIntensity", value.trailIntensity);
+        keys.tolerated("idleFadeDurationSeconds", value.idleFadeDurationSeconds);
+    }
+};
+
+template <>
+struct JsonRecord<CursorTrack> {
+    static void fields(auto& keys, auto& value) { keys.required("style", value.style); }
+};
 
 } // namespace tavrin

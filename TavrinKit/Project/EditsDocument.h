@@ -33,11 +33,26 @@ struct EditsDocument {
     friend bool operator==(const EditsDocument&, const EditsDocument&) = default;
 };
 
-void encode(Json& json, const AudioRoutingMetadata& value);
-void encode(Json& json, const ExportSettingsMetadata& value);
-void encode(Json& json, const EditsDocument& value);
-void decode(const Json& json, AudioRoutingMetadata& value);
-void decode(const Json& json, ExportSettingsMetadata& value);
-void decode(const Json& json, EditsDocument& value);
+template <>
+struct JsonRecord<AudioRoutingMetadata> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("preferredRoles", value.preferredRoles);
+        keys.required("normalizeBeforeMix", value.normalizeBeforeMix);
+    }
+};
+
+template <>
+struct JsonRecord<ExportSettingsMetadata> {
+    static void fields(auto& keys, auto& value) { keys.tolerated("selectedAspect", value.selectedAspect); }
+};
+
+template <>
+struct JsonRecord<EditsDocument> {
+    static void fields(auto& keys, auto& value) {
+        keys.tolerated("timeline", value.timeline);
+        keys.tolerated("audioRouting", value.audioRouting);
+        keys.tolerated("exportSettings", value.exportSettings);
+    }
+};
 
 } // namespace tavrin

@@ -31,7 +31,7 @@ KeyEvent KeyEvent::normalized() const {
 
 std::vector<KeyModifier> KeyEvent::normalizedModifiers(const std::vector<KeyModifier>& modifiers) {
     std::vector<KeyModifier> result;
-    for (const KeyModifier modifier : allKeyModifiers) {
+    for (const KeyModifier modifier : allCases<KeyModifier>) {
         if (std::ranges::find(modifiers, modifier) != modifiers.end()) {
             result.push_back(modifier);
         }

@@ -33,9 +33,6 @@ struct MouseEvent {
 /// In the one order in which modifiers are stored and shown.
 enum class KeyModifier : std::uint8_t { command, shift, option, control, function };
 
-inline constexpr std::array allKeyModifiers{KeyModifier::command, KeyModifier::shift, KeyModifier::option,
-                                            KeyModifier::control, KeyModifier::function};
-
 /// The sign on the key: U+2318, U+21E7, U+2325, U+2303, or "fn".
 [[nodiscard]] std::string_view symbol(KeyModifier modifier);
 
@@ -57,7 +54,7 @@ struct KeyEvent {
     /// in their order. A file's events are not cut: a timeline drops those that are too long.
     [[nodiscard]] KeyEvent normalized() const;
 
-    /// Each modifier once, in the order of `allKeyModifiers`.
+    /// Each modifier once, in the order of the enumeration.
     [[nodiscard]] static std::vector<KeyModifier>
     normalizedModifiers(const std::vector<KeyModifier>& modifiers);
 

@@ -13,10 +13,6 @@ enum class ExportAspectPreset { horizontal16x9, vertical9x16, square1x1, horizon
 
 using AspectPreset = ExportAspectPreset;
 
-inline constexpr std::array allExportAspectPresets{
-    ExportAspectPreset::horizontal16x9, ExportAspectPreset::vertical9x16, ExportAspectPreset::square1x1,
-    ExportAspectPreset::horizontal4x3, ExportAspectPreset::vertical3x4};
-
 /// Width over height.
 [[nodiscard]] double aspectRatio(ExportAspectPreset aspect);
 

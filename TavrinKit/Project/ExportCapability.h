@@ -46,7 +46,4 @@ struct EnumNames<ExportCodec> {
     }};
 };
 
-void encode(Json& json, const ExportCodecCapability& value);
-void decode(const Json& json, ExportCodecCapability& value);
-
 } // namespace tavrin

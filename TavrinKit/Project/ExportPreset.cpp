@@ -58,106 +58,23 @@ int ExportPreset::wholeFramesPerSecond() const {
 
 std::vector<ExportPreset> PremiumDefaults::defaultExportPresets(const ExportCapabilitySnapshot&) {
     std::vector<ExportPreset> presets;
-    for (const ExportAspectPreset aspect : allExportAspectPresets) {
+    for (const ExportAspectPreset aspect : allCases<ExportAspectPreset>) {
         presets.push_back(ExportPreset::required1080p(aspect, ExportSpeedQualityMode::highQuality));
     }
     return presets;
 }
 
-void encode(Json& json, const ExportResolution& value) {
-    JsonObjectWriter(json).put("width", value.width).put("height", value.height);
-}
-
-void decode(const Json& json, ExportResolution& value) {
-    const JsonObject object(json);
-    object.required("width", value.width);
-    object.required("height", value.height);
-}
-
-void encode(Json& json, const ExportBitrateProfile& value) {
-    JsonObjectWriter(json)
-        .put("strategy", value.strategy)
-        .put("targetMbps", value.targetMbps)
-        .put("minimumMbps", value.minimumMbps)
-        .put("maximumMbps", value.maximumMbps);
-}
-
-void decode(const Json& json, ExportBitrateProfile& value) {
-    const JsonObject object(json);
-    object.required("strategy", value.strategy);
-    object.tolerated("targetMbps", value.targetMbps);
-    object.tolerated("minimumMbps", value.minimumMbps);
-    object.tolerated("maximumMbps", value.maximumMbps);
-}
-
-void encode(Json& json, const ExportAudioProfile& value) {
-    JsonObjectWriter(json)
-        .put("sampleRateHz", value.sampleRateHz)
-        .put("channels", value.channels)
-        .put("bitrateKbps", value.bitrateKbps);
-}
-
-void decode(const Json& json, ExportAudioProfile& value) {
-    const JsonObject object(json);
-    object.required("sampleRateHz", value.sampleRateHz);
-    object.required("channels", value.channels);
-    object.required("bitrateKbps", value.bitrateKbps);
-}
-
-void encode(Json& json, const ExportCompatibilityConstraints& value) {
-    JsonObjectWriter(json)
-        .put("requires4KCapability", value.requires4KCapability)
-        .put("requiresHEVCCapability", value.requiresHEVCCapability)
-        .put("allowCodecFallback", value.allowCodecFallback)
-        .put("allowResolutionFallback", value.allowResolutionFallback);
-}
-
-void decode(const Json& json, ExportCompatibilityConstraints& value) {
-    const JsonObject object(json);
-    object.required("requires4KCapability", value.requires4KCapability);
-    object.required("requiresHEVCCapability", value.requiresHEVCCapability);
-    object.required("allowCodecFallback", value.allowCodecFallback);
-    object.required("allowResolutionFallback", value.allowResolutionFallback);
-}
-
-void encode(Json& json, const ExportPreset& value) {
-    JsonObjectWriter(json)
-        .put("id", value.id)
-        .put("name", value.name)
-        .put("category", value.category)
-        .put("aspect", value.aspect)
-        .put("resolution", value.resolution)
-        .put("fps", value.fps)
-        .put("codec", value.codec)
-        .put("container", value.container)
-        .put("profile", value.profile)
-        .put("bitrate", value.bitrate)
-        .put("audio", value.audio)
-        .put("compatibility", value.compatibility)
-        .put("mode", value.mode)
-        .put("isOptional", value.isOptional);
-}
-
 void decode(const Json& json, ExportPreset& value) {
+    const JsonObject keys(json);
     value = ExportPreset();
-    const JsonObject object(json);
-    object.tolerated("name", value.name);
-    object.tolerated("category", value.category);
-    object.tolerated("aspect", value.aspect);
-    object.tolerated("resolution", value.resolution);
-    object.tolerated("fps", value.fps);
-    object.tolerated("codec", value.codec);
-    object.tolerated("container", value.container);
-    value.profile =
-        value.codec == ExportCodec::hevc ? ExportVideoProfile::hevcMain : ExportVideoProfile::h264High;
-    object.tolerated("profile", value.profile);
-    object.tolerated("bitrate", value.bitrate);
-    object.tolerated("audio", value.audio);
-    object.tolerated("compatibility", value.compatibility);
-    object.tolerated("mode", value.mode);
-    object.tolerated("isOptional", value.isOptional);
-    value.id = value.generatedIdentifier(); // from the frame rate as it was read
-    object.tolerated("id", value.id);
+    keys.tolerated("codec", value.codec);
+    if (value.codec == ExportCodec::hevc) {
+        value.profile = ExportVideoProfile::hevcMain; // which the profile's own key overrides
+    }
+    JsonRecord<ExportPreset>::fields(keys, value);
+    if (keys.find("id") == nullptr) {
+        value.id = value.generatedIdentifier(); // from the frame rate as it was read
+    }
     value.fps = std::max(value.fps, 1.0);
 }
 

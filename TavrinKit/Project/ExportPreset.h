@@ -151,16 +151,63 @@ struct EnumNames<ExportSpeedQualityMode> {
     }};
 };
 
-void encode(Json& json, const ExportResolution& value);
-void encode(Json& json, const ExportBitrateProfile& value);
-void encode(Json& json, const ExportAudioProfile& value);
-void encode(Json& json, const ExportCompatibilityConstraints& value);
-void encode(Json& json, const ExportPreset& value);
+template <>
+struct JsonRecord<ExportResolution> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("width", value.width);
+        keys.required("height", value.height);
+    }
+};
 
-void decode(const Json& json, ExportResolution& value);
-void decode(const Json& json, ExportBitrateProfile& value);
-void decode(const Json& json, ExportAudioProfile& value);
-void decode(const Json& json, ExportCompatibilityConstraints& value);
+template <>
+struct JsonRecord<ExportBitrateProfile> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("strategy", value.strategy);
+        keys.tolerated("targetMbps", value.targetMbps);
+        keys.tolerated("minimumMbps", value.minimumMbps);
+        keys.tolerated("maximumMbps", value.maximumMbps);
+    }
+};
+
+template <>
+struct JsonRecord<ExportAudioProfile> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("sampleRateHz", value.sampleRateHz);
+        keys.required("channels", value.channels);
+        keys.required("bitrateKbps", value.bitrateKbps);
+    }
+};
+
+template <>
+struct JsonRecord<ExportCompatibilityConstraints> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("requires4KCapability", value.requires4KCapability);
+        keys.required("requiresHEVCCapability", value.requiresHEVCCapability);
+        keys.required("allowCodecFallback", value.allowCodecFallback);
+        keys.required("allowResolutionFallback", value.allowResolutionFallback);
+    }
+};
+
+template <>
+struct JsonRecord<ExportPreset> {
+    static void fields(auto& keys, auto& value) {
+        keys.tolerated("id", value.id);
+        keys.tolerated("name", value.name);
+        keys.tolerated("category", value.category);
+        keys.tolerated("aspect", value.aspect);
+        keys.tolerated("resolution", value.resolution);
+        keys.tolerated("fps", value.fps);
+        keys.tolerated("codec", value.codec);
+        keys.tolerated("container", value.container);
+        keys.tolerated("profile", value.profile);
+        keys.tolerated("bitrate", value.bitrate);
+        keys.tolerated("audio", value.audio);
+        keys.tolerated("compatibility", value.compatibility);
+        keys.tolerated("mode", value.mode);
+        keys.tolerated("isOptional", value.isOptional);
+    }
+};
+
 void decode(const Json& json, ExportPreset& value);
 
 } // namespace tavrin

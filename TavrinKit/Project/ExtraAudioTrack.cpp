@@ -23,30 +23,4 @@ ExtraAudioTrack ExtraAudioTrack::normalized() const {
     return result;
 }
 
-void encode(Json& json, const ExtraAudioRegion& value) {
-    JsonObjectWriter(json)
-        .put("id", value.id)
-        .put("startTime", value.startTime)
-        .put("endTime", value.endTime)
-        .put("filePath", value.filePath)
-        .put("volume", value.volume);
-}
-
-void encode(Json& json, const ExtraAudioTrack& value) {
-    JsonObjectWriter(json).put("regions", value.regions);
-}
-
-void decode(const Json& json, ExtraAudioRegion& value) {
-    const JsonObject object(json);
-    object.required("id", value.id);
-    object.required("startTime", value.startTime);
-    object.required("endTime", value.endTime);
-    object.required("filePath", value.filePath);
-    object.required("volume", value.volume);
-}
-
-void decode(const Json& json, ExtraAudioTrack& value) {
-    JsonObject(json).required("regions", value.regions);
-}
-
 } // namespace tavrin

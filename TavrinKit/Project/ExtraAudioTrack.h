@@ -33,9 +33,20 @@ struct ExtraAudioTrack {
     friend bool operator==(const ExtraAudioTrack&, const ExtraAudioTrack&) = default;
 };
 
-void encode(Json& json, const ExtraAudioRegion& value);
-void encode(Json& json, const ExtraAudioTrack& value);
-void decode(const Json& json, ExtraAudioRegion& value);
-void decode(const Json& json, ExtraAudioTrack& value);
+template <>
+struct JsonRecord<ExtraAudioRegion> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("id", value.id);
+        keys.required("startTime", value.startTime);
+        keys.required("endTime", value.endTime);
+        keys.required("filePath", value.filePath);
+        keys.required("volume", value.volume);
+    }
+};
+
+template <>
+struct JsonRecord<ExtraAudioTrack> {
+    static void fields(auto& keys, auto& value) { keys.required("regions", value.regions); }
+};
 
 } // namespace tavrin

@@ -26,22 +26,26 @@ enum class BuiltInWallpaperStyle { aurora, ember, tide, graphite };
 
 /// What lies behind the framed picture: exactly one of four kinds.
 ///
-/// In JSON an object with one key, the kind's name, whose value is an object with the kind's fields.
+/// In JSON an object with one key, that of the kind, whose value is an object with the kind's fields.
 struct BackgroundStyle {
     struct Solid {
+        static constexpr const char* key = "solid";
         std::string colorHex{};
         friend bool operator==(const Solid&, const Solid&) = default;
     };
     struct Gradient {
+        static constexpr const char* key = "gradient";
         std::string startHex{};
         std::string endHex{};
         friend bool operator==(const Gradient&, const Gradient&) = default;
     };
     struct Wallpaper {
+        static constexpr const char* key = "wallpaper";
         BuiltInWallpaperStyle id = BuiltInWallpaperStyle::aurora;
         friend bool operator==(const Wallpaper&, const Wallpaper&) = default;
     };
     struct Image {
+        static constexpr const char* key = "image";
         std::string path{};
         friend bool operator==(const Image&, const Image&) = default;
     };
@@ -84,13 +88,55 @@ struct EnumNames<BuiltInWallpaperStyle> {
     }};
 };
 
-void encode(Json& json, const ShadowStyle& value);
 void encode(Json& json, const BackgroundStyle& value);
-void encode(Json& json, const FramingStyle& value);
-void encode(Json& json, const FramingTrack& value);
-void decode(const Json& json, ShadowStyle& value);
 void decode(const Json& json, BackgroundStyle& value);
-void decode(const Json& json, FramingStyle& value);
-void decode(const Json& json, FramingTrack& value);
+
+template <>
+struct JsonRecord<BackgroundStyle::Solid> {
+    static void fields(auto& keys, auto& value) { keys.required("colorHex", value.colorHex); }
+};
+
+template <>
+struct JsonRecord<BackgroundStyle::Gradient> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("startHex", value.startHex);
+        keys.required("endHex", value.endHex);
+    }
+};
+
+template <>
+struct JsonRecord<BackgroundStyle::Wallpaper> {
+    static void fields(auto& keys, auto& value) { keys.required("id", value.id); }
+};
+
+template <>
+struct JsonRecord<BackgroundStyle::Image> {
+    static void fields(auto& keys, auto& value) { keys.required("path", value.path); }
+};
+
+template <>
+struct JsonRecord<ShadowStyle> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("opacity", value.opacity);
+        keys.required("blurRadius", value.blurRadius);
+        keys.required("offsetX", value.offsetX);
+        keys.required("offsetY", value.offsetY);
+    }
+};
+
+template <>
+struct JsonRecord<FramingStyle> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("padding", value.padding);
+        keys.required("cornerRadius", value.cornerRadius);
+        keys.required("shadow", value.shadow);
+        keys.required("background", value.background);
+    }
+};
+
+template <>
+struct JsonRecord<FramingTrack> {
+    static void fields(auto& keys, auto& value) { keys.required("style", value.style); }
+};
 
 } // namespace tavrin

@@ -10,12 +10,4 @@ MotionBlurStyle MotionBlurStyle::normalized() const {
                       TavrinConstants::maximumMotionBlurIntensity)};
 }
 
-void encode(Json& json, const MotionBlurStyle& value) {
-    JsonObjectWriter(json).put("intensity", value.intensity);
-}
-
-void decode(const Json& json, MotionBlurStyle& value) {
-    JsonObject(json).required("intensity", value.intensity);
-}
-
 } // namespace tavrin

@@ -13,7 +13,9 @@ struct MotionBlurStyle {
     friend bool operator==(const MotionBlurStyle&, const MotionBlurStyle&) = default;
 };
 
-void encode(Json& json, const MotionBlurStyle& value);
-void decode(const Json& json, MotionBlurStyle& value);
+template <>
+struct JsonRecord<MotionBlurStyle> {
+    static void fields(auto& keys, auto& value) { keys.required("intensity", value.intensity); }
+};
 
 } // namespace tavrin

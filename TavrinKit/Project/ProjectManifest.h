@@ -60,12 +60,37 @@ struct EnumNames<AudioTrackDescriptor::Kind> {
     }};
 };
 
-void encode(Json& json, const AudioTrackDescriptor& value);
-void encode(Json& json, const CameraTrackDescriptor& value);
-void encode(Json& json, const ProjectManifest& value);
+template <>
+struct JsonRecord<AudioTrackDescriptor> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("kind", value.kind);
+        keys.required("fileName", value.fileName);
+    }
+};
 
-void decode(const Json& json, AudioTrackDescriptor& value);
-void decode(const Json& json, CameraTrackDescriptor& value);
+template <>
+struct JsonRecord<CameraTrackDescriptor> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("fileName", value.fileName);
+        keys.required("timebaseOffsetSeconds", value.timebaseOffsetSeconds);
+        keys.required("driftMillisecondsPerHour", value.driftMillisecondsPerHour);
+    }
+};
+
+template <>
+struct JsonRecord<ProjectManifest> {
+    static void fields(auto& keys, auto& value) {
+        keys.tolerated("schemaVersion", value.schemaVersion);
+        keys.tolerated("createdAt", value.createdAt);
+        keys.tolerated("screenFileName", value.screenFileName);
+        keys.tolerated("cursorExcluded", value.cursorExcluded);
+        keys.tolerated("audioTracks", value.audioTracks);
+        keys.tolerated("cameraTracks", value.cameraTracks);
+        keys.tolerated("eventsFileName", value.eventsFileName);
+        keys.tolerated("editsFileName", value.editsFileName);
+    }
+};
+
 void decode(const Json& json, ProjectManifest& value);
 
 } // namespace tavrin

@@ -64,18 +64,6 @@ void encode(Json& json, PlaybackSpeed value) {
     encode(json, multiplier(value));
 }
 
-void encode(Json& json, const SpeedRegion& value) {
-    JsonObjectWriter(json)
-        .put("id", value.id)
-        .put("startTime", value.startTime)
-        .put("endTime", value.endTime)
-        .put("speed", value.speed);
-}
-
-void encode(Json& json, const SpeedTrack& value) {
-    JsonObjectWriter(json).put("regions", value.regions);
-}
-
 void decode(const Json& json, PlaybackSpeed& value) {
     double number = 0;
     decode(json, number);
@@ -84,18 +72,6 @@ void decode(const Json& json, PlaybackSpeed& value) {
         throw JsonError(JsonErrorKind::typeMismatch, "Unknown playback speed " + json.dump() + ".");
     }
     value = PlaybackSpeed(found - multipliers.begin());
-}
-
-void decode(const Json& json, SpeedRegion& value) {
-    const JsonObject object(json);
-    object.required("id", value.id);
-    object.required("startTime", value.startTime);
-    object.required("endTime", value.endTime);
-    object.required("speed", value.speed);
-}
-
-void decode(const Json& json, SpeedTrack& value) {
-    JsonObject(json).required("regions", value.regions);
 }
 
 } // namespace tavrin

@@ -48,10 +48,21 @@ struct SpeedTrack {
 };
 
 void encode(Json& json, PlaybackSpeed value);
-void encode(Json& json, const SpeedRegion& value);
-void encode(Json& json, const SpeedTrack& value);
 void decode(const Json& json, PlaybackSpeed& value);
-void decode(const Json& json, SpeedRegion& value);
-void decode(const Json& json, SpeedTrack& value);
+
+template <>
+struct JsonRecord<SpeedRegion> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("id", value.id);
+        keys.required("startTime", value.startTime);
+        keys.required("endTime", value.endTime);
+        keys.required("speed", value.speed);
+    }
+};
+
+template <>
+struct JsonRecord<SpeedTrack> {
+    static void fields(auto& keys, auto& value) { keys.required("regions", value.regions); }
+};
 
 } // namespace tavrin

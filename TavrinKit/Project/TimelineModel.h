@@ -44,7 +44,24 @@ struct TimelineModel {
     friend bool operator==(const TimelineModel&, const TimelineModel&) = default;
 };
 
-void encode(Json& json, const TimelineModel& value);
-void decode(const Json& json, TimelineModel& value);
+template <>
+struct JsonRecord<TimelineModel> {
+    static void fields(auto& keys, auto& value) {
+        keys.tolerated("videoTrack", value.videoTrack);
+        keys.tolerated("trimRange", value.trimRange);
+        keys.tolerated("cropTrack", value.cropTrack);
+        keys.tolerated("speedTrack", value.speedTrack);
+        keys.tolerated("zoomTrack", value.zoomTrack);
+        keys.tolerated("cursorTrack", value.cursorTrack);
+        keys.tolerated("framingTrack", value.framingTrack);
+        keys.tolerated("watermarkTrack", value.watermarkTrack);
+        keys.tolerated("cameraPiPTrack", value.cameraPiPTrack);
+        keys.tolerated("motionBlurStyle", value.motionBlurStyle);
+        keys.tolerated("typingTrack", value.typingTrack);
+        keys.tolerated("annotationTrack", value.annotationTrack);
+        keys.tolerated("extraAudioTrack", value.extraAudioTrack);
+        keys.tolerated("audioMix", value.audioMix);
+    }
+};
 
 } // namespace tavrin

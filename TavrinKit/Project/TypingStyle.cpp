@@ -16,34 +16,4 @@ TypingStyle TypingStyle::normalized() const {
     return result;
 }
 
-void encode(Json& json, const TypingStyle& value) {
-    JsonObjectWriter(json)
-        .put("enabled", value.enabled)
-        .put("burstGapSeconds", value.burstGapSeconds)
-        .put("holdDurationSeconds", value.holdDurationSeconds)
-        .put("fadeDurationSeconds", value.fadeDurationSeconds)
-        .put("keyPopDurationSeconds", value.keyPopDurationSeconds)
-        .put("maxVisibleChips", value.maxVisibleChips);
-}
-
-void encode(Json& json, const TypingTrack& value) {
-    JsonObjectWriter(json).put("style", value.style);
-}
-
-void decode(const Json& json, TypingStyle& value) {
-    TypingStyle style;
-    const JsonObject object(json);
-    object.tolerated("enabled", style.enabled);
-    object.tolerated("burstGapSeconds", style.burstGapSeconds);
-    object.tolerated("holdDurationSeconds", style.holdDurationSeconds);
-    object.tolerated("fadeDurationSeconds", style.fadeDurationSeconds);
-    object.tolerated("keyPopDurationSeconds", style.keyPopDurationSeconds);
-    object.tolerated("maxVisibleChips", style.maxVisibleChips);
-    value = style.normalized();
-}
-
-void decode(const Json& json, TypingTrack& value) {
-    JsonObject(json).required("style", value.style);
-}
-
 } // namespace tavrin

@@ -26,9 +26,22 @@ struct TypingTrack {
     friend bool operator==(const TypingTrack&, const TypingTrack&) = default;
 };
 
-void encode(Json& json, const TypingStyle& value);
-void encode(Json& json, const TypingTrack& value);
-void decode(const Json& json, TypingStyle& value);
-void decode(const Json& json, TypingTrack& value);
+template <>
+struct JsonRecord<TypingStyle> {
+    static constexpr bool decoderNormalizes = true;
+    static void fields(auto& keys, auto& value) {
+        keys.tolerated("enabled", value.enabled);
+        keys.tolerated("burstGapSeconds", value.burstGapSeconds);
+        keys.tolerated("holdDurationSeconds", value.holdDurationSeconds);
+        keys.tolerated("fadeDurationSeconds", value.fadeDurationSeconds);
+        keys.tolerated("keyPopDurationSeconds", value.keyPopDurationSeconds);
+        keys.tolerated("maxVisibleChips", value.maxVisibleChips);
+    }
+};
+
+template <>
+struct JsonRecord<TypingTrack> {
+    static void fields(auto& keys, auto& value) { keys.required("style", value.style); }
+};
 
 } // namespace tavrin

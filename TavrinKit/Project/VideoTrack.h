@@ -52,7 +52,7 @@ struct TakeGroup {
 
 /// The clips of an edit, by lane, then start, then id, and their takes. Both keys are required in JSON.
 ///
-/// The edits of VideoTrackEditing.cpp keep two promises: the clips are in order, and no two clips of a lane
+/// Its edits keep two promises: the clips are in order, and no two clips of a lane
 /// overlap. Times are snapped to the frames of the project's frame rate `fps`; a rate below 1 counts as 1,
 /// one that is not finite as 60. No piece becomes shorter than a frame. The ranges that they make are
 /// normalised like every ClipTimeRange.
@@ -75,9 +75,8 @@ struct VideoTrack {
     /// Makes two clips of one; the left piece keeps the id. Both play what the clip played there, by the
     /// lengths on the timeline: what the source range had beyond them is lost.
     ///
-    /// @throws VideoTrackEditError  clipNotFound; splitTimeOutOfRange unless more than a frame stays on
-    /// either
-    ///                              side; overlapDetected
+    /// @throws VideoTrackEditError  clipNotFound; overlapDetected; splitTimeOutOfRange unless more than a
+    ///                              frame stays on either side
     void splitClip(const UUID& clipID, double time, double fps);
 
     /// Cuts off the clip's beginning; a time before its start cuts off nothing.
@@ -107,13 +106,45 @@ struct VideoTrack {
     friend bool operator==(const VideoTrack&, const VideoTrack&) = default;
 };
 
-void encode(Json& json, const TimelineClip& value);
-void encode(Json& json, const ClipTake& value);
-void encode(Json& json, const TakeGroup& value);
-void encode(Json& json, const VideoTrack& value);
-void decode(const Json& json, TimelineClip& value);
-void decode(const Json& json, ClipTake& value);
-void decode(const Json& json, TakeGroup& value);
-void decode(const Json& json, VideoTrack& value);
+template <>
+struct JsonRecord<TimelineClip> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("id", value.id);
+        keys.required("sourceID", value.sourceID);
+        keys.required("sourceRange", value.sourceRange);
+        keys.required("timelineRange", value.timelineRange);
+        keys.required("lane", value.lane);
+        keys.tolerated("takeGroupID", value.takeGroupID);
+    }
+};
+
+template <>
+struct JsonRecord<ClipTake> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("id", value.id);
+        keys.required("sourceID", value.sourceID);
+        keys.required("sourceRange", value.sourceRange);
+        keys.required("label", value.label);
+    }
+};
+
+template <>
+struct JsonRecord<TakeGroup> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("id", value.id);
+        keys.required("clipID", value.clipID);
+        keys.required("takes", value.takes);
+        keys.required("committedTakeID", value.committedTakeID);
+        keys.tolerated("previewTakeID", value.previewTakeID);
+    }
+};
+
+template <>
+struct JsonRecord<VideoTrack> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("clips", value.clips);
+        keys.required("takeGroups", value.takeGroups);
+    }
+};
 
 } // namespace tavrin

@@ -55,9 +55,24 @@ struct EnumNames<WatermarkAnchor> {
     }};
 };
 
-void encode(Json& json, const WatermarkStyle& value);
-void encode(Json& json, const WatermarkTrack& value);
-void decode(const Json& json, WatermarkStyle& value);
-void decode(const Json& json, WatermarkTrack& value);
+template <>
+struct JsonRecord<WatermarkStyle> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("enabled", value.enabled);
+        keys.required("kind", value.kind);
+        keys.required("text", value.text);
+        keys.tolerated("imagePath", value.imagePath);
+        keys.required("opacity", value.opacity);
+        keys.required("widthFraction", value.widthFraction);
+        keys.required("marginFraction", value.marginFraction);
+        keys.required("anchor", value.anchor);
+        keys.required("shadowEnabled", value.shadowEnabled);
+    }
+};
+
+template <>
+struct JsonRecord<WatermarkTrack> {
+    static void fields(auto& keys, auto& value) { keys.required("style", value.style); }
+};
 
 } // namespace tavrin

@@ -7,7 +7,7 @@ namespace tavrin {
 namespace {
 
 void sortByStart(std::vector<ZoomSegment>& segments) {
-    std::ranges::stable_sort(segments, {}, &ZoomSegment::startTime);
+    sortBy(segments, [](const ZoomSegment& segment) { return placeOf(segment.startTime); });
 }
 
 } // namespace
@@ -62,40 +62,6 @@ void ZoomTrack::setTransitionStyle(const UUID& segmentID, ZoomTransitionStyle st
 
 void ZoomTrack::remove(const UUID& segmentID) {
     std::erase_if(segments, [&](const ZoomSegment& segment) { return segment.id == segmentID; });
-}
-
-void encode(Json& json, const ZoomSegment& value) {
-    JsonObjectWriter(json)
-        .put("id", value.id)
-        .put("startTime", value.startTime)
-        .put("endTime", value.endTime)
-        .put("focus", value.focus)
-        .put("scale", value.scale)
-        .put("enabled", value.enabled)
-        .put("mode", value.mode)
-        .put("transitionStyle", value.transitionStyle);
-}
-
-void encode(Json& json, const ZoomTrack& value) {
-    JsonObjectWriter(json).put("segments", value.segments);
-}
-
-void decode(const Json& json, ZoomSegment& value) {
-    ZoomSegment segment;
-    const JsonObject object(json);
-    object.tolerated("id", segment.id);
-    object.tolerated("startTime", segment.startTime);
-    object.tolerated("endTime", segment.endTime);
-    object.tolerated("focus", segment.focus);
-    object.tolerated("scale", segment.scale);
-    object.tolerated("enabled", segment.enabled);
-    object.tolerated("mode", segment.mode);
-    object.tolerated("transitionStyle", segment.transitionStyle);
-    value = segment.normalized();
-}
-
-void decode(const Json& json, ZoomTrack& value) {
-    JsonObject(json).required("segments", value.segments);
 }
 
 } // namespace tavrin

@@ -71,9 +71,24 @@ struct EnumNames<ZoomTransitionStyle> {
     }};
 };
 
-void encode(Json& json, const ZoomSegment& value);
-void encode(Json& json, const ZoomTrack& value);
-void decode(const Json& json, ZoomSegment& value);
-void decode(const Json& json, ZoomTrack& value);
+template <>
+struct JsonRecord<ZoomSegment> {
+    static constexpr bool decoderNormalizes = true;
+    static void fields(auto& keys, auto& value) {
+        keys.tolerated("id", value.id);
+        keys.tolerated("startTime", value.startTime);
+        keys.tolerated("endTime", value.endTime);
+        keys.tolerated("focus", value.focus);
+        keys.tolerated("scale", value.scale);
+        keys.tolerated("enabled", value.enabled);
+        keys.tolerated("mode", value.mode);
+        keys.tolerated("transitionStyle", value.transitionStyle);
+    }
+};
+
+template <>
+struct JsonRecord<ZoomTrack> {
+    static void fields(auto& keys, auto& value) { keys.required("segments", value.segments); }
+};
 
 } // namespace tavrin

@@ -158,24 +158,4 @@ bool EditorSession::step(std::vector<EditsSnapshot>& from, std::vector<EditsSnap
     return true;
 }
 
-void encode(Json& json, const InspectorState& value) {
-    JsonObjectWriter(json).put("selectedTrack", value.selectedTrack);
-}
-
-void encode(Json& json, const PreviewPerformanceProfile& value) {
-    JsonObjectWriter(json)
-        .put("halfResolution", value.halfResolution)
-        .put("reduceBlurSamplesWhileScrubbing", value.reduceBlurSamplesWhileScrubbing);
-}
-
-void decode(const Json& json, InspectorState& value) {
-    JsonObject(json).required("selectedTrack", value.selectedTrack);
-}
-
-void decode(const Json& json, PreviewPerformanceProfile& value) {
-    const JsonObject object(json);
-    object.required("halfResolution", value.halfResolution);
-    object.required("reduceBlurSamplesWhileScrubbing", value.reduceBlurSamplesWhileScrubbing);
-}
-
 } // namespace tavrin

@@ -145,9 +145,17 @@ struct EnumNames<AutoZoomApplyStrategy> {
     }};
 };
 
-void encode(Json& json, const InspectorState& value);
-void encode(Json& json, const PreviewPerformanceProfile& value);
-void decode(const Json& json, InspectorState& value);
-void decode(const Json& json, PreviewPerformanceProfile& value);
+template <>
+struct JsonRecord<InspectorState> {
+    static void fields(auto& keys, auto& value) { keys.required("selectedTrack", value.selectedTrack); }
+};
+
+template <>
+struct JsonRecord<PreviewPerformanceProfile> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("halfResolution", value.halfResolution);
+        keys.required("reduceBlurSamplesWhileScrubbing", value.reduceBlurSamplesWhileScrubbing);
+    }
+};
 
 } // namespace tavrin

@@ -50,17 +50,4 @@ std::string describe(const std::exception_ptr& error) {
     }
 }
 
-bool isCancellation(const std::exception_ptr& error) noexcept {
-    if (!error) {
-        return false;
-    }
-    try {
-        std::rethrow_exception(error);
-    } catch (const CancellationError&) {
-        return true;
-    } catch (...) {
-        return false;
-    }
-}
-
 } // namespace tavrin

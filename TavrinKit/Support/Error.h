@@ -49,7 +49,4 @@ public:
 /// The sentence with the type and, behind it, the chain of causes: for log lines.
 [[nodiscard]] std::string describe(const std::exception_ptr& error);
 
-/// True for a CancellationError.
-[[nodiscard]] bool isCancellation(const std::exception_ptr& error) noexcept;
-
 } // namespace tavrin

@@ -139,10 +139,6 @@ struct AffineTransform {
     }
     [[nodiscard]] double determinant() const { return a * d - b * c; }
     [[nodiscard]] bool isAxisAligned() const { return b == 0 && c == 0; }
-    [[nodiscard]] AffineTransform inverse() const {
-        const double k = 1 / determinant();
-        return {d * k, -b * k, -c * k, a * k, (c * ty - d * tx) * k, (b * tx - a * ty) * k};
-    }
     [[nodiscard]] Vec2 apply(Vec2 p) const { return {a * p.x + c * p.y + tx, b * p.x + d * p.y + ty}; }
     /// The bounding box of the transformed rectangle.
     [[nodiscard]] Rect apply(const Rect& r) const {

@@ -1,11 +1,14 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <concepts>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -46,7 +49,8 @@ inline constexpr int maximumJsonDepth = 128;
 /// @throws JsonError for a number that is not finite, or text that is not UTF-8
 [[nodiscard]] std::string encodeJson(const Json& json);
 
-/// What a type must offer to stand in a document: two free functions, found by its namespace.
+/// What a type must offer to stand in a document: two free functions, found by its namespace. A record has
+/// them once it has a JsonRecord, an enumeration once it has EnumNames.
 ///
 ///     void encode(Json& json, const T& value);
 ///     void decode(const Json& json, T& value);     // throws JsonError
@@ -82,6 +86,14 @@ template <typename E>
 concept NamedEnum = std::is_enum_v<E> && requires {
     EnumNames<E>::names;
 };
+
+/// The cases of an enumeration, in the order of its names.
+template <NamedEnum E>
+inline constexpr auto allCases = [] {
+    std::array<E, EnumNames<E>::names.size()> cases{};
+    std::ranges::transform(EnumNames<E>::names, cases.begin(), [](const auto& named) { return named.first; });
+    return cases;
+}();
 
 template <NamedEnum E>
 [[nodiscard]] std::string_view nameOf(E value) {
@@ -221,9 +233,46 @@ public:
         return *this;
     }
 
+    // The same under the names that JsonObject has.
+    void required(const char* key, const auto& value) { put(key, value); }
+    void tolerated(const char* key, const auto& value) { put(key, value); }
+
 private:
     Json* json_;
 };
+
+/// A record that stands in JSON as an object: specialise with its keys, which are written and read in this
+/// one place. What a tolerated key is missing for has the value of a default record.
+///
+///     static void fields(auto& keys, auto& value) {
+///         keys.required("x", value.x);
+///         keys.tolerated("y", value.y);
+///     }
+///     static constexpr bool decoderNormalizes = true; // where what is read passes through `normalized()`
+template <typename T>
+struct JsonRecord;
+
+template <typename T>
+concept HasJsonRecord = requires {
+    sizeof(JsonRecord<T>);
+};
+
+template <HasJsonRecord T>
+void encode(Json& json, const T& value) {
+    JsonObjectWriter keys(json);
+    JsonRecord<T>::fields(keys, value);
+}
+
+template <HasJsonRecord T>
+void decode(const Json& json, T& value) {
+    const JsonObject keys(json);
+    T record{};
+    JsonRecord<T>::fields(keys, record);
+    if constexpr (requires { JsonRecord<T>::decoderNormalizes; }) {
+        record = record.normalized();
+    }
+    value = std::move(record);
+}
 
 /// A whole document of any type that has encode and decode.
 template <typename T>
