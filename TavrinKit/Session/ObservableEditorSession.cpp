@@ -7,34 +7,6 @@
 #include <vector>
 
 namespace tavrin {
-namespace {
-
-/// What of a session can be told apart afterwards, cheaply.
-class Before {
-public:
-    explicit Before(const EditorSession& session)
-        : events_(session.sharedEvents()), edits_(session.sharedEdits()), inspector_(session.inspector()),
-          previewPerformance_(session.previewPerformance()), canUndo_(session.canUndo()),
-          canRedo_(session.canRedo()) {}
-
-    [[nodiscard]] EditorSessionChange changeTo(const EditorSession& session) const {
-        return {.events = events_ != session.sharedEvents(),
-                .edits = edits_ != session.sharedEdits(),
-                .inspector = inspector_ != session.inspector(),
-                .previewPerformance = previewPerformance_ != session.previewPerformance(),
-                .history = canUndo_ != session.canUndo() || canRedo_ != session.canRedo()};
-    }
-
-private:
-    std::shared_ptr<const EventTimeline> events_;
-    std::shared_ptr<const EditsDocument> edits_;
-    InspectorState inspector_;
-    PreviewPerformanceProfile previewPerformance_;
-    bool canUndo_;
-    bool canRedo_;
-};
-
-} // namespace
 
 /// Who observes, and what they are still to be told.
 class ObservableEditorSession::Observers {
@@ -113,109 +85,18 @@ ObservableEditorSession::Observation ObservableEditorSession::observe(EditorSess
     return observation;
 }
 
-void ObservableEditorSession::observed(const std::function<void(EditorSession&)>& operation) {
-    const Before before(session_);
-    try {
-        operation(session_);
-    } catch (...) {
-        observers_->tell(before.changeTo(session_));
-        throw;
-    }
-    observers_->tell(before.changeTo(session_));
-}
+ObservableEditorSession::ObservedChange::ObservedChange(ObservableEditorSession& observed)
+    : observed_(observed), events_(observed->sharedEvents()), edits_(observed->sharedEdits()),
+      inspector_(observed->inspector()), previewPerformance_(observed->previewPerformance()),
+      canUndo_(observed->canUndo()), canRedo_(observed->canRedo()) {}
 
-void ObservableEditorSession::setEvents(std::shared_ptr<const EventTimeline> events) {
-    observed([&](EditorSession& session) { session.setEvents(std::move(events)); });
-}
-
-void ObservableEditorSession::setEdits(EditsDocument edits) {
-    observed([&](EditorSession& session) { session.setEdits(std::move(edits)); });
-}
-
-void ObservableEditorSession::setInspector(InspectorState inspector) {
-    observed([&](EditorSession& session) { session.setInspector(std::move(inspector)); });
-}
-
-void ObservableEditorSession::setPreviewPerformance(PreviewPerformanceProfile profile) {
-    observed([&](EditorSession& session) { session.setPreviewPerformance(profile); });
-}
-
-void ObservableEditorSession::applyAutoZoom(const AutoZoomGenerator& generator, const AutoZoomConfig& config,
-                                            AutoZoomApplyStrategy strategy) {
-    observed([&](EditorSession& session) { session.applyAutoZoom(generator, config, strategy); });
-}
-
-void ObservableEditorSession::setZoomMode(const UUID& segmentID, ZoomMode mode) {
-    observed([&](EditorSession& session) { session.setZoomMode(segmentID, mode); });
-}
-
-void ObservableEditorSession::deleteZoomSegment(const UUID& segmentID) {
-    observed([&](EditorSession& session) { session.deleteZoomSegment(segmentID); });
-}
-
-void ObservableEditorSession::disableZoomSegment(const UUID& segmentID) {
-    observed([&](EditorSession& session) { session.disableZoomSegment(segmentID); });
-}
-
-void ObservableEditorSession::mutateTimeline(const std::function<void(TimelineModel&)>& change) {
-    observed([&](EditorSession& session) { session.mutateTimeline(change); });
-}
-
-void ObservableEditorSession::splitVideoClip(const UUID& clipID, double time, double fps) {
-    observed([&](EditorSession& session) { session.splitVideoClip(clipID, time, fps); });
-}
-
-void ObservableEditorSession::trimVideoClipIn(const UUID& clipID, double time, double fps) {
-    observed([&](EditorSession& session) { session.trimVideoClipIn(clipID, time, fps); });
-}
-
-void ObservableEditorSession::trimVideoClipOut(const UUID& clipID, double time, double fps) {
-    observed([&](EditorSession& session) { session.trimVideoClipOut(clipID, time, fps); });
-}
-
-void ObservableEditorSession::rippleDeleteVideoClip(const UUID& clipID, double fps) {
-    observed([&](EditorSession& session) { session.rippleDeleteVideoClip(clipID, fps); });
-}
-
-void ObservableEditorSession::previewTake(const UUID& groupID, const UUID& takeID) {
-    observed([&](EditorSession& session) { session.previewTake(groupID, takeID); });
-}
-
-void ObservableEditorSession::revertPreviewTake(const UUID& groupID) {
-    observed([&](EditorSession& session) { session.revertPreviewTake(groupID); });
-}
-
-void ObservableEditorSession::commitPreviewTake(const UUID& groupID) {
-    observed([&](EditorSession& session) { session.commitPreviewTake(groupID); });
-}
-
-void ObservableEditorSession::setAudioStyle(const AudioTrackStyle& style, AudioTrackRole role) {
-    observed([&](EditorSession& session) { session.setAudioStyle(style, role); });
-}
-
-void ObservableEditorSession::setSelectedExportAspect(std::optional<ExportAspectPreset> aspect) {
-    observed([&](EditorSession& session) { session.setSelectedExportAspect(aspect); });
-}
-
-bool ObservableEditorSession::undo() {
-    bool undone = false;
-    observed([&](EditorSession& session) { undone = session.undo(); });
-    return undone;
-}
-
-bool ObservableEditorSession::redo() {
-    bool redone = false;
-    observed([&](EditorSession& session) { redone = session.redo(); });
-    return redone;
-}
-
-void ObservableEditorSession::save() const {
-    session_.save();
-}
-
-TimelineModel ObservableEditorSession::prepareReframedTimeline(Size2D sourceSize,
-                                                               AspectPreset aspectPreset) const {
-    return session_.prepareReframedTimeline(sourceSize, aspectPreset);
+ObservableEditorSession::ObservedChange::~ObservedChange() {
+    const EditorSession& now = observed_.session_;
+    observed_.observers_->tell({.events = events_ != now.sharedEvents(),
+                                .edits = edits_ != now.sharedEdits(),
+                                .inspector = inspector_ != now.inspector(),
+                                .previewPerformance = previewPerformance_ != now.previewPerformance(),
+                                .history = canUndo_ != now.canUndo() || canRedo_ != now.canRedo()});
 }
 
 } // namespace tavrin

@@ -2,7 +2,7 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
+#include <utility>
 
 #include "TavrinKit/Session/EditorSession.h"
 
@@ -30,7 +30,10 @@ public:
     virtual void editorSessionDidChange(const EditorSessionChange& change) noexcept = 0;
 };
 
-/// An editor session for a user interface: every operation is one observed change.
+/// An editor session for a user interface: what is done to it goes through `perform`, as one observed change.
+///
+///     session.perform(&EditorSession::splitVideoClip, clipID, time, fps);
+///     const EditsDocument& edits = session->edits();
 ///
 /// An operation that changed something calls each observer once, before it returns or throws; one that
 /// changed nothing calls nobody. Observers are called on the thread of the operation, in the order in which
@@ -73,49 +76,41 @@ public:
     /// @param observer  outlives the observation, and isn't observing yet
     [[nodiscard]] Observation observe(EditorSessionObserver& observer);
 
+    /// All that can be asked of the session without changing it, saving included.
+    [[nodiscard]] const EditorSession* operator->() const { return &session_; }
+
     /// A copy that goes its own way.
     [[nodiscard]] EditorSession snapshot() const { return session_; }
 
-    [[nodiscard]] const ProjectPackage& package() const { return session_.package(); }
-    [[nodiscard]] const EventTimeline& events() const { return session_.events(); }
-    /// Valid until the edits change.
-    [[nodiscard]] const EditsDocument& edits() const { return session_.edits(); }
-    [[nodiscard]] const InspectorState& inspector() const { return session_.inspector(); }
-    [[nodiscard]] const PreviewPerformanceProfile& previewPerformance() const {
-        return session_.previewPerformance();
+    /// Carries out an operation of the session, one of its setters, or a function of the caller that gets the
+    /// session first and makes several of them one change. The session mustn't be kept beyond that.
+    /// @return what the operation returns
+    /// @throws what it throws
+    template <typename Operation, typename... Arguments>
+    auto perform(Operation&& operation, Arguments&&... arguments) {
+        const ObservedChange change(*this);
+        return std::invoke(std::forward<Operation>(operation), session_,
+                           std::forward<Arguments>(arguments)...);
     }
-    [[nodiscard]] bool canUndo() const { return session_.canUndo(); }
-    [[nodiscard]] bool canRedo() const { return session_.canRedo(); }
-
-    // These make no undo step.
-    void setEvents(std::shared_ptr<const EventTimeline> events);
-    void setEdits(EditsDocument edits);
-    void setInspector(InspectorState inspector);
-    void setPreviewPerformance(PreviewPerformanceProfile profile);
-
-    // As the operations of the session, and with their errors.
-    void applyAutoZoom(const AutoZoomGenerator& generator, const AutoZoomConfig& config,
-                       AutoZoomApplyStrategy strategy);
-    void setZoomMode(const UUID& segmentID, ZoomMode mode);
-    void deleteZoomSegment(const UUID& segmentID);
-    void disableZoomSegment(const UUID& segmentID);
-    void mutateTimeline(const std::function<void(TimelineModel&)>& change);
-    void splitVideoClip(const UUID& clipID, double time, double fps);
-    void trimVideoClipIn(const UUID& clipID, double time, double fps);
-    void trimVideoClipOut(const UUID& clipID, double time, double fps);
-    void rippleDeleteVideoClip(const UUID& clipID, double fps);
-    void previewTake(const UUID& groupID, const UUID& takeID);
-    void revertPreviewTake(const UUID& groupID);
-    void commitPreviewTake(const UUID& groupID);
-    void setAudioStyle(const AudioTrackStyle& style, AudioTrackRole role);
-    void setSelectedExportAspect(std::optional<ExportAspectPreset> aspect);
-    bool undo();
-    bool redo();
-    void save() const;
-    [[nodiscard]] TimelineModel prepareReframedTimeline(Size2D sourceSize, AspectPreset aspectPreset) const;
 
 private:
-    void observed(const std::function<void(EditorSession&)>& operation);
+    /// Tells the observers, when it ends, what the session shows otherwise than when it began.
+    class ObservedChange {
+    public:
+        explicit ObservedChange(ObservableEditorSession& observed);
+        ~ObservedChange();
+        ObservedChange(const ObservedChange&) = delete;
+        ObservedChange& operator=(const ObservedChange&) = delete;
+
+    private:
+        ObservableEditorSession& observed_;
+        std::shared_ptr<const EventTimeline> events_;
+        std::shared_ptr<const EditsDocument> edits_;
+        InspectorState inspector_;
+        PreviewPerformanceProfile previewPerformance_;
+        bool canUndo_;
+        bool canRedo_;
+    };
 
     EditorSession session_;
     std::shared_ptr<Observers> observers_;

@@ -22,11 +22,12 @@ ObservableEditorSession sessionWith(VideoTrack track = {}) {
 }
 
 void setPadding(ObservableEditorSession& session, double padding) {
-    session.mutateTimeline([&](TimelineModel& timeline) { timeline.framingTrack.style.padding = padding; });
+    session.perform(&EditorSession::mutateTimeline,
+                    [&](TimelineModel& timeline) { timeline.framingTrack.style.padding = padding; });
 }
 
 double padding(const ObservableEditorSession& session) {
-    return session.edits().timeline.framingTrack.style.padding;
+    return session->edits().timeline.framingTrack.style.padding;
 }
 
 /// Notes what it is told, and does something about it.
@@ -51,19 +52,21 @@ TEST(ObservableEditorSession, EachOperationThatChangesSomethingIsToldOnce) {
         std::function<void()> operation;
         std::optional<Change> change;
     } cases[] = {
-        {[&] { session.undo(); }, {}},
+        {[&] { session.perform(&EditorSession::undo); }, {}},
         {[&] { setPadding(session, 7); }, Change{.edits = true, .history = true}},
         {[&] { setPadding(session, 7); }, {}},
         {[&] { setPadding(session, 8); }, Change{.edits = true}},
-        {[&] { session.setEvents(std::make_shared<const EventTimeline>()); }, Change{.events = true}},
-        {[&] { session.setInspector({"Cursor"}); }, Change{.inspector = true}},
-        {[&] { session.setInspector({"Cursor"}); }, {}},
+        {[&] { session.perform(&EditorSession::setEvents, std::make_shared<const EventTimeline>()); },
+         Change{.events = true}},
+        {[&] { session.perform(&EditorSession::setInspector, InspectorState{"Cursor"}); },
+         Change{.inspector = true}},
+        {[&] { session.perform(&EditorSession::setInspector, InspectorState{"Cursor"}); }, {}},
         {[&] {
-             session.setPreviewPerformance({false, true});
+             session.perform(&EditorSession::setPreviewPerformance, PreviewPerformanceProfile{false, true});
          },
          Change{.previewPerformance = true}},
-        {[&] { session.undo(); }, Change{.edits = true, .history = true}},
-        {[&] { session.setEdits({}); }, Change{.edits = true}},
+        {[&] { session.perform(&EditorSession::undo); }, Change{.edits = true, .history = true}},
+        {[&] { session.perform(&EditorSession::setEdits, EditsDocument()); }, Change{.edits = true}},
     };
     for (const auto& [operation, change] : cases) {
         listener.changes.clear();
@@ -71,7 +74,7 @@ TEST(ObservableEditorSession, EachOperationThatChangesSomethingIsToldOnce) {
         EXPECT_EQ(listener.changes, change ? std::vector{*change} : std::vector<Change>())
             << &change - &cases[0].change;
     }
-    EXPECT_TRUE(session.canUndo() && session.canRedo()); // setting the edits is no step
+    EXPECT_TRUE(session->canUndo() && session->canRedo()); // setting the edits is no step
     EXPECT_EQ(session.snapshot().edits(), EditsDocument());
 }
 
@@ -81,17 +84,19 @@ TEST(ObservableEditorSession, AnOverlapIsToldAlthoughTheOperationThrows) {
         sessionWith({{first, {.timelineRange = {1, 4}}, {.timelineRange = {6, 8}, .lane = 1}}, {}});
     Listener listener;
     const auto observation = session.observe(listener);
-    const VideoTrack before = session.edits().timeline.videoTrack;
-    EXPECT_THROW(session.splitVideoClip(UUID(), 1, 60), VideoTrackEditError);
+    const VideoTrack before = session->edits().timeline.videoTrack;
+    EXPECT_THROW(session.perform(&EditorSession::splitVideoClip, UUID(), 1, 60), VideoTrackEditError);
     EXPECT_TRUE(listener.changes.empty());
-    EXPECT_THROW(session.splitVideoClip(before.clips[2].id, 7, 60), VideoTrackEditError);
-    EXPECT_THAT(listener.changes, ElementsAre(Change{.edits = true}));
-    EXPECT_EQ(session.edits().timeline.videoTrack.clips.size(), 4U);
-    EXPECT_FALSE(session.canUndo());
-    EXPECT_THROW(session.mutateTimeline([](TimelineModel&) { throw VideoTrackEditError::takeNotFound(); }),
+    EXPECT_THROW(session.perform(&EditorSession::splitVideoClip, before.clips[2].id, 7, 60),
                  VideoTrackEditError);
-    session.rippleDeleteVideoClip(first.id, 60);
-    EXPECT_TRUE(session.canUndo());
+    EXPECT_THAT(listener.changes, ElementsAre(Change{.edits = true}));
+    EXPECT_EQ(session->edits().timeline.videoTrack.clips.size(), 4U);
+    EXPECT_FALSE(session->canUndo());
+    EXPECT_THROW(session.perform(&EditorSession::mutateTimeline,
+                                 [](TimelineModel&) { throw VideoTrackEditError::takeNotFound(); }),
+                 VideoTrackEditError);
+    session.perform(&EditorSession::rippleDeleteVideoClip, first.id, 60);
+    EXPECT_TRUE(session->canUndo());
 }
 
 TEST(ObservableEditorSession, WhatAnObserverChangesIsToldAfterwardsToAll) {
@@ -104,7 +109,7 @@ TEST(ObservableEditorSession, WhatAnObserverChangesIsToldAfterwardsToAll) {
     first.reaction = [&] {
         if (padding(session) < 3) {
             setPadding(session, padding(session) + 1);
-            session.setInspector({"Framing"});
+            session.perform(&EditorSession::setInspector, InspectorState{"Framing"});
         }
     };
     second.reaction = [&] {
