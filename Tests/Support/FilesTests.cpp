@@ -1,10 +1,4 @@
-#include <csignal>
-
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "TavrinKit/Support/Files.h"
 #include "TavrinKit/Support/HostClock.h"
@@ -21,45 +15,8 @@ protected:
     FilesTests() { fs::create_directories(folder_); }
     ~FilesTests() override { fs::remove_all(folder_); }
 
-    [[nodiscard]] std::size_t entries() const {
-        return std::size_t(std::distance(fs::directory_iterator(folder_), fs::directory_iterator()));
-    }
-
     fs::path folder_ = fs::temp_directory_path() / ("tavrin-files-" + UUID::make().string());
 };
-
-TEST_F(FilesTests, replacesWholeAndLeavesHardLinksAlone) {
-    const fs::path file = folder_ / "a.json";
-    writeFileAtomically(file, "old");
-    fs::create_hard_link(file, folder_ / "backup");
-    writeFileAtomically(file, "new");
-    EXPECT_EQ(readFile(file), "new");
-    EXPECT_EQ(readFile(folder_ / "backup"), "old");
-    EXPECT_EQ(entries(), 2U);
-}
-
-/// A child that may not write more than a few bytes: what a full disk does.
-TEST_F(FilesTests, aWriteThatFailsHalfWayLeavesTheOldFile) {
-    const fs::path file = folder_ / "a.json";
-    writeFileAtomically(file, "old");
-    const pid_t child = fork();
-    if (child == 0) {
-        std::signal(SIGXFSZ, SIG_IGN);
-        const rlimit limit{1000, 1000};
-        setrlimit(RLIMIT_FSIZE, &limit);
-        try {
-            writeFileAtomically(file, std::string(5000, 'x'));
-        } catch (const FileError& error) {
-            _exit(error.kind() == FileErrorKind::tooLarge ? 7 : 1);
-        }
-        _exit(0);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(WEXITSTATUS(status), 7);
-    EXPECT_EQ(readFile(file), "old");
-    EXPECT_EQ(entries(), 1U);
-}
 
 TEST_F(FilesTests, errorsSayWhatAndWhere) {
     const auto kindOf = [](const auto& call) {
@@ -76,14 +33,6 @@ TEST_F(FilesTests, errorsSayWhatAndWhere) {
     writeFileAtomically(folder_ / "big", std::string(100, 'x'));
     EXPECT_EQ(kindOf([&] { (void)readFile(folder_ / "big", 99); }), FileErrorKind::tooLarge);
     EXPECT_NO_THROW(removeFile(folder_ / "none"));
-}
-
-TEST_F(FilesTests, copiesOverWhatLiesThere) {
-    writeFileAtomically(folder_ / "from", std::string(3 << 20, 'm'));
-    writeFileAtomically(folder_ / "to", "old");
-    copyFile(folder_ / "from", folder_ / "to");
-    EXPECT_EQ(readFile(folder_ / "to").size(), std::size_t(3 << 20));
-    EXPECT_EQ(entries(), 2U);
 }
 
 TEST_F(FilesTests, theVideosFolderFollowsTheDesktop) {

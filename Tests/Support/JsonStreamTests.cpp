@@ -19,49 +19,17 @@ JsonReader::Source inPieces(std::string_view text, std::size_t size) {
     };
 }
 
-/// Reads an object whose keys say by their first letter what their values are.
-Json readTree(JsonReader& reader) {
-    Json tree;
-    reader.readObject([&](std::string_view keyView) {
-        const std::string key(keyView);
-        switch (key[0]) {
-        case 's':
-            tree[key] = reader.readString();
-            break;
-        case 'n':
-            tree[key] = reader.readNumber();
-            break;
-        case 'b':
-            tree[key] = reader.readBool();
-            break;
-        case 'a':
-            tree[key] = Json::array();
-            reader.readArray([&](std::size_t) {
-                tree[key].push_back(reader.readNull() ? Json() : Json(reader.readNumber()));
-            });
-            break;
-        default:
-            reader.skipValue();
-        }
-    });
-    reader.finish();
-    return tree;
-}
-
 const std::string document =
     R"({"s1": "plain text that is longer than eight", "s2": "\u00e9\ud83d\ude00\n\\\"\/",
   "s3": "é😀 ߿ࠀ￿", "s4": "", "skey\u0041": "escaped key", "n1": -0.5e-3, "n2": 12345678901234567890,
   "n3": 1e-400, "n4": 0, "b1": true, "b2" : false, "a1": [], "a2": [1, null,2.25 ], "x": {"y": [[{}], "z", null]}} )";
 
 TEST(JsonReaderTests, readsTheSameValuesHoweverTheTextArrives) {
-    Json expected = Json::parse(document);
-    expected.erase("x");
     for (const std::size_t size : {1, 2, 3, 7, 64, 100000}) {
         JsonReader reader(inPieces(document, size));
-        EXPECT_EQ(readTree(reader), expected) << size;
+        EXPECT_EQ(reader.readTree(), Json::parse(document)) << size;
+        reader.finish();
     }
-    JsonReader reader{std::string_view(document)};
-    EXPECT_EQ(readTree(reader), expected);
 }
 
 bool accepts(JsonReader&& reader) {
@@ -87,62 +55,64 @@ bool treeAccepts(const std::string& text) {
 /// The reader and a parser of another make must agree on what is JSON: on cases that are easily got wrong,
 /// and on a document whose bytes are changed, removed or doubled at random.
 TEST(JsonReaderTests, agreesWithAnotherParser) {
-    std::vector<std::string> texts{"",
-                                   " ",
-                                   "nul",
-                                   "nulll",
-                                   "NaN",
-                                   "Infinity",
-                                   "-Infinity",
-                                   "-",
-                                   "01",
-                                   "1.",
-                                   ".5",
-                                   "1e",
-                                   "1e+",
-                                   "+1",
-                                   "-0",
-                                   "-9223372036854775808",
-                                   "-9223372036854775809",
-                                   "18446744073709551615",
-                                   "18446744073709551616",
-                                   "{\"a\":1,\"a\":2}",
-                                   "1e400",
-                                   "-1e400",
-                                   "1E5",
-                                   "0x10",
-                                   "[1,]",
-                                   "[,1]",
-                                   "[1 2]",
-                                   "{\"a\":1,}",
-                                   "{\"a\"}",
-                                   "{a:1}",
-                                   "{\"a\":}",
-                                   "[1]]",
-                                   "[1] 2",
-                                   "\"",
-                                   "\"\\",
-                                   "\"\\x\"",
-                                   "\"\\u12g4\"",
-                                   "\"\\ud800\"",
-                                   "\"\\ud800\\u0041\"",
-                                   "\"\\udc00\"",
-                                   "\"\\u-123\"",
-                                   "\"\t\"",
-                                   "\"\x7f\"",
-                                   "\"\xc3\"",
-                                   "\"\xc0\xaf\"",
-                                   "\"\xed\xa0\x80\"",
-                                   "\"\xf4\x90\x80\x80\"",
-                                   "\"\xe0\x80\x80\"",
-                                   "\"\xf0\x9f\x98\x80\"",
-                                   "//x\n1",
-                                   "[1}",
-                                   "{\"a\":1]",
-                                   std::string("\"a\0b\"", 5),
-                                   "'a'",
-                                   "tru",
-                                   "[true, false,null]"};
+    std::vector<std::string> texts{std::string("\"a\0b\"", 5)};
+    for (const char* text : {"",
+                             " ",
+                             "nul",
+                             "nulll",
+                             "tru",
+                             "NaN",
+                             "Infinity",
+                             "-Infinity",
+                             "-",
+                             "01",
+                             "1.",
+                             ".5",
+                             "1e",
+                             "1e+",
+                             "+1",
+                             "-0",
+                             "-9223372036854775808",
+                             "-9223372036854775809",
+                             "18446744073709551615",
+                             "0x10",
+                             "1E5",
+                             "18446744073709551616",
+                             "1e400",
+                             "-1e400",
+                             "[1,]",
+                             "[,1]",
+                             "[1 2]",
+                             "[1]]",
+                             "[1] 2",
+                             "[1}",
+                             "'a'",
+                             "{\"a\":1,\"a\":2}",
+                             "{\"a\":1,}",
+                             "{\"a\"}",
+                             "{a:1}",
+                             "{\"a\":}",
+                             "{\"a\":1]",
+                             "\"",
+                             "\"\\",
+                             "\"\\x\"",
+                             "\"\\u12g4\"",
+                             "\"\\ud800\"",
+                             "\"\\ud800\\u0041\"",
+                             "\"\\udc00\"",
+                             "\"\\u-123\"",
+                             "\"\t\"",
+                             "\"\x7f\"",
+                             "\"\xc3\"",
+                             "\"\xc0\xaf\"",
+                             "\"\xed\xa0\x80\"",
+                             "\"\xf4\x90\x80\x80\"",
+                             "\"\xe0\x80\x80\"",
+                             "\"\xf0\x9f\x98\x80\"",
+                             "//x\n1",
+                             "[true, false,null]"}) {
+        texts.push_back(text);
+    }
     std::mt19937 random(7);
     for (int i = 0; i < 20000; ++i) {
         std::string text = document;
@@ -199,18 +169,9 @@ TEST(JsonReaderTests, aTokenMayBeLargerThanTheBuffer) {
     const std::string text =
         "[\"" + std::string(3000000, 'x') + "\", 1" + std::string(1000000, '0') + "e-1000000]";
     JsonReader reader(inPieces(text, 50001));
-    std::size_t length = 0;
-    double number = 0;
-    reader.readArray([&](std::size_t index) {
-        if (index == 0) {
-            length = reader.readString().size();
-        } else {
-            number = reader.readNumber();
-        }
-    });
-    reader.finish();
-    EXPECT_EQ(length, 3000000U);
-    EXPECT_EQ(number, 1);
+    const Json tree = reader.readTree();
+    EXPECT_EQ(tree[0].get<std::string>().size(), 3000000U);
+    EXPECT_EQ(tree[1], 1.0);
 }
 
 struct Record {

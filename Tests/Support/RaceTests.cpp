@@ -12,53 +12,35 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(RaceTests, theOperationWins) {
-    const auto result = raceAgainstTimer(10s, {}, [](std::stop_token) { return 42; });
-    EXPECT_EQ(result, 42);
-    const auto nothing = raceAgainstTimer(10s, {}, [](std::stop_token) {});
-    EXPECT_TRUE(nothing.has_value());
-}
-
-TEST(RaceTests, itsErrorReachesTheCaller) {
-    EXPECT_THROW((void)raceAgainstTimer(10s, {}, [](std::stop_token) -> int { throw Error("Broken."); }),
-                 Error);
-}
-
-TEST(RaceTests, theTimerWinsAndTheLateResultIsDropped) {
-    auto stopped = std::make_shared<std::atomic<bool>>(false);
-    auto ended = std::make_shared<std::atomic<bool>>(false);
-    const auto result = raceAgainstTimer(20ms, {}, [=](const std::stop_token& stop) {
+/// An operation that works until it is asked to stop, and then says so.
+auto patientOperation(const std::shared_ptr<std::atomic<bool>>& wasStopped) {
+    return [=](const std::stop_token& stop) {
         while (!stop.stop_requested()) {
             std::this_thread::sleep_for(1ms);
         }
-        *stopped = true;
-        *ended = true;
+        *wasStopped = true;
         return 1;
-    });
-    EXPECT_FALSE(result.has_value());
-    while (!*ended) {
-        std::this_thread::sleep_for(1ms);
-    }
-    EXPECT_TRUE(*stopped);
+    };
 }
 
-TEST(RaceTests, aStopOfTheCallerEndsTheWaitAndReachesTheOperation) {
+TEST(RaceTests, theFirstToFinishDecidesAndALoserIsAskedToStop) {
+    EXPECT_EQ(raceAgainstTimer(10s, {}, [](std::stop_token) { return 42; }), 42);
+    EXPECT_TRUE(raceAgainstTimer(10s, {}, [](std::stop_token) {}).has_value());
+    EXPECT_THROW((void)raceAgainstTimer(10s, {}, [](std::stop_token) -> int { throw Error("Broken."); }),
+                 Error);
+
+    const auto byTimer = std::make_shared<std::atomic<bool>>(false);
+    EXPECT_EQ(raceAgainstTimer(20ms, {}, patientOperation(byTimer)), std::nullopt);
+
     std::stop_source source;
-    auto reached = std::make_shared<std::atomic<bool>>(false);
-    std::thread stopper([&] {
+    const auto byCaller = std::make_shared<std::atomic<bool>>(false);
+    std::jthread stopper([&] {
         std::this_thread::sleep_for(10ms);
         source.request_stop();
     });
-    EXPECT_THROW((void)raceAgainstTimer(1h, source.get_token(),
-                                        [=](const std::stop_token& stop) {
-                                            while (!stop.stop_requested()) {
-                                                std::this_thread::sleep_for(1ms);
-                                            }
-                                            *reached = true;
-                                        }),
+    EXPECT_THROW((void)raceAgainstTimer(1h, source.get_token(), patientOperation(byCaller)),
                  CancellationError);
-    stopper.join();
-    while (!*reached) {
+    while (!*byTimer || !*byCaller) {
         std::this_thread::sleep_for(1ms);
     }
 }
