@@ -76,6 +76,7 @@ public:
         const auto start = std::chrono::steady_clock::now();
         const std::string warnings = fitPreset();
         checkDestination(destination, filesOf(session_));
+        TemporaryFile::removeStraysBeside(destination);
         TemporaryFile movie = TemporaryFile::beside(destination);
         report(preparing, 0.02, "Preparing export pipeline.");
         if (!warnings.empty()) {

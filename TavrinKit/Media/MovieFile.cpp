@@ -8,6 +8,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -45,14 +46,6 @@ std::uint32_t tagOf(const AVCodecParameters& parameters) {
     }
 }
 
-int openForWriting(const fs::path& file, const fs::path& path) {
-    const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (descriptor < 0) {
-        throw FileError("write", path, errno);
-    }
-    return descriptor;
-}
-
 /// A disk may take seconds for that. Whoever doesn't want the file any more needn't wait.
 /// @return an errno value, or 0
 /// @throws CancellationError
@@ -76,25 +69,41 @@ int flushToDisk(int descriptor, const std::stop_token& stop) {
 
 } // namespace
 
-MovieFile::MovieFile(const fs::path& path, MovieContainer container, Form form)
+MovieFile::MovieFile(const fs::path& path, Form form)
     : path_(path), form_(form),
-      file_(form == Form::fragmented || !canBeReplaced(path) ? path : hiddenPathBeside(path)) {
+      file_(form == Form::fragmented || !canBeReplaced(path) ? path : hiddenPathBeside(path)) {}
+
+/// From the first constructor's end on the destructor tidies up, whatever fails here.
+MovieFile::MovieFile(const fs::path& path, MovieContainer container, Form form) : MovieFile(path, form) {
     ffmpeg::quietLogging();
-    if (std::error_code unknown; fs::is_directory(path, unknown)) {
-        throw FileError("write", path, EISDIR);
+    create();
+    openContainer(container);
+}
+
+void MovieFile::create() {
+    if (std::error_code unknown; fs::is_directory(path_, unknown)) {
+        throw FileError("write", path_, EISDIR);
     }
-    descriptor_ = openForWriting(file_, path_);
+    const bool isNew = isHidden() || canBeReplaced(path_);
+    descriptor_ = ::open(file_.c_str(), O_RDWR | O_CLOEXEC | (isNew ? O_CREAT | O_EXCL : O_TRUNC), 0644);
+    if (descriptor_ < 0) {
+        throw FileError("write", path_, errno);
+    }
+    isOwned_ = isNew;
+    ::flock(descriptor_, LOCK_EX | LOCK_NB); // whoever tidies the folder sees that it is in use
+}
+
+void MovieFile::openContainer(MovieContainer container) {
     const char* format = container == MovieContainer::quickTime ? "mov" : "mp4";
     const std::string url = "file:" + file_.string();
     auto* buffer = static_cast<unsigned char*>(av_malloc(bufferSize));
     io_ = buffer == nullptr ? nullptr
                             : avio_alloc_context(buffer, bufferSize, 1, this, nullptr, &writeBytes, &seek);
-    if (io_ == nullptr || avformat_alloc_output_context2(&context_, nullptr, format, url.c_str()) < 0) {
-        if (io_ == nullptr) {
-            av_free(buffer);
-        }
-        close();
-        ::unlink(file_.c_str());
+    if (io_ == nullptr) {
+        av_free(buffer);
+        throw std::bad_alloc();
+    }
+    if (avformat_alloc_output_context2(&context_, nullptr, format, url.c_str()) < 0) {
         throw std::bad_alloc();
     }
     context_->pb = io_;
@@ -104,7 +113,7 @@ MovieFile::MovieFile(const fs::path& path, MovieContainer container, Form form)
 
 MovieFile::~MovieFile() {
     close();
-    if (isOwned_ && canBeReplaced(file_)) {
+    if (isOwned_) {
         ::unlink(file_.c_str());
     }
 }

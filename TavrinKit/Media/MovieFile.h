@@ -15,13 +15,13 @@ namespace tavrin {
 /// A movie file that takes encoded packets: the container around the encoders' output.
 ///
 /// A plain file grows under a hidden name beside its path and takes its place when it is complete, so that
-/// no half movie ever bears the name; a fragmented one stands at its path from the start. One thread at a
-/// time.
+/// no half movie ever bears the name, and is locked (flock) meanwhile; a fragmented one stands at its path
+/// from the start. One thread at a time.
 class MovieFile {
 public:
     enum class Form { plain, indexFirst, fragmented };
 
-    /// Creates the file.
+    /// Creates the file. A fragmented one takes no other's place.
     /// @throws FileError
     MovieFile(const std::filesystem::path& path, MovieContainer container, Form form);
     ~MovieFile(); ///< removes the file unless `complete` or `abandon` was called
@@ -55,6 +55,10 @@ public:
     [[nodiscard]] const std::filesystem::path& path() const { return path_; }
 
 private:
+    MovieFile(const std::filesystem::path& path, Form form);
+
+    void create();
+    void openContainer(MovieContainer container);
     static int writeBytes(void* self, std::uint8_t* bytes, int count);
     static std::int64_t seek(void* self, std::int64_t offset, int whence);
     void check(int code);
@@ -71,7 +75,7 @@ private:
     AVFormatContext* context_ = nullptr;
     AVIOContext* io_ = nullptr;
     std::vector<AVRational> timeBases_;
-    bool isOwned_ = true; ///< the file goes with this object
+    bool isOwned_ = false; ///< the file goes with this object
 };
 
 /// Copies the packets of a fragmented file into a plain one that takes its place: same tracks and times, with

@@ -60,7 +60,7 @@ struct AudioTrackSettings {
 };
 
 struct MovieWriterSettings {
-    std::filesystem::path path; ///< must not exist, or is replaced when the movie is complete
+    std::filesystem::path path; ///< is replaced when the movie is complete; a crash-safe one must not exist
     MovieContainer container = MovieContainer::mp4;
     std::optional<VideoTrackSettings> video;
     std::optional<AudioTrackSettings> audio;

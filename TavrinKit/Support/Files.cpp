@@ -20,6 +20,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::string_view hiddenSuffix = ".tmp";
+
 FileErrorKind kindOf(int code) {
     switch (code) {
     case ENOENT:
@@ -40,7 +42,7 @@ FileErrorKind kindOf(int code) {
 }
 
 std::string_view advice(int code) {
-    if (code == EISDIR || code == EBUSY || code == ENAMETOOLONG) {
+    if (code == EISDIR || code == EEXIST || code == EBUSY || code == ENAMETOOLONG) {
         return " Choose another name.";
     }
     switch (kindOf(code)) {
@@ -260,7 +262,17 @@ void moveFile(const fs::path& from, const fs::path& to) {
 fs::path hiddenPathBeside(const fs::path& path) {
     constexpr std::size_t most = 128; // bytes, which leaves room for the rest in the 255 of a name
     const std::string name = path.filename().string().substr(0, most);
-    return path.parent_path() / fmt::format(".{}.{}.tmp", name, UUID::make().string());
+    return path.parent_path() / fmt::format(".{}.{}{}", name, UUID::make().string(), hiddenSuffix);
+}
+
+bool isHiddenName(std::string_view name) {
+    const std::size_t tail = UUID().string().size() + hiddenSuffix.size();
+    if (name.size() < tail + 2 || !name.starts_with('.') || !name.ends_with(hiddenSuffix)) {
+        return false;
+    }
+    name.remove_suffix(hiddenSuffix.size());
+    const std::size_t dot = name.size() - UUID().string().size() - 1;
+    return name[dot] == '.' && UUID::parse(name.substr(dot + 1)).has_value();
 }
 
 void removeFile(const fs::path& path) {

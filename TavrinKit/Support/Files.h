@@ -90,6 +90,9 @@ void moveFile(const std::filesystem::path& from, const std::filesystem::path& to
 /// A hidden name that nothing else has, in the folder of `path`, for a file that will take its place.
 [[nodiscard]] std::filesystem::path hiddenPathBeside(const std::filesystem::path& path);
 
+/// Whether a file's name is one that `hiddenPathBeside` gives.
+[[nodiscard]] bool isHiddenName(std::string_view name);
+
 /// Removes a file; none there is no error.
 /// @throws FileError
 void removeFile(const std::filesystem::path& path);

@@ -1,9 +1,12 @@
 #include "TavrinKit/Support/TemporaryFile.h"
 
 #include <cerrno>
+#include <ctime>
 #include <exception>
 
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "TavrinKit/Support/Files.h"
@@ -19,6 +22,40 @@ TemporaryFile TemporaryFile::beside(const std::filesystem::path& path) {
     }
     ::close(descriptor);
     return TemporaryFile(hidden);
+}
+
+namespace {
+
+constexpr std::time_t longestPause = 600; // seconds; between the writing of a movie and its move
+
+/// Nobody else can take the lock between the look and the removal, and nobody creates the name again.
+void removeIfStray(const std::filesystem::path& path) {
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0) {
+        return;
+    }
+    struct stat status {};
+    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid() &&
+        status.st_nlink == 1 && status.st_mtime < std::time(nullptr) - longestPause &&
+        ::flock(descriptor, LOCK_EX | LOCK_NB) == 0) {
+        ::unlink(path.c_str());
+    }
+    ::close(descriptor);
+}
+
+} // namespace
+
+void TemporaryFile::removeStraysBeside(const std::filesystem::path& path) noexcept {
+    try {
+        const auto folder = path.has_parent_path() ? path.parent_path() : std::filesystem::path(".");
+        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+            if (isHiddenName(entry.path().filename().native())) {
+                removeIfStray(entry.path());
+            }
+        }
+    } catch (const std::exception&) {
+        return; // a folder that can't be listed may still be written to
+    }
 }
 
 TemporaryFile::~TemporaryFile() {

@@ -17,6 +17,10 @@ public:
     /// @throws FileError about `path`
     [[nodiscard]] static TemporaryFile beside(const std::filesystem::path& path);
 
+    /// Removes what exports that were killed have left in the folder of `path`: files of this user with such
+    /// hidden names that nobody has locked or touched for ten minutes. What can't be removed stays.
+    static void removeStraysBeside(const std::filesystem::path& path) noexcept;
+
     ~TemporaryFile();
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <optional>
 #include <random>
@@ -10,6 +11,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 #include "OneClickFixtures.h"
@@ -41,6 +43,8 @@ PreparedEffectExport toCompose() {
     prepared.audioMix = AudioMix();
     return prepared;
 }
+
+using FilePointer = std::unique_ptr<std::FILE, decltype([](std::FILE* file) { std::fclose(file); })>;
 
 void pass(const ExportResult&, const std::stop_token&) {}
 
@@ -247,6 +251,40 @@ TEST(OneClickExportTests, PresetsAndDestinationsThatWillNotDoAreRefusedBeforeAny
     preset.compatibility.allowResolutionFallback = false;
     EXPECT_EQ(refusal(folder.path("missing/out.mp4"), preset), "4K export is not supported on this machine.");
     EXPECT_EQ(folder.fileCount(), files);
+}
+
+TEST(OneClickExportTests, WhatKilledExportsLeftGoesAndNothingElse) {
+    struct File {
+        std::string name;
+        int minutes; ///< since it was written
+        bool isInUse;
+        bool stays;
+    };
+    const std::string id = "0b0e1bcd-37a8-4c0a-9b0e-6f6e6b0a2f11";
+    const std::vector<File> files{
+        {hiddenPathBeside("a.mp4").string(), 60, false, false},
+        {hiddenPathBeside("b.mp4").string(), 60, true, true},
+        {hiddenPathBeside("c.mp4").string(), 1, false, true},
+        {".notes.tmp", 60, false, true},
+        {"." + id + ".tmp", 60, false, true},
+        {"d." + id + ".tmp", 60, false, true},
+        {".e." + id, 60, false, true},
+    };
+    const TemporaryFolder folder;
+    std::vector<FilePointer> open;
+    for (const File& file : files) {
+        open.emplace_back(std::fopen(folder.path(file.name).c_str(), "w"));
+        ASSERT_EQ(file.isInUse ? ::flock(::fileno(open.back().get()), LOCK_EX) : 0, 0);
+        fs::last_write_time(folder.path(file.name),
+                            fs::file_time_type::clock::now() - std::chrono::minutes(file.minutes));
+    }
+    const auto renderer = std::make_shared<ScriptedRenderer>();
+    renderer->onPrepare = toCompose;
+    oneClick(std::make_shared<MockMP4Exporter>(), renderer, 0, pass)
+        .exportMovie(sessionWithoutFiles(folder), folder.path("out.mp4"), smallPreset());
+    for (const File& file : files) {
+        EXPECT_EQ(fs::exists(folder.path(file.name)), file.stays) << file.name;
+    }
 }
 
 TEST(OneClickExportTests, FractionsNeverFallThoughManyThreadsReport) {

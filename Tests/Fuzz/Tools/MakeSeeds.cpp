@@ -64,6 +64,7 @@ void makeStores(const fs::path& folder) {
 
 void makeMovie(const fs::path& path, VideoCodec codec, bool isCrashSafe, bool hasSound) {
     MovieWriterSettings settings;
+    removeFile(path);
     settings.path = path;
     settings.container = codec == VideoCodec::proRes422 ? MovieContainer::quickTime : MovieContainer::mp4;
     settings.video.emplace();
