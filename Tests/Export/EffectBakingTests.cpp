@@ -8,7 +8,6 @@
 
 #include "PlanFixtures.h"
 #include "TavrinKit/Compositing/FFmpegEffectBakingRenderer.h"
-#include "TavrinKit/Compositing/MockEffectBakingRenderer.h"
 
 namespace tavrin {
 namespace {
@@ -108,19 +107,6 @@ TEST(EffectBakingTests, AMovieThatCannotBeOpenedAndACancelledPlan) {
     EXPECT_EQ(kindOf({}), ExportErrorKind::exportFailed);
     writeTone(session.package().screenURL(), systemTone, 1);
     EXPECT_EQ(kindOf({}), ExportErrorKind::exportFailed) << "sound alone is no screen movie";
-}
-
-TEST(EffectBakingTests, APreparationThatIsABakeIsNotDirect) {
-    const TemporaryFolder folder;
-    MockEffectBakingRenderer renderer;
-    PreparedEffectExport prepared = renderer.prepareExport(makeTake(folder), smallPreset(), {});
-    EXPECT_FALSE(prepared.usesDirectComposition());
-    EXPECT_EQ(prepared.temporaryMediaURL, std::nullopt) << "the mock's file is not the caller's to remove";
-    EXPECT_EQ(renderer.snapshot().bakeCalls, 1);
-    prepared.audioMix = AudioMix();
-    EXPECT_TRUE(prepared.usesDirectComposition());
-    prepared.temporaryMediaURL = "baked.mov";
-    EXPECT_FALSE(prepared.usesDirectComposition());
 }
 
 } // namespace

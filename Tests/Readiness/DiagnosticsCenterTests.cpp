@@ -1,5 +1,4 @@
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -40,28 +39,6 @@ TEST(DiagnosticsCenterTests, anErrorCodeReplacesTheOneInTheMetadata) {
     EXPECT_EQ(entries[0].metadata, (Metadata{{"errorCode", "EXP_WRITE_FAILED"}, {"output", "a.mp4"}}));
     EXPECT_EQ(entries[1].metadata.at("errorCode"), "OLD");
     EXPECT_EQ(decodeDocument<std::vector<DiagnosticEntry>>(encodeDocument(entries)), entries);
-}
-
-TEST(DiagnosticsCenterTests, severalThreadsLogEachInItsOrder) {
-    DiagnosticsCenter center(1000);
-    constexpr int writers = 4;
-    constexpr int each = 200;
-    {
-        std::vector<std::jthread> threads;
-        for (int writer = 0; writer < writers; ++writer) {
-            threads.emplace_back([&center, writer] {
-                for (int i = 0; i < each; ++i) {
-                    center.log(DiagnosticLevel::info, std::to_string(writer), std::to_string(i));
-                    EXPECT_FALSE(center.entries().empty());
-                }
-            });
-        }
-    }
-    std::vector<int> next(writers, 0);
-    for (const DiagnosticEntry& entry : center.entries()) {
-        EXPECT_EQ(std::stoi(entry.message), next[std::size_t(std::stoi(entry.category))]++);
-    }
-    EXPECT_THAT(next, testing::Each(each));
 }
 
 } // namespace
