@@ -2,7 +2,7 @@
 
 #include <charconv>
 
-#include "TavrinKit/Project/ProjectFiles.h"
+#include "TavrinKit/Project/EventTimelineFile.h"
 #include "TavrinKit/Project/ProjectPackageValidationError.h"
 #include "TavrinKit/Support/Files.h"
 #include "TavrinKit/Support/Text.h"
@@ -15,6 +15,12 @@ using ValidationError = ProjectPackageValidationError;
 
 constexpr std::int64_t currentSchema = TavrinConstants::projectSchemaVersion;
 const std::set<std::int64_t> supportedSchemas{1, currentSchema};
+
+// Files beyond any sensible size are refused: what they would unfold to must fit into memory.
+constexpr std::size_t mebibyte = std::size_t(1) << 20;
+constexpr std::size_t maximumManifestSize = 16 * mebibyte;
+constexpr std::size_t maximumEditsSize = 64 * mebibyte;
+constexpr std::size_t maximumEventsSize = 4096 * mebibyte; ///< an hour takes some 200 MiB
 
 void assertSupported(std::int64_t version, const std::set<std::int64_t>& schemas) {
     if (!schemas.contains(version)) {
@@ -39,6 +45,16 @@ std::optional<std::int64_t> wholeInteger(std::string_view text) {
         return std::nullopt;
     }
     return value;
+}
+
+/// The text of a manifest, which may be of any schema.
+std::string readManifestOf(const fs::path& root) {
+    return readFile(below(root, "manifest.json"), maximumManifestSize);
+}
+
+bool isThere(const fs::path& path) {
+    std::error_code unreachable;
+    return fs::exists(path, unreachable);
 }
 
 void assertReadableRegularFile(const fs::path& url, const std::string& label) {
@@ -83,6 +99,34 @@ void validateCameraTracks(const std::vector<CameraTrackDescriptor>& tracks) {
     }
 }
 
+/// Keeps a package of schema 1 as it is: the manifest's own bytes, and the files that it names, in a new
+/// folder named after the time. The files are hard links where the file system has them; since the package's
+/// files are replaced and never written into, the links keep the old contents.
+/// @return the new folder
+/// @throws FileError, also when a folder of that name exists
+fs::path createMigrationBackup(const fs::path& root, const ProjectManifest& manifest,
+                               std::string_view manifestData) {
+    const fs::path backups = root / ".migration-backups";
+    createDirectories(backups);
+    const fs::path folder = backups / ("v1-" + timestampLabel(currentDate()));
+    createNewDirectory(folder);
+    writeFileAtomically(folder / "manifest.json", manifestData);
+
+    std::set<std::string> names{manifest.screenFileName, manifest.eventsFileName, manifest.editsFileName};
+    for (const AudioTrackDescriptor& track : manifest.audioTracks) {
+        names.insert(track.fileName);
+    }
+    for (const CameraTrackDescriptor& track : manifest.cameraTracks) {
+        names.insert(track.fileName);
+    }
+    for (const std::string& name : names) {
+        if (isThere(root / name)) {
+            linkOrCopyFile(root / name, folder / name);
+        }
+    }
+    return folder;
+}
+
 } // namespace
 
 ProjectPackage::ProjectPackage(fs::path rootURL, ProjectManifest manifest)
@@ -90,11 +134,33 @@ ProjectPackage::ProjectPackage(fs::path rootURL, ProjectManifest manifest)
 
 ProjectPackage ProjectPackage::load(const fs::path& rootURL) {
     migrateIfNeeded(rootURL);
-    const std::string manifestData = readManifestFile(below(rootURL, "manifest.json"));
+    const std::string manifestData = readManifestOf(rootURL);
     assertSupported(schemaVersionInManifestData(manifestData), supportedSchemas);
     ProjectPackage package(rootURL, decodeDocument<ProjectManifest>(manifestData));
     package.validateIntegrity();
     return package;
+}
+
+ProjectPackageMigrationResult ProjectPackage::migrateIfNeeded(const fs::path& rootURL) {
+    const std::string manifestData = readManifestOf(rootURL);
+    const std::int64_t version = schemaVersionInManifestData(manifestData);
+    if (version == currentSchema) {
+        return {};
+    }
+    assertSupported(version, supportedSchemas);
+    ProjectPackage package(rootURL, decodeDocument<ProjectManifest>(manifestData));
+    validateManifest(package.manifest(), supportedSchemas);
+    const fs::path backup = createMigrationBackup(rootURL, package.manifest(), manifestData);
+
+    package.manifest().schemaVersion = currentSchema;
+    package.saveManifest();
+    if (isThere(package.eventsURL())) {
+        package.saveEvents(package.loadEvents());
+    }
+    if (isThere(package.editsURL())) {
+        package.saveEdits(package.loadEdits());
+    }
+    return {.migrated = true, .fromVersion = version, .toVersion = currentSchema, .backupURL = backup};
 }
 
 std::int64_t ProjectPackage::schemaVersionInManifestData(std::string_view text) {
@@ -162,8 +228,7 @@ fs::path ProjectPackage::cameraURL(const CameraTrackDescriptor& track) const {
 }
 
 void ProjectPackage::createDirectoriesIfNeeded() const {
-    std::error_code unreachable;
-    if (!fs::exists(rootURL_, unreachable)) {
+    if (!isThere(rootURL_)) {
         createDirectories(rootURL_);
     }
 }
@@ -178,27 +243,31 @@ void ProjectPackage::setCameraTracks(std::vector<CameraTrackDescriptor> tracks) 
 
 void ProjectPackage::saveManifest() const {
     validateManifest(manifest_, supportedSchemas);
-    writeManifestFile(manifestURL(), manifest_);
+    writeFileAtomically(manifestURL(), encodeDocument(manifest_));
 }
 
 void ProjectPackage::saveEvents(const EventTimeline& timeline) const {
-    writeEventsFile(eventsURL(), timeline);
+    writeFileAtomically(eventsURL(), [&](const std::function<void(std::string_view)>& put) {
+        JsonWriter writer(put);
+        writeEventTimeline(writer, timeline);
+    });
 }
 
 void ProjectPackage::saveEdits(const EditsDocument& document) const {
-    writeEditsFile(editsURL(), document);
+    writeFileAtomically(editsURL(), encodeDocument(document));
 }
 
 EventTimeline ProjectPackage::loadEvents() const {
-    FileInput file = openEventsFile(eventsURL());
+    FileInput file(eventsURL(), maximumEventsSize);
     assertSupported(manifest_.schemaVersion, supportedSchemas);
-    return readEvents(file);
+    JsonReader reader([&](char* buffer, std::size_t size) { return file.read(buffer, size); });
+    return readEventTimeline(reader);
 }
 
 EditsDocument ProjectPackage::loadEdits() const {
-    FileInput file = openEditsFile(editsURL());
+    FileInput file(editsURL(), maximumEditsSize);
     assertSupported(manifest_.schemaVersion, supportedSchemas);
-    return readEdits(file);
+    return decodeDocument<EditsDocument>(readAll(file));
 }
 
 void ProjectPackage::validateIntegrity() const {
