@@ -3,7 +3,6 @@
 #include <map>
 #include <thread>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "ExportFixtures.h"
@@ -93,49 +92,16 @@ TEST(ExportedMovieTests, FrameCountIsTheCeilingOfTheDuration) {
     }
 }
 
-TEST(ExportedMovieTests, StreamsAreTaggedAndPlainToPlay) {
-    const TemporaryFolder folder;
-    SyntheticMovie movie;
-    movie.times = evenTimes(75, 15);
-    movie.endTime = 5;
-    write(movie, folder.path("source.mov"));
-    ExportPreset preset = smallPreset(128, 128);
-    preset.mode = ExportSpeedQualityMode::highQuality;
-    FFmpegMP4Exporter exporter;
-    const ExportResult result =
-        exporter.exportMovie(request(folder.path("source.mov"), folder.path("movie.mp4"), preset));
-    EXPECT_EQ(result.outputURL, folder.path("movie.mp4"));
-    EXPECT_GT(result.framesPerSecond(), 0);
-
-    const Json facts = probed(folder.path("movie.mp4"));
-    ASSERT_EQ(facts.at("streams").size(), 1U) << "a silent source gives a silent movie";
-    const Json& video = facts.at("streams")[0];
-    const std::vector<std::pair<const char*, const char*>> tags{
-        {"codec_name", "h264"},      {"profile", "High"},      {"pix_fmt", "yuv420p"},
-        {"color_range", "tv"},       {"color_space", "bt709"}, {"color_primaries", "bt709"},
-        {"color_transfer", "bt709"}, {"r_frame_rate", "60/1"}, {"avg_frame_rate", "60/1"},
-        {"nb_frames", "300"}};
-    for (const auto& [key, value] : tags) {
-        EXPECT_EQ(video.at(key), value) << key;
-    }
-    EXPECT_EQ(video.at("has_b_frames"), 0);
-    double last = -1;
-    int sinceKey = 0;
-    for (const Json& packet : facts.at("packets")) {
-        const double time = std::stod(packet.at("pts_time").get<std::string>());
-        EXPECT_GT(time, last);
-        EXPECT_EQ(packet.at("pts"), packet.at("dts"));
-        last = time;
-        sinceKey = packet.at("flags").get<std::string>().front() == 'K' ? 0 : sinceKey + 1;
-        EXPECT_LT(sinceKey, 120);
-    }
-}
-
 TEST(ExportedMovieTests, FlatColoursArriveTrue) {
     const TemporaryFolder folder;
     const std::vector<Colour> colours{{16, 128, 128}, {235, 128, 128}, {81, 90, 240},
                                       {145, 54, 34},  {41, 240, 110},  {128, 100, 160}};
     for (const PixelSize size : {PixelSize{128, 72}, PixelSize{100, 80}}) {
+        ExportPreset preset = smallPreset(128, 72, 30);
+        if (size.width == 100) {
+            preset.codec = ExportCodec::hevc;
+            preset.profile = ExportVideoProfile::hevcMain;
+        }
         SyntheticMovie movie;
         movie.size = size;
         movie.times = evenTimes(int(colours.size()), 5);
@@ -144,8 +110,9 @@ TEST(ExportedMovieTests, FlatColoursArriveTrue) {
             return flatPicture(size, colours[std::size_t(index)]);
         };
         write(movie, folder.path("source.mov"));
-        FFmpegMP4Exporter().exportMovie(
-            request(folder.path("source.mov"), folder.path("movie.mp4"), smallPreset(128, 72, 30)));
+        FFmpegMP4Exporter().exportMovie(request(folder.path("source.mov"), folder.path("movie.mp4"), preset));
+        EXPECT_EQ(probed(folder.path("movie.mp4")).at("streams").size(), 1U)
+            << "it is as silent as its source";
         VideoReader reader(folder.path("movie.mp4"));
         while (const auto picture = reader.next()) {
             const Colour& expected = colours[std::size_t(numberAt(movie.times, picture->time))];

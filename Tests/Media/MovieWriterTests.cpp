@@ -9,7 +9,6 @@
 
 #include "MovieFixtures.h"
 #include "TavrinKit/Media/MovieWriter.h"
-#include "TavrinKit/Media/PixelConversion.h"
 #include "TavrinKit/Support/Files.h"
 
 namespace tavrin {
@@ -181,48 +180,6 @@ TEST(MovieWriter, GapsBecomeSilenceOverlapsAreDroppedAndJitterIsIgnored) {
     EXPECT_NEAR(tonePart(sound, 3.48, 3.98), 0.5, 0.02);
     EXPECT_TRUE(std::ranges::all_of(sound, [](float sample) { return std::isfinite(sample); }));
     EXPECT_EQ(readSound(settings.path, 44100, 2).size(), 2U * 4 * 44100);
-}
-
-TEST(MovieWriter, FlatColoursSurvive) {
-    const TemporaryFolder folder;
-    const PixelSize size = {256, 64};
-    const std::uint8_t colours[8][3] = {{0, 0, 0},     {255, 255, 255}, {40, 80, 200}, {200, 120, 30},
-                                        {30, 160, 90}, {128, 128, 128}, {250, 10, 10}, {10, 10, 250}};
-    const PixelBuffer drawn = PixelBuffer::allocate(PixelFormat::bgra8, size);
-    for (int y = 0; y < size.height; ++y) {
-        for (int x = 0; x < size.width; ++x) {
-            std::copy_n(colours[x / 32], 3, drawn.row(0, y) + 4 * x);
-        }
-    }
-    const PixelBuffer picture = PixelBuffer::allocate(PixelFormat::i420, size);
-    convertBGRXToI420(drawn, picture, {0, 0, size.width, size.height});
-    for (const VideoCodec codec : {VideoCodec::h264, VideoCodec::hevc}) {
-        MovieWriterSettings settings = smallMovie(folder / "colours.mp4");
-        settings.video->size = size;
-        settings.video->codec = codec;
-        settings.video->frameRate = 60;
-        settings.video->averageBitRate = 4'000'000;
-        settings.video->effort = EncoderEffort::veryfast;
-        settings.video->profile = codec == VideoCodec::hevc ? VideoProfile::hevcMain : VideoProfile::h264High;
-        MovieWriter writer(settings);
-        for (int i = 0; i < 30; ++i) {
-            writer.appendVideo(picture, i / 60.0);
-        }
-        writer.finish();
-
-        VideoReader reader(settings.path);
-        EXPECT_EQ(reader.info().codecName, codec == VideoCodec::hevc ? "hevc" : "h264");
-        const PixelBuffer back = PixelBuffer::allocate(PixelFormat::bgra8, size);
-        for (auto frame = reader.next(); frame; frame = reader.next()) {
-            convertI420ToBGRA(frame->pixels, back);
-            for (int patch = 0; patch < 8; ++patch) {
-                for (int c = 0; c < 3; ++c) {
-                    EXPECT_NEAR(back.row(0, 32)[4 * (32 * patch + 16) + c], colours[patch][c], 3)
-                        << "patch " << patch << " at " << frame->time;
-                }
-            }
-        }
-    }
 }
 
 TEST(MovieWriter, TheLastPictureStaysAndPausesHaveNoLimit) {
