@@ -64,7 +64,9 @@ Input openInput(const LiveVideoReader::Settings& settings) {
     if (context == nullptr) {
         throw std::bad_alloc();
     }
-    context->flags |= AVFMT_FLAG_NONBLOCK; // a device that falls silent must not hold the thread
+    // A device that falls silent must not hold the thread; and a buffer of a device is a whole picture with
+    // its time, which a parser could only delay and guess at.
+    context->flags |= AVFMT_FLAG_NONBLOCK | AVFMT_FLAG_NOPARSE | AVFMT_FLAG_NOFILLIN;
     ffmpeg::Options options;
     for (const auto& [name, value] : settings.options) {
         options.set(name.c_str(), value);

@@ -1,19 +1,16 @@
-#include <cstdarg>
+#include <cerrno>
 #include <cstring>
-#include <map>
 #include <optional>
 #include <string>
 #include <thread>
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <linux/videodev2.h>
-#include <sys/ioctl.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
+#include "FakeCamera.h"
 #include "Fixtures/PulseServer.h"
 #include "TavrinKit/Platform/Pulse/PulseError.h"
 #include "TavrinKit/Platform/Pulse/PulseMicrophoneCatalog.h"
@@ -23,12 +20,6 @@
 namespace tavrin::test {
 namespace {
 
-/// What stands in for the drivers of cameras: other devices of the machine that answer like one.
-std::map<std::string, v4l2_capability>& drivers() {
-    static std::map<std::string, v4l2_capability> byDevice;
-    return byDevice;
-}
-
 v4l2_capability answer(const std::string& card, std::uint32_t ofAll, std::optional<std::uint32_t> ofThisOne) {
     v4l2_capability capability{};
     std::memcpy(capability.card, card.data(), std::min(card.size(), sizeof capability.card));
@@ -37,41 +28,30 @@ v4l2_capability answer(const std::string& card, std::uint32_t ofAll, std::option
     return capability;
 }
 
-} // namespace
-
-/// In place of the library's, for this whole program.
-extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
-    va_list arguments;
-    va_start(arguments, request);
-    void* argument = va_arg(arguments, void*);
-    va_end(arguments);
-    if (request == VIDIOC_QUERYCAP) {
-        char device[64] = {};
-        const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
-        [[maybe_unused]] const ssize_t length = ::readlink(link.c_str(), device, sizeof device - 1);
-        if (const auto driver = drivers().find(device); driver != drivers().end()) {
-            *static_cast<v4l2_capability*>(argument) = driver->second;
-            return 0;
+/// Another device of the machine that answers like a camera.
+void standIn(const std::string& path, const v4l2_capability& capability) {
+    installDriver(path, [capability](unsigned long request, void* argument) {
+        if (request != VIDIOC_QUERYCAP) {
+            errno = ENOTTY;
+            return -1;
         }
-    }
-    return int(::syscall(SYS_ioctl, descriptor, request, argument));
+        *static_cast<v4l2_capability*>(argument) = capability;
+        return 0;
+    });
 }
-
-namespace {
 
 TEST(V4L2CameraCatalogTests, listsWhatCapturesPicturesInTheOrderOfNumbers) {
     const TemporaryFolder folder;
-    const auto device = [&folder](const char* name, const char* standIn) {
-        ASSERT_EQ(::symlink(standIn, (folder.path() + "/" + name).c_str()), 0);
+    const auto device = [&folder](const char* name, const char* target) {
+        ASSERT_EQ(::symlink(target, (folder.path() + "/" + name).c_str()), 0);
     };
     constexpr std::uint32_t camera = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_META_CAPTURE;
     const std::string cutName = "A name of 31 bytes and more....\xc3"; // half of a character
 
-    drivers() = {
-        {"/dev/null", answer("Desk Camera", camera, V4L2_CAP_VIDEO_CAPTURE)},
-        {"/dev/zero", answer("Desk Camera", camera, V4L2_CAP_META_CAPTURE)},
-        {"/dev/full", answer(cutName, V4L2_CAP_VIDEO_CAPTURE_MPLANE, std::nullopt)},
-        {"/dev/urandom", answer("Decoder", V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_VIDEO_OUTPUT, std::nullopt)}};
+    standIn("/dev/null", answer("Desk Camera", camera, V4L2_CAP_VIDEO_CAPTURE));
+    standIn("/dev/zero", answer("Desk Camera", camera, V4L2_CAP_META_CAPTURE));
+    standIn("/dev/full", answer(cutName, V4L2_CAP_VIDEO_CAPTURE_MPLANE, std::nullopt));
+    standIn("/dev/urandom", answer("Decoder", V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_VIDEO_OUTPUT, std::nullopt));
     device("video10", "/dev/null");
     device("video11", "/dev/zero");
     device("video2", "/dev/full");
@@ -84,7 +64,7 @@ TEST(V4L2CameraCatalogTests, listsWhatCapturesPicturesInTheOrderOfNumbers) {
     ASSERT_EQ(::mkfifo((folder.path() + "/video6").c_str(), 0600), 0);
 
     const auto cameras = V4L2CameraCatalog(folder.path()).devices({});
-    drivers().clear();
+    removeDrivers();
     EXPECT_THAT(cameras, testing::ElementsAre(
                              CaptureDevice{folder.path() + "/video2", cutName.substr(0, 31) + "\xef\xbf\xbd"},
                              CaptureDevice{folder.path() + "/video10", "Desk Camera"}));

@@ -1,0 +1,248 @@
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <deque>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <linux/videodev2.h>
+
+#include "FakeCamera.h"
+#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Platform/V4L2/CameraMode.h"
+#include "TavrinKit/Platform/V4L2/V4L2CameraCapture.h"
+#include "TavrinKit/Support/HostClock.h"
+
+namespace tavrin::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(CameraModeTests, theNearestRateThenTheBestSizeThenTheCheapestFormat) {
+    const std::vector<std::pair<std::vector<CameraMode>, CameraMode>> table = {
+        // A usual camera: raw pictures are large and slow, compressed ones are not.
+        {{{"yuyv422", {1920, 1080}, 5},
+          {"yuyv422", {640, 480}, 30},
+          {"mjpeg", {1920, 1080}, 30},
+          {"h264", {1920, 1080}, 30},
+          {"mjpeg", {3840, 2160}, 30}},
+         {"mjpeg", {1920, 1080}, 30}},
+        {{{"yuyv422", {1280, 720}, 10}, {"yuyv422", {640, 480}, 30}}, {"yuyv422", {640, 480}, 30}},
+        {{{"mjpeg", {1280, 720}, 60}, {"mjpeg", {1280, 720}, 29.97}, {"mjpeg", {640, 480}, 30}},
+         {"mjpeg", {1280, 720}, 29.97}},
+        {{{"mjpeg", {1280, 720}, 15}, {"mjpeg", {640, 480}, 20}}, {"mjpeg", {640, 480}, 20}},
+        {{{"h264", {2592, 1944}, 30}, {"h264", {2048, 1536}, 30}}, {"h264", {2048, 1536}, 30}},
+        {{{"h264", {1280, 720}, 30}, {"nv12", {1280, 720}, 0}}, {"nv12", {1280, 720}, 0}}};
+    for (const auto& [modes, best] : table) {
+        EXPECT_EQ(bestCameraMode(modes), best) << best.format << " " << best.size.width;
+    }
+    EXPECT_FALSE(bestCameraMode({}));
+}
+
+class FixedList : public CaptureDeviceCataloging {
+public:
+    explicit FixedList(std::vector<CaptureDevice> devices) : devices_(std::move(devices)) {}
+    [[nodiscard]] std::vector<CaptureDevice> devices(std::stop_token) const override { return devices_; }
+
+private:
+    std::vector<CaptureDevice> devices_;
+};
+
+class Permission : public CameraPermissionProviding {
+public:
+    explicit Permission(bool isGiven) : isGiven_(isGiven) {}
+    [[nodiscard]] bool requestAccessIfNeeded(std::stop_token) override { return isGiven_; }
+
+private:
+    bool isGiven_;
+};
+
+class CameraTests : public testing::Test {
+protected:
+    [[nodiscard]] std::filesystem::path movie() const { return folder.path() + "/camera.mov"; }
+
+    V4L2CameraCapture& capture(std::vector<CaptureDevice> devices, double patience = 6, bool mayUse = true) {
+        V4L2CameraCapture::Settings settings;
+        settings.devices = std::make_shared<FixedList>(std::move(devices));
+        settings.permissionProvider = std::make_shared<Permission>(mayUse);
+        settings.startPatience = patience;
+        return captures.emplace_back(movie(), settings);
+    }
+    V4L2CameraCapture& capture(const FakeCamera& camera, double patience = 6) {
+        return capture({{camera.path(), "Desk Camera"}}, patience);
+    }
+
+    static std::optional<CameraCaptureErrorKind> errorOf(const std::function<void()>& call,
+                                                         std::string* sentence = nullptr) {
+        try {
+            call();
+        } catch (const CameraCaptureError& error) {
+            if (sentence != nullptr) {
+                *sentence = error.what();
+            }
+            return error.kind();
+        }
+        return std::nullopt;
+    }
+
+    std::string output(const std::string& command) const {
+        const std::string file = folder.path() + "/payload";
+        EXPECT_EQ(Child({"/bin/sh", "-c", command + " > " + file + " 2>/dev/null"}).wait().exitCode, 0);
+        std::ifstream stream(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    const TemporaryFolder folder;
+    std::deque<V4L2CameraCapture> captures;
+    const CameraCaptureOptions options{.includeCamera = true, .preferredDeviceID = "gone"};
+};
+
+TEST_F(CameraTests, everyKindOfDeviceIsRecordedWithTheTimesOfItsPictures) {
+    const std::string still = "ffmpeg -v error -f lavfi -i color=c=0x30a050:size=1280x720 -frames:v 1 ";
+    struct Case {
+        std::uint32_t format;
+        std::string payload;
+    };
+    for (const Case& one :
+         {Case{V4L2_PIX_FMT_YUYV, ""}, Case{V4L2_PIX_FMT_MJPEG, output(still + "-f mjpeg -q:v 2 -")},
+          Case{V4L2_PIX_FMT_H264, output(still + "-c:v libx264 -tune zerolatency -f h264 -")}}) {
+        SCOPED_TRACE(one.format);
+        const FakeCamera camera({.modes = {{V4L2_PIX_FMT_YUYV, {1920, 1080}, 5},
+                                           {V4L2_PIX_FMT_GREY, {1920, 1080}, 30},
+                                           {one.format, {1280, 720}, 30}},
+                                 .payload = one.payload});
+        V4L2CameraCapture& recorder = capture(camera);
+        recorder.start(options, {});
+        EXPECT_EQ(errorOf([&] { recorder.start(options, {}); }), CameraCaptureErrorKind::alreadyStarted);
+        std::this_thread::sleep_for(1s);
+        const double before = HostClock::now();
+        const CameraCaptureTrackResult taken = recorder.stop({});
+        EXPECT_EQ(camera.mode().format, one.format);
+        EXPECT_EQ(taken.mediaURL, movie());
+        EXPECT_NEAR(taken.endedAt, before, 0.05);
+        EXPECT_THAT(recorder.warnings(), testing::Each(testing::StartsWith("camera_frames_dropped")));
+
+        VideoReader reader(movie());
+        EXPECT_EQ(reader.info().naturalSize, (PixelSize{1280, 720}));
+        EXPECT_NEAR(reader.info().duration, taken.duration(), 0.01);
+        const std::vector<double> times = camera.times();
+        double least = 255;
+        double most = 0;
+        int pictures = 0;
+        while (const auto frame = reader.next()) {
+            const double shownAt = taken.startedAt + frame->time;
+            const auto distance = [&](double stamp) {
+                return std::abs(HostClock::fromMonotonic(std::llround(stamp * 1e9)) - shownAt);
+            };
+            EXPECT_LT(distance(std::ranges::min(times, {}, distance)), 2e-5);
+            least = std::min<double>(least, frame->pixels.row(0, 300)[500]);
+            most = std::max<double>(most, frame->pixels.row(0, 300)[500]);
+            pictures += 1;
+        }
+        EXPECT_GE(pictures, 10);
+        if (one.payload.empty()) {
+            EXPECT_NEAR(most, 220, 3);
+            EXPECT_LT(least, 220 - pictures + 4);
+        } else {
+            EXPECT_NEAR(least, 128, 3); // 0x30a050 in BT.709, limited range
+            EXPECT_NEAR(most, 128, 3);
+        }
+    }
+}
+
+TEST_F(CameraTests, theMovieIsCutToTheTakeAndOutlivesTheDevice) {
+    V4L2CameraCapture& recorder = capture(
+        std::vector<CaptureDevice>{{"lavfi:testsrc2=size=320x240:rate=30:duration=1.5", "Synthetic"}});
+    recorder.start(options, {});
+    const double zero = HostClock::now() - 0.02;
+    recorder.setTimeZero(zero);
+    std::this_thread::sleep_for(600ms);
+    const double end = HostClock::now();
+    recorder.setEnd(end);
+    std::this_thread::sleep_for(300ms);
+    const CameraCaptureTrackResult whole = recorder.stop({});
+    EXPECT_EQ(whole.startedAt, zero);
+    EXPECT_EQ(whole.endedAt, end);
+    EXPECT_NEAR(probeMedia(movie()).duration, end - zero, 0.001);
+    EXPECT_THAT(recorder.warnings(), testing::IsEmpty());
+
+    recorder.start(options, {}); // and again, until it is pulled out
+    std::this_thread::sleep_for(2s);
+    EXPECT_THAT(recorder.warnings(), testing::ElementsAre("camera_disconnected"));
+    const double present = HostClock::now();
+    const CameraCaptureTrackResult cut = recorder.stop({});
+    EXPECT_NEAR(cut.endedAt, present, 0.05);
+    EXPECT_NEAR(probeMedia(cut.mediaURL).duration, 1.5, 0.05);
+    EXPECT_THAT(recorder.warnings(), testing::ElementsAre("camera_disconnected"));
+
+    const FakeCamera camera({.modes = {{V4L2_PIX_FMT_YUYV, {640, 480}, 30}}, .picturesToLive = 12});
+    V4L2CameraCapture& unplugged = capture(camera);
+    unplugged.start(options, {});
+    std::this_thread::sleep_for(800ms);
+    EXPECT_EQ(unplugged.stop({}).mediaURL, movie());
+    EXPECT_EQ(VideoReader(movie()).info().frameCount, 12);
+    EXPECT_THAT(unplugged.warnings(), testing::ElementsAre("camera_disconnected"));
+}
+
+TEST_F(CameraTests, aCameraThatDoesNotStartSaysWhyAndLeavesNothing) {
+    std::ofstream(movie()) << "what lay there";
+    std::string sentence;
+    const auto started = [&](V4L2CameraCapture& recorder) {
+        return errorOf([&] { recorder.start(options, {}); }, &sentence);
+    };
+    EXPECT_EQ(started(capture(std::vector<CaptureDevice>{})), CameraCaptureErrorKind::deviceUnavailable);
+    EXPECT_EQ(started(capture({{"/dev/null", ""}}, 6, false)), CameraCaptureErrorKind::permissionDenied);
+    EXPECT_TRUE(std::filesystem::exists(movie()));
+    EXPECT_EQ(started(capture({{"/dev/nowhere", "Old Camera"}})),
+              CameraCaptureErrorKind::recordingStartFailed);
+    EXPECT_EQ(started(capture({{"lavfi:nonsense", ""}})), CameraCaptureErrorKind::recordingStartFailed);
+    {
+        const FakeCamera camera({.modes = {{V4L2_PIX_FMT_GREY, {640, 480}, 30}}});
+        EXPECT_EQ(started(capture(camera)), CameraCaptureErrorKind::unableToAddInput);
+    }
+    {
+        const FakeCamera camera({.modes = {{V4L2_PIX_FMT_YUYV, {640, 480}, 30}}, .isBusy = true});
+        EXPECT_EQ(started(capture(camera)), CameraCaptureErrorKind::recordingStartFailed);
+        EXPECT_EQ(sentence, "Unable to start camera recording: The camera " + camera.path() +
+                                " is in use by another program.");
+    }
+    {
+        const FakeCamera camera({.modes = {{V4L2_PIX_FMT_YUYV, {640, 480}, 30}}, .isSilent = true});
+        EXPECT_EQ(started(capture(camera, 0.5)), CameraCaptureErrorKind::recordingStartFailed);
+        EXPECT_THAT(sentence, testing::HasSubstr("Desk Camera has delivered no picture for 0.5 seconds"));
+        // A device that can be waited for only by a cancel.
+        V4L2CameraCapture& recorder = capture(camera);
+        std::jthread canceller([&] {
+            std::this_thread::sleep_for(200ms);
+            recorder.cancel();
+        });
+        EXPECT_THROW(recorder.start(options, {}), CancellationError);
+    }
+    // A driver that hangs: the thread is left behind.
+    EXPECT_EQ(started(capture({{"lavfi:testsrc=rate=10:duration=3,realtime,select=0", "Hung"}}, 0.5)),
+              CameraCaptureErrorKind::recordingStartFailed);
+
+    V4L2CameraCapture& idle = capture(std::vector<CaptureDevice>{});
+    idle.cancel();
+    EXPECT_EQ(errorOf([&] { (void)idle.stop({}); }), CameraCaptureErrorKind::notStarted);
+    EXPECT_FALSE(std::filesystem::exists(movie()));
+}
+
+TEST_F(CameraTests, cancellingMidTakeRemovesTheFile) {
+    V4L2CameraCapture& recorder =
+        capture({{"other", ""}, {"lavfi:testsrc2=size=320x240:rate=30", "Synthetic"}});
+    CameraCaptureOptions preferring = options;
+    preferring.preferredDeviceID = "lavfi:testsrc2=size=320x240:rate=30";
+    recorder.start(preferring, {});
+    EXPECT_TRUE(std::filesystem::exists(movie()));
+    recorder.cancel();
+    EXPECT_FALSE(std::filesystem::exists(movie()));
+    EXPECT_EQ(errorOf([&] { (void)recorder.stop({}); }), CameraCaptureErrorKind::notStarted);
+}
+
+} // namespace
+} // namespace tavrin::test
