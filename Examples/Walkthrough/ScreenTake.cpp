@@ -5,14 +5,12 @@
 #include <fmt/format.h>
 
 #include "TavrinKit/Capture/CaptureCoordinator.h"
+#include "TavrinKit/Capture/CaptureSyncValidator.h"
 #include "TavrinKit/Capture/DesktopStreamCapture.h"
 #include "TavrinKit/Compositing/FFmpegEffectBakingRenderer.h"
 #include "TavrinKit/Export/FFmpegMP4Exporter.h"
 #include "TavrinKit/Export/OneClickExporter.h"
 #include "TavrinKit/Media/MovieReader.h"
-#include "TavrinKit/Platform/X11/X11CaptureBackend.h"
-#include "TavrinKit/Platform/X11/X11LiveCursorStateMonitor.h"
-#include "TavrinKit/Platform/X11/X11LiveInputEventMonitor.h"
 #include "TavrinKit/Readiness/SystemCapabilityService.h"
 #include "TavrinKit/Session/PrimaryFlowController.h"
 #include "TavrinKit/Session/SessionProjectLocator.h"
@@ -22,12 +20,37 @@ namespace tavrin::demo {
 
 namespace {
 
-/// Where the main display lies in the space of the events: y upward, its own bottom left at the origin.
-CaptureCoordinateMappingContext mappingContext(const ShareableContent& content,
-                                               const ShareableDisplay& display) {
-    const double top = content.mainDisplayHeight - display.frame.minY();
-    return {Rect{display.frame.minX(), top - display.frame.height, display.frame.width, display.frame.height},
-            content.mainDisplayHeight};
+/// Lets a capture pass through and keeps what its takes were warned of.
+class WarningKeeper : public ScreenStreamCapture {
+public:
+    explicit WarningKeeper(std::shared_ptr<DesktopStreamCapture> capture) : capture_(std::move(capture)) {}
+
+    void start(const CaptureOptions& options, std::stop_token stop) override {
+        capture_->start(options, std::move(stop));
+    }
+    [[nodiscard]] ScreenCaptureResult stop(std::stop_token stop) override {
+        ScreenCaptureResult result = capture_->stop(std::move(stop));
+        warnings_.with([&](std::vector<std::string>& warnings) { warnings = result.warnings; });
+        return result;
+    }
+    void cancelRecording(std::stop_token stop) override { capture_->cancelRecording(std::move(stop)); }
+
+    [[nodiscard]] std::vector<std::string> warnings() const { return warnings_.copy(); }
+    [[nodiscard]] CaptureStatistics statistics() const { return capture_->statistics(); }
+
+private:
+    const std::shared_ptr<DesktopStreamCapture> capture_;
+    Guarded<std::vector<std::string>> warnings_;
+};
+
+DesktopPlatform platformFor(const ScreenTake::Settings& settings) {
+    DesktopPlatformSettings wanted;
+    if (!settings.display.empty()) {
+        wanted.kind = DesktopPlatform::Kind::x11;
+        wanted.display = settings.display;
+    }
+    wanted.syntheticCameraID = settings.syntheticCameraID;
+    return loadDesktopPlatform(wanted);
 }
 
 } // namespace
@@ -35,15 +58,12 @@ CaptureCoordinateMappingContext mappingContext(const ShareableContent& content,
 /// Everything that lives only while a take is recorded.
 class ScreenTake::Recorder {
 public:
-    explicit Recorder(const std::string& display)
-        : backend_(std::make_shared<X11CaptureBackend>(display)), inputMonitor_({.displayName = display}),
-          cursorMonitor_({.displayName = display}) {
-        const ShareableContent content = backend_->shareableContent(true, true);
-        if (content.displays.empty()) {
+    explicit Recorder(const Settings& settings)
+        : platform_(platformFor(settings)), inputMonitor_(platform_.makeInputMonitor()),
+          cursorMonitor_(platform_.makeCursorMonitor()) {
+        if (platform_.backend->shareableContent(true, true).displays.empty()) {
             throw Error("There is no display to record.");
         }
-        options_.target = RecordingTarget::display("main");
-        options_.mappingContext = mappingContext(content, content.displays.front());
     }
 
     ~Recorder() {
@@ -55,21 +75,21 @@ public:
         std::filesystem::remove(temporaryDirectory_, ignored); // only when nothing is left in it
     }
 
-    void start(const std::filesystem::path& packagePath, bool excludeCursor, const std::stop_token& stop) {
+    void start(const std::filesystem::path& packagePath, const Settings& settings,
+               const std::stop_token& stop) {
+        options_ = optionsFor(settings, stop);
         temporaryDirectory_ =
             packagePath.parent_path() / fmt::format(".{}.recording", packagePath.filename().string());
         createDirectories(temporaryDirectory_);
-        DesktopStreamCapture::Services services;
-        services.backend = backend_;
-        capture_ = std::make_shared<DesktopStreamCapture>(services, temporaryDirectory_);
+        capture_ = std::make_shared<WarningKeeper>(std::make_shared<DesktopStreamCapture>(
+            platform_.captureServices(), temporaryDirectory_, CaptureApplicationExclusionRule{}));
         coordinator_ = std::make_shared<CaptureCoordinator>(capture_, std::make_shared<InputEventRecorder>());
         flow_ = std::make_unique<PrimaryFlowController>(coordinator_);
-        options_.excludeCursorFromSource = excludeCursor;
 
         flow_->newRecording(packagePath, options_, stop);
         recording_ = true;
-        inputMonitor_.start([this](const LiveInputEventSample& sample) { take(sample); });
-        cursorMonitor_.start([this](const LiveCursorStateSample& sample) { take(sample); });
+        inputMonitor_->start([this](const LiveInputEventSample& sample) { take(sample); });
+        cursorMonitor_->start([this](const LiveCursorStateSample& sample) { take(sample); });
     }
 
     [[nodiscard]] EditorSession finish(const std::stop_token& stop) {
@@ -83,11 +103,26 @@ public:
     }
 
     [[nodiscard]] std::int64_t droppedFrames() const { return capture_->statistics().droppedFrames; }
+    [[nodiscard]] std::vector<std::string> warnings() const { return capture_->warnings(); }
+    [[nodiscard]] const CaptureOptions& options() const { return options_; }
 
 private:
+    /// This program's only window is the demonstration's, which is to be seen: nothing is excluded.
+    [[nodiscard]] CaptureOptions optionsFor(const Settings& settings, const std::stop_token& stop) const {
+        const ChosenSource source = chooseSource(platform_.backend, settings.source, stop);
+        CaptureOptions options;
+        options.target = source.target;
+        options.mappingContext = source.mappingContext;
+        options.excludeCursorFromSource = settings.excludeCursor;
+        options.audio = settings.audio;
+        options.camera = settings.camera;
+        options.applicationExclusionRule = {};
+        return options;
+    }
+
     void stopMonitors() {
-        inputMonitor_.stop();
-        cursorMonitor_.stop();
+        inputMonitor_->stop();
+        cursorMonitor_->stop();
     }
 
     void take(const LiveInputEventSample& sample) {
@@ -108,32 +143,34 @@ private:
                                         sample.visible, sample.appearance);
     }
 
-    const std::shared_ptr<X11CaptureBackend> backend_;
+    const DesktopPlatform platform_;
     CaptureOptions options_;
     std::filesystem::path temporaryDirectory_;
-    std::shared_ptr<DesktopStreamCapture> capture_;
+    std::shared_ptr<WarningKeeper> capture_;
     std::shared_ptr<CaptureCoordinator> coordinator_;
     std::unique_ptr<PrimaryFlowController> flow_;
     bool recording_ = false;
     // Last, so that they go first: their threads call the coordinator.
-    X11LiveInputEventMonitor inputMonitor_;
-    X11LiveCursorStateMonitor cursorMonitor_;
+    std::unique_ptr<LiveInputEventMonitoring> inputMonitor_;
+    std::unique_ptr<LiveCursorStateMonitoring> cursorMonitor_;
 };
 
 ScreenTake::ScreenTake(Settings settings)
-    : settings_(std::move(settings)), recorder_(std::make_unique<Recorder>(settings_.display)) {}
+    : settings_(std::move(settings)), recorder_(std::make_unique<Recorder>(settings_)) {}
 
 ScreenTake::~ScreenTake() = default;
 
 void ScreenTake::start(const std::stop_token& stop) {
     SessionProjectLocator::ensureRootDirectoryExists(settings_.outputDirectory);
     packagePath_ = SessionProjectLocator::makeSessionProjectURL(settings_.outputDirectory, currentDate());
-    recorder_->start(packagePath_, settings_.excludeCursor, stop);
+    recorder_->start(packagePath_, settings_, stop);
 }
 
 void ScreenTake::finish(const std::stop_token& stop) {
     session_ = recorder_->finish(stop);
     framesDropped_ = recorder_->droppedFrames();
+    warnings_ = recorder_->warnings();
+    options_ = recorder_->options();
     recorder_.reset();
 }
 
@@ -166,6 +203,10 @@ TakeFacts ScreenTake::facts() const {
     facts.keys = events.keyEvents().size();
     facts.cursorStates = events.cursorStates().size();
     facts.zoomSegments = session_->edits().timeline.zoomTrack.segments.size();
+    const CaptureSyncValidationReport report = CaptureSyncValidator().validate(session_->package(), options_);
+    facts.validation = report.summary();
+    facts.passesValidation = report.passes();
+    facts.warnings = warnings_;
     return facts;
 }
 

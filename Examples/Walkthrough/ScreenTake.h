@@ -7,8 +7,11 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <vector>
 
+#include "Examples/Walkthrough/SourceChoice.h"
 #include "TavrinKit/Export/MP4Exporting.h"
+#include "TavrinKit/Platform/Desktop/DesktopPlatform.h"
 #include "TavrinKit/Project/ExportPreset.h"
 #include "TavrinKit/Session/EditorSession.h"
 
@@ -25,9 +28,12 @@ struct TakeFacts {
     std::size_t keys = 0;
     std::size_t cursorStates = 0;
     std::size_t zoomSegments = 0;
+    std::string validation; ///< what the check of the tracks says, in a line
+    bool passesValidation = false;
+    std::vector<std::string> warnings; ///< what went wrong without ending the take
 };
 
-/// One take of an X display, from the first picture to the exported movie: the whole road through the
+/// One take of a desktop, from the first picture to the exported movie: the whole road through the
 /// library.
 ///
 ///     ScreenTake take({.display = ":0", .outputDirectory = folder});
@@ -40,20 +46,24 @@ struct TakeFacts {
 class ScreenTake {
 public:
     struct Settings {
-        std::string display;                   ///< as in ":0"
+        std::string display;                   ///< of X, as in ":0"; empty: that of this session
         std::filesystem::path outputDirectory; ///< gets the package's folder and the movie; made when missing
         bool excludeCursor = true;             ///< the cursor is drawn in the export, from the events
+        SourceChoice source;                   ///< what to record of the display
+        AudioCaptureOptions audio;
+        CameraCaptureOptions camera;
+        std::string syntheticCameraID; ///< as of `DesktopPlatformSettings`
     };
 
-    /// Connects to the display and finds out what there is to record.
+    /// Finds out whether there is something to record.
     /// @throws Error of the platform
     explicit ScreenTake(Settings settings);
     ~ScreenTake();
     ScreenTake(const ScreenTake&) = delete;
     ScreenTake& operator=(const ScreenTake&) = delete;
 
-    /// Records the main display, its input and its cursor from now on.
-    /// @throws Error, CancellationError; then nothing is left running
+    /// Records the source, the input and the cursor from now on.
+    /// @throws Error, also when there is no such source, CancellationError; then nothing is left running
     void start(const std::stop_token& stop = {});
 
     /// Ends the recording, writes the package and opens it, with zooms generated from the clicks.
@@ -79,7 +89,9 @@ private:
     std::filesystem::path packagePath_;
     std::unique_ptr<Recorder> recorder_;
     std::optional<EditorSession> session_;
+    CaptureOptions options_; ///< what was recorded
     std::int64_t framesDropped_ = 0;
+    std::vector<std::string> warnings_;
 };
 
 /// Exports an open session with one call, three attempts at the most on each road. What the machine isn't

@@ -15,7 +15,9 @@
 #include "Examples/Walkthrough/Interrupts.h"
 #include "Examples/Walkthrough/ScreenTake.h"
 #include "Examples/Walkthrough/Showcase.h"
+#include "Examples/Walkthrough/SourceList.h"
 #include "Examples/Walkthrough/Terminal.h"
+#include "TavrinKit/Platform/V4L2/V4L2CameraCatalog.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TavrinKit/Session/SessionProjectLocator.h"
 #include "TavrinKit/Support/Cancellation.h"
@@ -37,6 +39,20 @@ void untilStopped(Work work) {
     } catch (const CancellationError&) {
         fmt::print("\nStopped.\n");
     }
+}
+
+ScreenTake::Settings takeSettings(const CommandLine& commandLine, const std::string& display,
+                                  bool demonstration) {
+    ScreenTake::Settings settings;
+    settings.display = display;
+    settings.outputDirectory = outputDirectory(commandLine);
+    settings.source = {.windowTitle = commandLine.window, .area = commandLine.area};
+    settings.audio = {.includeSystemAudio = commandLine.sound, .includeMicrophone = commandLine.microphone};
+    settings.camera.includeCamera = commandLine.camera;
+    if (demonstration && commandLine.camera) {
+        settings.syntheticCameraID = V4L2CameraCatalog::testPictureID;
+    }
+    return settings;
 }
 
 void recordUsersDisplay(ScreenTake& take, const CommandLine& commandLine, const std::stop_token& stop) {
@@ -109,6 +125,11 @@ void printFacts(const ScreenTake& take, const ExportResult& movie) {
         {"Export speed", fmt::format("{:.2f} x real time, {:.0f} frames per second",
                                      movie.durationSeconds / movie.elapsedSeconds, movie.framesPerSecond())},
     });
+    fmt::print("\n{}\n", facts.validation);
+    for (const std::string& warning : facts.warnings) {
+        fmt::print("Warning: {}\n", warning);
+    }
+    std::fflush(stdout);
 }
 
 /// A demonstration that ran to its end but left no trace was not recorded, whatever the movie shows.
@@ -120,6 +141,9 @@ void requirePlausible(const TakeFacts& facts) {
     if (facts.zoomSegments < 3) {
         throw Error("The recording has too few zooms for the clicks of the demonstration.");
     }
+    if (!facts.passesValidation) {
+        throw Error("The recording is not sound. " + facts.validation);
+    }
     if (facts.framesTaken < 60) {
         throw Error("The recording has too few pictures of the demonstration.");
     }
@@ -127,14 +151,19 @@ void requirePlausible(const TakeFacts& facts) {
 
 void run(const CommandLine& commandLine, Interrupts& interrupts) {
     const char* usersDisplay = std::getenv("DISPLAY");
-    const bool demonstration = usersDisplay == nullptr || *usersDisplay == '\0';
+    const bool hasDisplay = usersDisplay != nullptr && *usersDisplay != '\0';
+    if (commandLine.list) {
+        printSources(loadDesktopPlatform());
+        return;
+    }
+    const bool demonstration = !hasDisplay;
     std::optional<VirtualDisplay> ownDisplay;
     if (demonstration) {
         ownDisplay.emplace();
     }
     bool shortened = false;
     const std::string display = demonstration ? ownDisplay->name() : usersDisplay;
-    ScreenTake take({.display = display, .outputDirectory = outputDirectory(commandLine)});
+    ScreenTake take(takeSettings(commandLine, display, demonstration));
     const std::stop_token recordingStop = interrupts.beginStage();
     if (demonstration) {
         recordDemonstration(take, display, commandLine, recordingStop, shortened);
