@@ -43,9 +43,8 @@ TEST(PlaybackTrim, ARangeIsHeldInTheSource) {
     EXPECT_EQ(PlaybackTrim::resolvedRange(timeline, nan), (ClipTimeRange{0, 0}));
     timeline.trimRange = ClipTimeRange{4, 2};
     EXPECT_EQ(PlaybackTrim::resolvedRange(timeline, 10), (ClipTimeRange{4, 4 + 1.0 / 60}));
-}
 
-TEST(PlaybackTrim, LessThanHalfAFrameIsNoTrim) {
+    // less than half a frame is no trim
     EXPECT_FALSE(PlaybackTrim::isActive({0.004, 9.996}, 10));
     EXPECT_TRUE(PlaybackTrim::isActive({0.009, 10}, 10));
     EXPECT_TRUE(PlaybackTrim::isActive({0, 9.99}, 10));
