@@ -52,10 +52,9 @@ struct TakeGroup {
 
 /// The clips of an edit, by lane, then start, then id, and their takes. Both keys are required in JSON.
 ///
-/// Its edits keep two promises: the clips are in order, and no two clips of a lane
-/// overlap. Times are snapped to the frames of the project's frame rate `fps`; a rate below 1 counts as 1,
-/// one that is not finite as 60. No piece becomes shorter than a frame. The ranges that they make are
-/// normalised like every ClipTimeRange.
+/// Its edits keep two promises: the clips are in order, and no two clips of a lane overlap. Times are snapped
+/// to the frames of the project's frame rate `fps`; a rate below 1 counts as 1, one that is not finite as 60.
+/// No piece becomes shorter than a frame. The ranges that they make are normalised like every ClipTimeRange.
 ///
 /// An edit that can't be made throws before it changes anything. `overlapDetected` is the exception: it says
 /// that clips overlap after the edit, which has been made. Clips that overlapped when the track was read are
@@ -67,9 +66,8 @@ struct VideoTrack {
     [[nodiscard]] VideoTrack normalized() const;
     void normalizeClipOrder();
 
-    /// @throws VideoTrackEditError::overlapDetected for the lowest lane on which a clip starts more than
-    /// 0.0001
-    ///         seconds before the end of the one in front of it
+    /// @throws VideoTrackEditError::overlapDetected for the lowest lane on which a clip starts more than a
+    ///         tenth of a millisecond before the end of the one in front of it
     void assertNoOverlap() const;
 
     /// Makes two clips of one; the left piece keeps the id. Both play what the clip played there, by the

@@ -17,8 +17,8 @@ namespace tavrin {
 ///
 /// As strict as `parseJson`: the same grammar, UTF-8 and depth limit, the same errors with their paths, and
 /// as there the last of several equal keys holds, and a null counts as a missing key. After an error the
-/// reader is of no more use. A record is read by a
-/// function `read(JsonReader&, T&)`, most simply by handing its fields to `readRecord`.
+/// reader is of no more use. A record is read by a function `read(JsonReader&, T&)`, most simply by handing
+/// its fields to `readRecord`.
 class JsonReader {
 public:
     /// Fills the buffer, in part or whole, and returns how much; 0 at the end.

@@ -1,5 +1,6 @@
 #include "TavrinKit/Support/Log.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -37,6 +38,7 @@ void logRecoverableFailure(std::string_view service, std::string_view context,
     for (const auto& [key, value] : metadata) {
         line += fmt::format(" {}={}", key, value);
     }
+    std::ranges::replace(line, '\n', ' '); // of names and sentences from outside
     line += '\n';
     std::fwrite(line.data(), 1, line.size(), stderr);
 }

@@ -1,7 +1,10 @@
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include "TavrinKit/Support/Files.h"
 #include "TavrinKit/Support/HostClock.h"
+#include "TavrinKit/Support/Log.h"
 #include "TavrinKit/Support/Text.h"
 #include "TavrinKit/Support/UUID.h"
 
@@ -75,6 +78,18 @@ TEST(TextTests, charactersAreWhatAReaderCounts) {
     EXPECT_EQ(upperCased("stra\xC3\x9F"
                          "e"),
               "STRASSE");
+}
+
+TEST(LogTests, aFailureIsOneLineWithItsMetadataInOrder) {
+    const auto error = std::make_exception_ptr(Error("Two\nlines.", std::make_exception_ptr(Error("Why."))));
+    testing::internal::CaptureStderr();
+    logRecoverableFailure("TavrinKit.Test", "step", error, {{"path", "a\nb"}, {"a", "1"}});
+    const std::string log = testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(log.starts_with("[TavrinKit.Test] step a=1 error=tavrin::Error: Two lines. <- tavrin::Error: "
+                                "Why. path=a b stack="))
+        << log;
+    EXPECT_EQ(log.find('\n'), log.size() - 1);
+    EXPECT_EQ(std::ranges::count(log, '|'), 7); // the first eight calls of the stack
 }
 
 TEST(HostClockTests, followsTheWallAndNeverRunsBack) {
