@@ -15,8 +15,12 @@ constexpr double skewWander = square(0.2e-6);          // per second
 constexpr double timeWander = square(20e-6);           // per second
 constexpr double leastNoise = square(0.3e-3);          // of any measurement
 constexpr double mostSkew = 0.01;
-constexpr double leastContradiction = 0.010; // seconds
+constexpr double earliest = 0.010; // seconds before the expected: beyond, it contradicts
+constexpr double latest = 0.040;   // and behind it
 constexpr int contradictionsOfAJump = 3;
+constexpr double leastLag = 0.002; // seconds
+constexpr int lagsOfAShift = 100;
+constexpr double lateDistrust = 4;
 constexpr double settledVariance = square(2e-3);
 constexpr int settledMeasurements = 8;
 
@@ -34,15 +38,26 @@ void StreamClock::measure(double frame, double hostTime, double uncertainty) {
     predict(frame);
     const double error = hostTime - time_;
     const double expected = timeVariance_ + variance + noise_;
-    if (std::abs(error) > std::max(leastContradiction, 6 * std::sqrt(expected))) {
+    const double most = error > 0 ? latest : earliest;
+    if (std::abs(error) > std::max(most, 6 * std::sqrt(expected))) {
         if (++contradictions_ >= contradictionsOfAJump) {
             startAt(frame, hostTime, variance + noise_);
         }
         return;
     }
     contradictions_ = 0;
-    noise_ = std::max(leastNoise, noise_ + 0.05 * (square(error) - variance - timeVariance_ - noise_));
-    correct(error, variance + noise_);
+    const double late = std::max(error - 2 * std::sqrt(expected), 0.0);
+    if (late > leastLag) {
+        leastLate_ = lags_++ == 0 ? error : std::min(leastLate_, error);
+        if (lags_ >= lagsOfAShift) { // what never was in time for so long has shifted
+            startAt(frame, hostTime - error + leastLate_, variance + noise_);
+            return;
+        }
+    } else {
+        lags_ = 0;
+        noise_ = std::max(leastNoise, noise_ + 0.05 * (square(error) - variance - timeVariance_ - noise_));
+    }
+    correct(error, variance + noise_ + lateDistrust * square(late));
 }
 
 void StreamClock::forgetTime() {
@@ -64,6 +79,7 @@ void StreamClock::startAt(double frame, double hostTime, double variance) {
     covariance_ = 0;
     measurements_ = 1;
     contradictions_ = 0;
+    lags_ = 0;
 }
 
 void StreamClock::predict(double frame) {

@@ -9,8 +9,10 @@ namespace tavrin {
 ///
 /// A Kalman filter over offset and skew. Once it has settled it does what the delay-locked loop of
 /// F. Adriaensen ("Using a DLL to filter time", 2005) does, but it weighs each measurement by how sure that
-/// one is, needs no regular ones, and settles at once. Measurements that contradict it three times in a row
-/// mean that the stream has jumped; it then starts anew from them. One thread at a time.
+/// one is, needs no regular ones, and settles at once. A server counts frames late, by up to a buffer when it
+/// takes back what it had rendered, but never early: who is late therefore counts less. Measurements that
+/// contradict it three times in a row mean that the stream has jumped; it then starts anew from them. One
+/// thread at a time.
 class StreamClock {
 public:
     /// @param sampleRate  nominal, frames per second
@@ -48,6 +50,8 @@ private:
     double noise_; ///< variance of the measurements as observed
     int measurements_ = 0;
     int contradictions_ = 0; ///< in a row
+    int lags_ = 0;           ///< late measurements in a row
+    double leastLate_ = 0;   ///< of those, seconds
 };
 
 } // namespace tavrin

@@ -10,7 +10,8 @@
 namespace tavrin {
 namespace {
 
-constexpr double fragmentSeconds = 0.04;
+/// Also the bound of what the server's counting is late by, twice over.
+constexpr double fragmentSeconds = 0.02;
 constexpr double timingInterval = 0.1; ///< seconds, and up to half of that more
 constexpr double firstTimingInterval = 0.02;
 /// Seconds without sound after which its time is measured anew.

@@ -23,8 +23,9 @@ constexpr double patienceAtEnd = 0.25;
 constexpr double reconnectPatience = 2;
 constexpr auto reconnectInterval = 200ms;
 constexpr double shortestInterruption = 0.25;
-/// Until a device that was just opened brings its first sound.
-constexpr double longestBeginning = 1;
+/// Until a device that was just opened brings its first sound: an idle one has played silence ahead.
+constexpr double longestBeginning = 2.5;
+constexpr double leastLoss = 1;
 
 SteadySound::Settings soundSettings(const PulseSoundSettings& settings) {
     SteadySound::Settings sound;
@@ -72,7 +73,7 @@ void PulseSoundRecorder::run() {
     mixer_ = std::make_unique<SteadySoundMixer>(soundSettings(settings_), startTime_, deliver_);
     try {
         connect(settings_.startPatience);
-        deviceName_ = session_->deviceName();
+        source_ = session_->device().source;
     } catch (...) {
         started_.set_exception(std::current_exception());
         return;
@@ -138,19 +139,19 @@ void PulseSoundRecorder::noteSound(double from, double until) {
 }
 
 void PulseSoundRecorder::noteDevice() {
-    const std::string& name = session_->deviceName();
-    if (!name.empty() && name != deviceName_) {
-        if (!deviceName_.empty()) {
-            warn("device_changed:" + name);
+    const auto& [source, description] = session_->device();
+    if (!source.empty() && source != source_) {
+        if (!source_.empty()) {
+            warn("device_changed:" + (description.empty() ? source : description));
         }
-        deviceName_ = name;
+        source_ = source;
     }
 }
 
 void PulseSoundRecorder::noteEnd(double end) {
     if (!soundUntil_ && settings_.kind == PulseSoundSettings::Kind::microphone) {
         warn("delivered_nothing");
-    } else if (end - soundUntil_.value_or(startTime_) >= longestBeginning) {
+    } else if (end - soundUntil_.value_or(startTime_) >= leastLoss) {
         warn("lost");
     }
 }

@@ -69,7 +69,7 @@ private:
     std::unique_ptr<PulseSoundSession> session_; ///< null while there is no server
     double startTime_ = 0;
     std::optional<double> soundUntil_; ///< host clock
-    std::string deviceName_;
+    std::string source_;               ///< the name of the device that was recorded last
 };
 
 } // namespace tavrin

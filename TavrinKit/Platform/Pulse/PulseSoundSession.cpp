@@ -101,10 +101,9 @@ void PulseSoundSession::followDevice() {
     for (Lane& lane : lanes_) {
         lane.retiresAt = lane.retiresAt.value_or(HostClock::now() + retirement);
     }
-    deviceName_.clear();
+    device_ = device.value_or(PulseDevice{});
     if (device) {
         open({device->source});
-        deviceName_ = device->description.empty() ? device->source : device->description;
     }
 }
 

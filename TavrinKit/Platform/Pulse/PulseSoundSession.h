@@ -46,8 +46,8 @@ public:
     /// What is recorded has a source; with applications always.
     [[nodiscard]] bool hasSource() const;
 
-    /// The device's description; empty for applications or when there is none.
-    [[nodiscard]] const std::string& deviceName() const { return deviceName_; }
+    /// What is recorded; without a name for applications or when there is none.
+    [[nodiscard]] const PulseDevice& device() const { return device_; }
 
 private:
     struct Lane {
@@ -71,7 +71,7 @@ private:
     const Heard heard_;
     bool mayHaveChanged_ = true; ///< set by the server's news
     double earliestFollow_ = 0;  ///< host clock
-    std::string deviceName_;
+    PulseDevice device_;
     PulseConnection connection_;
     std::vector<Lane> lanes_; ///< go before the connection
 };
