@@ -20,7 +20,8 @@ struct CaptureSelection {
 };
 
 /// @param exclusionRule  whose windows to leave out, besides those that `options` names
-/// @throws DesktopStreamCaptureError (targetNotFound, targetNotSupported)
+/// A window is recorded alone: nothing is left out of its take.
+/// @throws DesktopStreamCaptureError targetNotFound
 [[nodiscard]] CaptureSelection captureSelection(const CaptureOptions& options,
                                                 const CaptureApplicationExclusionRule& exclusionRule,
                                                 const ShareableContent& content);
@@ -29,6 +30,27 @@ struct CaptureSelection {
 /// @return null when there is none
 [[nodiscard]] const ShareableDisplay* findDisplay(const std::string& identifier,
                                                   const ShareableContent& content);
+
+/// @param identifier  a window's number in decimal, also with a plus sign or zeros in front
+/// @return null when there is none
+[[nodiscard]] const ShareableWindow* findWindow(const std::string& identifier,
+                                                const ShareableContent& content);
+
+/// The pixels that a window comes to: those of `contentRect`, or of `fallbackFrame` where that is no larger
+/// than a point. Not yet even.
+/// @param pointPixelScale  1 when it makes no sense
+[[nodiscard]] PixelSize resolvedWindowCapturePixelSize(const Rect& contentRect, double pointPixelScale,
+                                                       const Rect& fallbackFrame);
+
+/// Pixels for each point of a display, across and down.
+[[nodiscard]] Size2D resolvedDisplayScale(const ShareableDisplay& display);
+
+/// The part of an area that lies on a display: points, relative to the display, y downward.
+/// @param rect               global points, y upward
+/// @param mainDisplayHeight  without it the display's frame counts as y upward already
+/// @throws DesktopStreamCaptureError targetNotFound, when no more than a strip of one point does
+[[nodiscard]] Rect areaSourceRect(const Rect& rect, const ShareableDisplay& display,
+                                  std::optional<double> mainDisplayHeight);
 
 /// The size to record a source of this size in: an encoder takes even sizes only, so that a last odd column
 /// or row is left out; never less than 2 by 2.

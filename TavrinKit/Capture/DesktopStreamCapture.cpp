@@ -263,8 +263,14 @@ void DesktopStreamCapture::makeStream(ActiveSession& session, const CaptureSelec
             Size2D{double(selection.width), double(selection.height)});
     }
     session.outputBridge = std::make_shared<StreamOutputBridge>(session.writer, session.geometryRecorder);
-    session.stream = services_.backend->makeStream(selection.filter, streamConfiguration(selection, options),
-                                                   session.outputBridge);
+    try {
+        session.stream = services_.backend->makeStream(
+            selection.filter, streamConfiguration(selection, options), session.outputBridge);
+    } catch (const CancellationError&) {
+        throw;
+    } catch (...) { // the source may have gone since it was selected
+        throw DesktopStreamCaptureError::captureStartFailed(std::current_exception());
+    }
 }
 
 /// Started are a stream whose start has returned and that has delivered a sample; a failure of either ends

@@ -7,11 +7,6 @@ DesktopStreamCaptureError DesktopStreamCaptureError::targetNotFound(const std::s
             "Unable to find capture target: " + targetID + "."};
 }
 
-DesktopStreamCaptureError DesktopStreamCaptureError::targetNotSupported(const std::string& description) {
-    return {DesktopStreamCaptureErrorKind::targetNotSupported,
-            "Recording " + description + " is not supported yet."};
-}
-
 DesktopStreamCaptureError DesktopStreamCaptureError::systemAudioNotSupported() {
     return {DesktopStreamCaptureErrorKind::systemAudioNotSupported,
             "Recording system audio is not supported here."};

@@ -9,7 +9,6 @@ namespace tavrin {
 
 enum class DesktopStreamCaptureErrorKind {
     targetNotFound,
-    targetNotSupported,
     systemAudioNotSupported,
     captureStartFailed,
     captureStopFailed,
@@ -29,8 +28,6 @@ enum class DesktopStreamCaptureErrorKind {
 class DesktopStreamCaptureError : public ErrorFamily<DesktopStreamCaptureErrorKind> {
 public:
     [[nodiscard]] static DesktopStreamCaptureError targetNotFound(const std::string& targetID);
-    /// @param description  of the kind of target, as in "a window"
-    [[nodiscard]] static DesktopStreamCaptureError targetNotSupported(const std::string& description);
     /// The display server's streams carry no sound.
     [[nodiscard]] static DesktopStreamCaptureError systemAudioNotSupported();
     [[nodiscard]] static DesktopStreamCaptureError captureStartFailed(const std::exception_ptr& underlying);

@@ -61,6 +61,8 @@ struct ContentFilter {
     struct Display {
         std::uint32_t displayID;
         std::vector<ShareableApplication> excludedApplications;
+        /// Leaves out, besides those, what comes to have windows only while the stream runs.
+        CaptureApplicationExclusionRule exclusionRule;
     };
     struct Window {
         std::uint32_t windowID;

@@ -28,7 +28,6 @@ AppErrorCode codeOf(const DesktopStreamCaptureError& error) {
     using enum DesktopStreamCaptureErrorKind;
     switch (error.kind()) {
     case targetNotFound:
-    case targetNotSupported:
         return AppErrorCode::captureTargetUnavailable;
     case alreadyRecording:
         return AppErrorCode::captureAlreadyRecording;

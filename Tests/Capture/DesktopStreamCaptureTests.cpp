@@ -163,10 +163,9 @@ TEST_F(DesktopStreamCaptureTest, RefusesWhatItCannotRecord) {
         std::string sentence;
     } cases[] = {
         {RecordingTarget::display("041"), false, Kind::targetNotFound, "Unable to find capture target: 041."},
-        {RecordingTarget::window("1"), false, Kind::targetNotSupported,
-         "Recording a window is not supported yet."},
-        {RecordingTarget::area("41", {}), false, Kind::targetNotSupported,
-         "Recording an area is not supported yet."},
+        {RecordingTarget::window("1"), false, Kind::targetNotFound, "Unable to find capture target: 1."},
+        {RecordingTarget::area("41", {63, 0, 9, 9}), false, Kind::targetNotFound,
+         "Unable to find capture target: 41."},
         {RecordingTarget::display("41"), true, Kind::systemAudioNotSupported,
          "Recording system audio is not supported here."},
     };

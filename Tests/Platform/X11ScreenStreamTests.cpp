@@ -452,17 +452,17 @@ TEST(X11ScreenStreamTests, serversAndSourcesThatWontDoAreTold) {
         {"unknown display",
          [&] {
              ContentFilter filter;
-             filter.content = ContentFilter::Display{99, {}};
+             filter.content = ContentFilter::Display{99, {}, {}};
              streamOf(filter);
          },
          X11ErrorCase::displayNotFound},
-        {"a window",
+        {"unknown window",
          [&] {
              ContentFilter filter;
              filter.content = ContentFilter::Window{1};
              streamOf(filter);
          },
-         X11ErrorCase::unsupportedSource},
+         X11ErrorCase::windowNotFound},
     };
     for (const Case& each : cases) {
         try {

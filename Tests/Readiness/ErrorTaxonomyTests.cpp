@@ -40,7 +40,6 @@ TEST(ErrorTaxonomyTests, everyFamilyHasItsCodes) {
         {thrown(CaptureCoordinatorError::startTimedOut(12)), Code::captureFinalizeFailed},
         {thrown(CaptureCoordinatorError::noActiveSession()), Code::captureFinalizeFailed},
         {thrown(Desktop::targetNotFound("display-1")), Code::captureTargetUnavailable},
-        {thrown(Desktop::targetNotSupported("a window")), Code::captureTargetUnavailable},
         {thrown(Desktop::alreadyRecording()), Code::captureAlreadyRecording},
         {denied, Code::capturePermissionScreenDenied},
         {thrown(Desktop::microphonePermissionDenied()), Code::capturePermissionMicrophoneDenied},

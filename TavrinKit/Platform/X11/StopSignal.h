@@ -25,9 +25,10 @@ public:
 
     /// Waits until the time has come or the stop.
     void waitUntil(Clock::time_point until) const { waitFor(-1, until); }
-    void waitSeconds(double duration) const {
-        waitUntil(Clock::now() +
-                  std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(duration)));
+    /// @param descriptor  ends the wait too when it has something to read; -1: none
+    void waitSeconds(double duration, int descriptor = -1) const {
+        waitFor(descriptor, Clock::now() + std::chrono::duration_cast<Clock::duration>(
+                                               std::chrono::duration<double>(duration)));
     }
 
 private:

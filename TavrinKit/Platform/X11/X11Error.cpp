@@ -57,9 +57,19 @@ X11Error X11Error::serverGone(const std::string& displayName) {
         fmt::format("The connection to the X server \"{}\" was lost. Log in again to go on.", displayName)};
 }
 
-X11Error X11Error::unsupportedSource(const std::string& what) {
-    return {X11ErrorCase::unsupportedSource,
-            fmt::format("{} can't be recorded here. Record a display instead.", what)};
+X11Error X11Error::windowNotFound(std::uint32_t windowID) {
+    return {X11ErrorCase::windowNotFound,
+            fmt::format("There is no window {} any more. Pick another one.", windowID)};
+}
+
+X11Error X11Error::windowHidden(const std::string& title) {
+    return {X11ErrorCase::windowHidden,
+            fmt::format("The window \"{}\" is minimised. Show it and try again.", title)};
+}
+
+X11Error X11Error::windowClosed(const std::string& title) {
+    return {X11ErrorCase::windowClosed,
+            fmt::format("The recorded window \"{}\" was closed. What it showed until then is kept.", title)};
 }
 
 X11Error X11Error::keySymbolMissing(const std::string& symbol) {

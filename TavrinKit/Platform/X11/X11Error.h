@@ -16,7 +16,9 @@ enum class X11ErrorCase {
     displayNotFound,
     displayVanished,
     serverGone,
-    unsupportedSource,
+    windowNotFound,
+    windowHidden,
+    windowClosed,
     keySymbolMissing,
     requestFailed,
 };
@@ -37,7 +39,11 @@ public:
     /// The recorded display was unplugged, or became smaller than the recording.
     [[nodiscard]] static X11Error displayVanished(const std::string& monitorName);
     [[nodiscard]] static X11Error serverGone(const std::string& displayName);
-    [[nodiscard]] static X11Error unsupportedSource(const std::string& what);
+    [[nodiscard]] static X11Error windowNotFound(std::uint32_t windowID);
+    /// It is minimised, so that there is nothing of it to record.
+    [[nodiscard]] static X11Error windowHidden(const std::string& title);
+    /// The recorded window was closed.
+    [[nodiscard]] static X11Error windowClosed(const std::string& title);
     [[nodiscard]] static X11Error keySymbolMissing(const std::string& symbol);
     /// @param operation  what was asked, as in "reading the screen"
     /// @param code       the X error code; 0 when there was no reply at all

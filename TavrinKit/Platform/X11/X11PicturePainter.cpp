@@ -14,20 +14,6 @@ int evenUp(int value) {
     return (value + 1) & ~1;
 }
 
-/// The part of a picture, as a picture of its own. @param area  with even left and top
-PixelBuffer partOf(const PixelBuffer& picture, const X11Rect& area) {
-    PixelBuffer::Planes planes;
-    for (int i = 0; i < picture.planeCount(); ++i) {
-        const int shift = i == 0 ? 0 : 1;
-        PixelBuffer::Plane& plane = planes[std::size_t(i)];
-        plane.data = picture.row(i, area.y >> shift) + (area.x >> shift);
-        plane.stride = picture.plane(i).stride;
-        plane.width = (area.width + shift) >> shift;
-        plane.height = (area.height + shift) >> shift;
-    }
-    return PixelBuffer::wrap(picture.format(), {area.width, area.height}, planes, nullptr);
-}
-
 } // namespace
 
 X11PicturePainter::X11PicturePainter(const X11Connection& connection, PixelSize pictureSize)
@@ -35,7 +21,8 @@ X11PicturePainter::X11PicturePainter(const X11Connection& connection, PixelSize 
 
 X11PicturePainter::~X11PicturePainter() = default;
 
-void X11PicturePainter::show(const X11Rect& part) {
+void X11PicturePainter::show(const X11Rect& part, PixelSize pictureSize) {
+    pictureSize_ = pictureSize;
     part_ = {part.x, part.y, std::min(part.width, pictureSize_.width),
              std::min(part.height, pictureSize_.height)};
     damage_ = DamageRegion({0, 0, std::min(evenUp(part_.width), pictureSize_.width),
@@ -113,6 +100,19 @@ void X11PicturePainter::repeatEdges(const X11Rect& box, const PixelBuffer& targe
         const std::uint8_t* last = target.row(0, part_.height - 1) + box.x;
         std::copy_n(last, box.width, target.row(0, part_.height) + box.x);
     }
+}
+
+PixelBuffer partOf(const PixelBuffer& picture, const X11Rect& area) {
+    PixelBuffer::Planes planes;
+    for (int i = 0; i < picture.planeCount(); ++i) {
+        const int shift = i == 0 ? 0 : 1;
+        PixelBuffer::Plane& plane = planes[std::size_t(i)];
+        plane.data = picture.row(i, area.y >> shift) + (area.x >> shift);
+        plane.stride = picture.plane(i).stride;
+        plane.width = (area.width + shift) >> shift;
+        plane.height = (area.height + shift) >> shift;
+    }
+    return PixelBuffer::wrap(picture.format(), {area.width, area.height}, planes, nullptr);
 }
 
 } // namespace tavrin

@@ -34,7 +34,9 @@ public:
     /// with the server.
     /// @param part  of the drawable; not empty
     /// @throws X11Error
-    void show(const X11Rect& part);
+    void show(const X11Rect& part) { show(part, pictureSize_); }
+    /// The same, with pictures of another size from now on.
+    void show(const X11Rect& part, PixelSize pictureSize);
     /// What is shown, cropped to the picture's size.
     [[nodiscard]] const X11Rect& part() const { return part_; }
 
@@ -59,12 +61,16 @@ private:
     void repeatEdges(const X11Rect& box, const PixelBuffer& target) const;
 
     const X11Connection& connection_;
-    const PixelSize pictureSize_;
+    PixelSize pictureSize_;
     X11Rect part_;
     DamageRegion damage_;
     std::int64_t mostPixels_ = 0; ///< that `grabber_` can read
     std::unique_ptr<X11FrameGrabber> grabber_;
     std::vector<PixelBuffer> read_; ///< one for each box of `damage_`
 };
+
+/// The part of a 4:2:0 picture, as a picture of its own on the same memory, which it doesn't keep.
+/// @param area  with even left and top
+[[nodiscard]] PixelBuffer partOf(const PixelBuffer& picture, const X11Rect& area);
 
 } // namespace tavrin

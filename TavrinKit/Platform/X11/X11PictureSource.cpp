@@ -1,17 +1,18 @@
 #include "TavrinKit/Platform/X11/X11PictureSource.h"
 
 #include "TavrinKit/Platform/X11/X11DisplayPictureSource.h"
-#include "TavrinKit/Platform/X11/X11Error.h"
+#include "TavrinKit/Platform/X11/X11WindowPictureSource.h"
 
 namespace tavrin {
 
 std::unique_ptr<X11PictureSource> X11PictureSource::make(const X11Connection& connection,
                                                          const ContentFilter& filter,
                                                          const StreamConfiguration& configuration) {
-    if (const auto* display = std::get_if<ContentFilter::Display>(&filter.content)) {
-        return std::make_unique<X11DisplayPictureSource>(connection, *display, configuration);
+    if (const auto* window = std::get_if<ContentFilter::Window>(&filter.content)) {
+        return std::make_unique<X11WindowPictureSource>(connection, *window, configuration);
     }
-    throw X11Error::unsupportedSource("A single window");
+    return std::make_unique<X11DisplayPictureSource>(
+        connection, std::get<ContentFilter::Display>(filter.content), configuration);
 }
 
 } // namespace tavrin

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@ public:
     enum class Taken {
         picture,
         nothing, ///< nothing that the source shows has changed after all
+        same,    ///< what was painted came to the same picture; that took as long as a new one
         dropped, ///< the consumer holds too many pictures; the change stays to be taken
     };
 
@@ -39,6 +41,14 @@ public:
     /// @param sample  set when a picture was taken
     /// @throws X11Error when the source has gone, or the server
     [[nodiscard]] virtual Taken take(VideoSample& sample) = 0;
+
+    /// Whether the source may lie elsewhere from one moment to the next: then `takeMove` is to be called as
+    /// soon as events have been read, however long the next picture has to wait.
+    [[nodiscard]] virtual bool canMove() const { return false; }
+
+    /// Where the source lies now, as a sample without pixels; nothing unless it has moved since the last
+    /// sample.
+    [[nodiscard]] virtual std::optional<VideoSample> takeMove() { return std::nullopt; }
 
     /// What the user should know of since the last call, as `ScreenStreamOutput::didWarn` has it.
     [[nodiscard]] virtual std::vector<std::string> takeWarnings() { return {}; }

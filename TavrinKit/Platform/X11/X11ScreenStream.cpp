@@ -5,6 +5,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -109,6 +110,7 @@ private:
         double earliestLook = 0;
         while (!stopSignal_.isRequested()) {
             source_->readEvents();
+            tellWhatIsNoPicture();
             if (!source_->hasNews()) {
                 stopSignal_.waitFor(connection_.fileDescriptor());
                 continue;
@@ -116,14 +118,22 @@ private:
             const double now = HostClock::now();
             const double earliest = std::max(pacer_.earliestNext(), earliestLook);
             if (now < earliest) {
-                stopSignal_.waitSeconds(earliest - now); // Further events needn't wake us.
+                // Events of a source that stays where it is needn't wake us.
+                stopSignal_.waitSeconds(earliest - now,
+                                        source_->canMove() ? connection_.fileDescriptor() : -1);
                 continue;
             }
             earliestLook = now + pauseAfterNothing;
             takePicture(now);
-            for (std::string& warning : source_->takeWarnings()) {
-                deliver([&](ScreenStreamOutput& output) { output.didWarn(std::move(warning)); });
-            }
+        }
+    }
+
+    void tellWhatIsNoPicture() {
+        if (std::optional<VideoSample> move = source_->takeMove()) {
+            deliver([&](ScreenStreamOutput& output) { output.didOutput(std::move(*move)); });
+        }
+        for (std::string& warning : source_->takeWarnings()) {
+            deliver([&](ScreenStreamOutput& output) { output.didWarn(std::move(warning)); });
         }
     }
 
@@ -131,6 +141,9 @@ private:
         VideoSample sample;
         switch (source_->take(sample)) {
         case X11PictureSource::Taken::nothing:
+            break;
+        case X11PictureSource::Taken::same:
+            pacer_.didTake(now);
             break;
         case X11PictureSource::Taken::dropped:
             dropped_.fetch_add(1, std::memory_order_relaxed);

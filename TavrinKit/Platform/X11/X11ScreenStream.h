@@ -7,17 +7,17 @@
 
 namespace tavrin {
 
-/// A capture of a display of an X server, through shared memory and damage events.
+/// A capture of a display of an X server, an area of it or a window, through shared memory and damage events.
 ///
 /// Runs on a thread of its own, which sleeps until something changes: a still screen costs nothing. Pictures
-/// that are delivered change only where the screen did. The frame rate is held on average; two pictures may
-/// be half an interval apart when the source paints unevenly. All applications on the display are seen: the
-/// server can't leave one out. Nothing is scaled; what the configured size doesn't hold is cut off on the
-/// right and below. A consumer may hold four times `queueDepth` pictures; beyond that they are dropped and
-/// counted, and the next one shows what the dropped ones would have.
+/// that are delivered change only where the source did. The frame rate is held on average; two pictures may
+/// be half an interval apart when the source paints unevenly. Where a window has been moved to is told at
+/// once, by samples without a picture. A display is never scaled; what the configured size doesn't hold is
+/// cut off on the right and below. A consumer may hold four times `queueDepth` pictures; beyond that they are
+/// dropped and counted, and the next one shows what the dropped ones would have.
 ///
-/// The stream ends by itself with X11Error when the server hangs up, the display is disconnected, or becomes
-/// smaller than the recording.
+/// The stream ends by itself with X11Error when the server hangs up, the display is disconnected or becomes
+/// smaller than the recording, or the window is closed.
 class X11ScreenStream : public ScreenStream {
 public:
     /// Connects to the server and looks for the source.
