@@ -214,11 +214,6 @@ FloatPicture Evaluator::realise(const Realised& leaf) {
         applyMatrix(node->matrix, picture);
         return picture;
     }
-    if (const auto* node = std::get_if<Node::Add>(&operation)) {
-        FloatPicture picture = draw(node->first, leaf.region);
-        addWeighted(picture, draw(node->second, leaf.region), 1);
-        return picture;
-    }
     if (const auto* node = std::get_if<Node::Mean>(&operation)) {
         FloatPicture sum = draw(Image(), leaf.region);
         for (const WeightedImage& term : node->terms) {

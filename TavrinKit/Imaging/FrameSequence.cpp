@@ -60,11 +60,7 @@ Image FrameSequence::image(const PixelBuffer& buffer) {
         last_ = buffer;
         lastVersions_ = std::move(versions);
     }
-
-    const Rect extent{0, 0, double(buffer.size().width), double(buffer.size().height)};
-    return Image(std::make_shared<Image::Node>(Image::Node{Image::Node::Pixels{buffer, lastVersions_}, extent,
-                                                           imaging::mix(1, buffer.identity()),
-                                                           buffer.format() == PixelFormat::i420}));
+    return imaging::pixelsImage(buffer, lastVersions_);
 }
 
 } // namespace tavrin

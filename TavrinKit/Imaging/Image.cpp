@@ -52,7 +52,6 @@ enum Kind : std::uint64_t {
     crop,
     clamp,
     over,
-    add,
     matrix,
     blur,
     mask,
@@ -86,6 +85,15 @@ const std::shared_ptr<const Node>& emptyNode() {
 
 } // namespace
 
+Image imaging::pixelsImage(const PixelBuffer& buffer, std::shared_ptr<const BlockVersions> versions) {
+    if (buffer.isEmpty() || buffer.size().width <= 0 || buffer.size().height <= 0) {
+        return {};
+    }
+    const Rect extent{0, 0, double(buffer.size().width), double(buffer.size().height)};
+    return make(Node::Pixels{buffer, std::move(versions)}, extent, mix(Kind::pixels, buffer.identity()),
+                buffer.format() == PixelFormat::i420);
+}
+
 ColorMatrix ColorMatrix::opacity(double k) {
     return {{k, 0, 0, 0}, {0, k, 0, 0}, {0, 0, k, 0}, {0, 0, 0, k}, {0, 0, 0}};
 }
@@ -103,12 +111,7 @@ Image::Image() : node_(emptyNode()) {}
 Image::Image(std::shared_ptr<const Node> node) : node_(std::move(node)) {}
 
 Image Image::pixels(const PixelBuffer& buffer) {
-    if (buffer.isEmpty() || buffer.size().width <= 0 || buffer.size().height <= 0) {
-        return {};
-    }
-    const Rect extent{0, 0, double(buffer.size().width), double(buffer.size().height)};
-    return make(Node::Pixels{buffer, nullptr}, extent, mix(Kind::pixels, buffer.identity()),
-                buffer.format() == PixelFormat::i420);
+    return imaging::pixelsImage(buffer, nullptr);
 }
 
 Image Image::color(const Color& color) {
@@ -219,17 +222,6 @@ Image Image::over(const Image& background) const {
     }
     return make(Node::Over{*this, background}, extent().united(background.extent()),
                 mix(mix(Kind::over, node_->hash), background.node_->hash));
-}
-
-Image Image::adding(const Image& other) const {
-    if (isEmpty()) {
-        return other;
-    }
-    if (other.isEmpty()) {
-        return *this;
-    }
-    return make(Node::Add{*this, other}, extent().united(other.extent()),
-                mix(mix(Kind::add, node_->hash), other.node_->hash));
 }
 
 Image Image::colorMatrix(const ColorMatrix& m) const {

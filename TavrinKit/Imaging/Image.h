@@ -93,8 +93,6 @@ public:
     /// Source-over: this image over `background`. The extent is the union. An opaque image that leaves
     /// nothing of the background to be seen is the answer itself.
     [[nodiscard]] Image over(const Image& background) const;
-    /// The sum of both, channel by channel.
-    [[nodiscard]] Image adding(const Image& other) const;
     [[nodiscard]] Image colorMatrix(const ColorMatrix& matrix) const;
     /// @param radius  the Gaussian's standard deviation in pixels; the extent grows by three of them
     [[nodiscard]] Image blurred(double radius) const;

@@ -51,10 +51,6 @@ struct Image::Node {
         Image top;
         Image bottom;
     };
-    struct Add {
-        Image first;
-        Image second;
-    };
     struct Mean {
         std::vector<WeightedImage> terms; ///< at least two different ones; the weights' sum is 1
     };
@@ -72,7 +68,7 @@ struct Image::Node {
         Image mask;
     };
     using Operation = std::variant<Empty, Pixels, Solid, LinearGradient, RadialGradient, RoundedRectangle,
-                                   Transform, Crop, Clamp, Over, Add, Mean, Matrix, Blur, Mask>;
+                                   Transform, Crop, Clamp, Over, Mean, Matrix, Blur, Mask>;
 
     Operation operation;
     Rect extent;
@@ -81,6 +77,10 @@ struct Image::Node {
 };
 
 namespace imaging {
+
+/// Pixels with their lower left corner at the origin; nothing for an empty buffer.
+/// @param versions  which of the buffer's blocks are those of an earlier one; null when nobody knows
+[[nodiscard]] Image pixelsImage(const PixelBuffer& buffer, std::shared_ptr<const BlockVersions> versions);
 
 /// Folds one more value into a 64-bit hash.
 [[nodiscard]] std::uint64_t mix(std::uint64_t hash, std::uint64_t value);

@@ -165,8 +165,6 @@ private:
         visit(node.top, context);
     }
 
-    void add(const Image& image, const Node::Add&, const Context& context) { realise(image, context); }
-
     void add(const Image& image, const Node::Blur&, const Context& context) { realise(image, context); }
 
     void add(const Image& image, const Node::Mean& node, const Context& context) {
@@ -315,9 +313,6 @@ std::uint64_t realisedKey(const Image& image, const Rect& region) {
     if (const auto* blur = std::get_if<Node::Blur>(&operation)) {
         const double reach = std::ceil(3 * blur->radius);
         return mix(mix(mix(21, region), blur->radius), programKey(blur->image, region.inset(-reach, -reach)));
-    }
-    if (const auto* add = std::get_if<Node::Add>(&operation)) {
-        return mix(mix(22, programKey(add->first, region)), programKey(add->second, region));
     }
     if (const auto* mean = std::get_if<Node::Mean>(&operation)) {
         std::uint64_t key = 25;

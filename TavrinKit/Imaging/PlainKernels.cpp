@@ -79,19 +79,11 @@ void ramp(const float* t, float a, float b, int columns, float* out) {
     }
 }
 
+#include "TavrinKit/Imaging/KernelTable.inc"
+
 } // namespace
 
 const Kernels& plainKernels() {
-    static const Kernels kernels{widen,
-                                 addWeighted<std::uint8_t>,
-                                 addWeighted<float>,
-                                 combineRows,
-                                 transpose,
-                                 narrow,
-                                 blendCover,
-                                 blendAlpha,
-                                 radialRamp,
-                                 ramp};
     return kernels;
 }
 

@@ -181,14 +181,6 @@ private:
             for (Pixel& p : drawing_.pixels) {
                 p = mapped(matrix->matrix, p);
             }
-        } else if (const auto* add = std::get_if<Node::Add>(&operation)) {
-            drawing_ = draw(add->first, leaf.region);
-            const Drawing other = draw(add->second, leaf.region);
-            for (std::size_t i = 0; i < drawing_.pixels.size(); ++i) {
-                for (std::size_t k = 0; k < 4; ++k) {
-                    drawing_.pixels[i][k] += other.pixels[i][k];
-                }
-            }
         } else if (const auto* mean = std::get_if<Node::Mean>(&operation)) {
             drawing_ = draw(Image(), leaf.region);
             for (const WeightedImage& term : mean->terms) {

@@ -202,10 +202,6 @@ TextBlock::~TextBlock() = default;
 TextBlock::TextBlock(TextBlock&&) noexcept = default;
 TextBlock& TextBlock::operator=(TextBlock&&) noexcept = default;
 
-double TextBlock::height() const {
-    return implementation_->lines.back().bottom;
-}
-
 int TextBlock::lineCount() const {
     return int(implementation_->lines.size());
 }

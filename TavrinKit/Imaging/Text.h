@@ -65,7 +65,6 @@ public:
     TextBlock(TextBlock&&) noexcept;
     TextBlock& operator=(TextBlock&&) noexcept;
 
-    [[nodiscard]] double height() const; ///< of all lines together, pixels
     [[nodiscard]] int lineCount() const;
 
     /// Draws the lines from the top of the rectangle downward, as many as it holds whole, and at least the

@@ -248,16 +248,7 @@ void ramp(const float* t, float a, float b, int columns, float* out) {
         [&](int c) { out[c] = a + (b - a) * t[c]; });
 }
 
-const Kernels kernels{widen,
-                      addWeighted<std::uint8_t>,
-                      addWeighted<float>,
-                      combineRows,
-                      transpose,
-                      narrow,
-                      blendCover,
-                      blendAlpha,
-                      radialRamp,
-                      ramp};
+#include "TavrinKit/Imaging/KernelTable.inc"
 
 const Kernels* table() {
     return &kernels;

@@ -296,7 +296,6 @@ TEST(ImageRendererTests, operationsOnTheirOwn) {
         {"source over", box.over(red), {15.5, 15.5}, {128, 128, 0, 255}},
         {"outside a crop", red.cropped({0, 0, 5, 5}), {7.5, 2.5}, {0, 0, 0, 0}},
         {"half a pixel of a crop", red.cropped({0, 0, 5.5, 5}), {5.5, 2.5}, {128, 0, 0, 128}},
-        {"sum", box.adding(box), {15.5, 15.5}, {0, 255, 0, 255}},
         {"opacity", red.colorMatrix(ColorMatrix::opacity(0.25)), {3.5, 3.5}, {64, 0, 0, 64}},
         {"shadow keeps the shape", box.colorMatrix(ColorMatrix::shadow(0.5)), {15.5, 15.5}, {0, 0, 0, 64}},
         {"veil is white where it is thin",
