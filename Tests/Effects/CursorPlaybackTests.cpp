@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include "TavrinKit/Effects/CursorPlaybackSupport.h"
-#include "TavrinKit/Effects/CursorQualityValidator.h"
 #include "TavrinKit/Project/EventTimeline.h"
 #include "TavrinKit/Project/ZoomTrack.h"
 
@@ -108,30 +107,6 @@ TEST(CursorPlayback, HidesDuringZooms) {
         expected.trailOpacities = {};
         EXPECT_EQ(after, expected) << c.what;
     }
-}
-
-TEST(CursorQuality, TheArrowIsCrispInAllSizesOfTheStyle) {
-    EXPECT_TRUE(CursorQualityValidator::validateDefaultArrowSharpness(1, 2.5));
-    // A glyph smaller than a pixel is a grey spot, and one of no size has no edge at all.
-    EXPECT_FALSE(CursorQualityValidator::validateDefaultArrowSharpness(0.01, 2.5));
-    EXPECT_FALSE(CursorQualityValidator::validateDefaultArrowSharpness(0, 2.5));
-    EXPECT_FALSE(CursorQualityValidator::validateDefaultArrowSharpness(2.5, 1));
-}
-
-TEST(CursorQuality, MeasuresEachStepUpToTheEndOfTheRange) {
-    const CursorSharpnessReport report =
-        CursorQualityValidator::analyzeSharpness(CursorGlyphKind::iBeam, 1, 1.3, 0.1);
-    ASSERT_EQ(report.samples.size(), 4U);
-    EXPECT_NEAR(report.samples[3].scale, 1.3, 1e-9);
-    // Straight edges: each has two or three pixels across, of which at most one is grey.
-    EXPECT_GT(report.minimumEdgeEnergy(), 0.6);
-    EXPECT_LT(report.maximumTransitionRatio(), 0.45);
-    for (const double step : {0.0, -1.0, nan}) {
-        EXPECT_TRUE(CursorQualityValidator::analyzeDefaultArrowSharpness(1, 2, step).samples.empty());
-    }
-    EXPECT_EQ(CursorQualityValidator::analyzeDefaultArrowSharpness(1, 2, 1e-300).samples.size(), 1U);
-    EXPECT_EQ(CursorSharpnessReport().minimumEdgeEnergy(), 0);
-    EXPECT_EQ(CursorSharpnessReport().maximumTransitionRatio(), 1);
 }
 
 } // namespace

@@ -1,13 +1,9 @@
-#include "TavrinKit/Effects/CursorQualityValidator.h"
+#include "TavrinKit/Compositing/CursorQualityValidator.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
-#include <memory>
-#include <numbers>
-#include <optional>
 
-#include <cairo.h>
+#include "TavrinKit/Imaging/Raster.h"
 
 namespace tavrin {
 namespace {
@@ -16,74 +12,19 @@ constexpr int side = 256;
 constexpr Vec2 glyphOrigin{56, 52};
 constexpr double pixelsPerUnit = 3.8;
 
-using Surface = std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)>;
-using Context = std::unique_ptr<cairo_t, decltype(&cairo_destroy)>;
-
-/// Where the glyph's coordinates lie in the bitmap.
-struct Placement {
-    double scale;
-
-    [[nodiscard]] Vec2 apply(Vec2 point) const { return glyphOrigin + point * scale; }
-};
-
-void addPolygon(cairo_t* context, const VectorPath::Polygon& polygon, const Placement& placement) {
-    cairo_new_sub_path(context);
-    for (const Vec2& point : polygon.points) {
-        const Vec2 placed = placement.apply(point);
-        cairo_line_to(context, placed.x, placed.y);
-    }
-    cairo_close_path(context);
+/// The glyph in white; what is black is transparent here.
+PixelBuffer rasterized(CursorGlyphKind glyph, double scale) {
+    Raster raster({side, side}, Raster::YAxis::down);
+    const double k = scale * pixelsPerUnit;
+    raster.fill(CursorGlyph::path(glyph), {1, 1, 1, 1}, {k, 0, 0, k, glyphOrigin.x, glyphOrigin.y});
+    return raster.pixels();
 }
 
-void addEllipse(cairo_t* context, const VectorPath::Ellipse& ellipse, const Placement& placement) {
-    const Vec2 middle = placement.apply(ellipse.bounds.mid());
-    const double radiusX = ellipse.bounds.width / 2 * placement.scale;
-    const double radiusY = ellipse.bounds.height / 2 * placement.scale;
-    if (radiusX == 0 || radiusY == 0) {
-        return;
-    }
-    cairo_save(context);
-    cairo_translate(context, middle.x, middle.y);
-    cairo_scale(context, radiusX, radiusY);
-    cairo_new_sub_path(context);
-    cairo_arc(context, 0, 0, 1, 0, 2 * std::numbers::pi);
-    cairo_close_path(context);
-    cairo_restore(context);
-}
-
-void addPath(cairo_t* context, const VectorPath& path, const Placement& placement) {
-    for (const VectorPath::Polygon& polygon : path.polygons) {
-        addPolygon(context, polygon, placement);
-    }
-    for (const VectorPath::Ellipse& ellipse : path.ellipses) {
-        addEllipse(context, ellipse, placement);
-    }
-}
-
-/// The glyph in white on black; null when it can't be drawn at this scale.
-Surface rasterized(CursorGlyphKind glyph, double scale) {
-    Surface surface(cairo_image_surface_create(CAIRO_FORMAT_A8, side, side), &cairo_surface_destroy);
-    const Context context(cairo_create(surface.get()), &cairo_destroy);
-    cairo_set_antialias(context.get(), CAIRO_ANTIALIAS_BEST);
-    cairo_set_fill_rule(context.get(), CAIRO_FILL_RULE_WINDING);
-    addPath(context.get(), CursorGlyph::path(glyph), {scale * pixelsPerUnit});
-    cairo_fill(context.get());
-    cairo_surface_flush(surface.get());
-    const bool drawn = cairo_status(context.get()) == CAIRO_STATUS_SUCCESS &&
-                       cairo_surface_status(surface.get()) == CAIRO_STATUS_SUCCESS;
-    return drawn ? std::move(surface) : Surface(nullptr, &cairo_surface_destroy);
-}
-
-std::optional<CursorSharpnessSample> measure(CursorGlyphKind glyph, double scale) {
+CursorSharpnessSample measure(CursorGlyphKind glyph, double scale) {
     constexpr double edgeThreshold = 0.08;
-    const Surface surface = rasterized(glyph, scale);
-    if (!surface) {
-        return std::nullopt;
-    }
-    const std::uint8_t* const data = cairo_image_surface_get_data(surface.get());
-    const int stride = cairo_image_surface_get_stride(surface.get());
+    const PixelBuffer picture = rasterized(glyph, scale);
     const auto value = [&](int x, int y) {
-        return data[y * stride + x] / 255.0;
+        return picture.row(0, y)[4 * x] / 255.0;
     };
 
     int edgePixels = 0;
@@ -138,9 +79,7 @@ CursorSharpnessReport CursorQualityValidator::analyzeSharpness(CursorGlyphKind g
     double scale = 0;
     do {
         scale = next;
-        if (const auto sample = measure(glyph, scale)) {
-            report.samples.push_back(*sample);
-        }
+        report.samples.push_back(measure(glyph, scale));
         next = scale + step;
     } while (next <= maxScale + tolerance && next > scale);
     return report;
