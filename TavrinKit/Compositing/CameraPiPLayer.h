@@ -40,8 +40,6 @@ public:
     [[nodiscard]] Image overlayPicture(const Image& image, const Image& picture,
                                        const CameraTransform& camera, const Rect& frame) const;
 
-    [[nodiscard]] const CameraCompositeContext& context() const { return context_; }
-
 private:
     CameraCompositeContext context_;
 };

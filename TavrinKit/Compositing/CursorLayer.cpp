@@ -8,6 +8,7 @@
 #include "TavrinKit/Imaging/PNG.h"
 #include "TavrinKit/Imaging/Raster.h"
 #include "TavrinKit/Project/CursorGlyph.h"
+#include "TavrinKit/Project/Normalizing.h"
 #include "TavrinKit/Support/Json.h"
 
 namespace tavrin {
@@ -25,17 +26,13 @@ constexpr Vec2 glyphShadowOffset{1.4, -1.0};
 constexpr double recordedShadowOpacity = 0.34;
 constexpr double glyphShadowOpacity = 0.36;
 
-double heldToUnit(double value) {
-    return value > 0 ? std::min(value, 1.0) : 0;
-}
-
 /// The length from which the sizes of everything but the sprites are drawn.
 double baseLength(const CursorFrameState& state) {
     return std::max(3.0, state.sizeMultiplier * 5.5);
 }
 
 double spriteScale(const CursorFrameState& state) {
-    return state.sizeMultiplier > 0.5 ? std::min(state.sizeMultiplier, 4.0) : 0.5;
+    return clampedTo(state.sizeMultiplier, 0.5, 4);
 }
 
 Image overlaySprite(const Image& image, const Image& sprite, const SpritePlacement& placement,
@@ -64,7 +61,7 @@ Image CursorLayer::overlayCursor(const Image& image, const CursorFrameState& sta
     if (!state.trailPoints.empty() && state.trailPoints.size() == state.trailOpacities.size()) {
         result = overlayCursorTrail(result, state, mapping);
     }
-    if (!state.visible || !(heldToUnit(state.opacity) > 0.01)) {
+    if (!state.visible || !(clampedTo(state.opacity, 0, 1) > 0.01)) {
         return result;
     }
     if (state.bodyVisible) {
@@ -99,14 +96,14 @@ Image CursorLayer::overlayCursorTrail(const Image& image, const CursorFrameState
 
 Image CursorLayer::overlayTouchBody(const Image& image, const CursorFrameState& state, Vec2 point) const {
     const double base = baseLength(state);
-    const double opacity = heldToUnit(state.opacity);
+    const double opacity = clampedTo(state.opacity, 0, 1);
     const Image glow = softDisc(point, base * 0.2, {1, 1, 1, opacity * 0.98}, base * 1.35, {0.28, 0.74, 1, 0},
                                 image.extent());
     return overlayRing(glow.over(image), point, base * 0.9, base * 1.45, {1, 1, 1, opacity * 0.62});
 }
 
 Image CursorLayer::overlayPointerBody(const Image& image, const CursorFrameState& state, Vec2 point) const {
-    const double opacity = heldToUnit(state.opacity);
+    const double opacity = clampedTo(state.opacity, 0, 1);
     if (const auto sprite = recordedSprite(state)) {
         const Vec2 lowerLeft = point - state.appearance->hotSpot() * state.sizeMultiplier;
         return overlaySprite(image, *sprite, {lowerLeft, recordedShadowOpacity, recordedShadowOffset},
@@ -125,7 +122,7 @@ Image CursorLayer::overlayClickHighlight(const Image& image, const CursorFrameSt
                                          Vec2 point) const {
     const double base = baseLength(state);
     const double strength =
-        heldToUnit(heldToUnit(state.opacity) * state.highlightProgress * state.highlightIntensity);
+        clampedTo(clampedTo(state.opacity, 0, 1) * state.highlightProgress * state.highlightIntensity, 0, 1);
     const double growth = 1 + 1.1 * (1 - state.highlightProgress);
     switch (state.highlight) {
     case ClickHighlightStyle::none:

@@ -109,11 +109,15 @@ Image softDisc(Vec2 center, double radius0, const Color& color, double radius1, 
     return Image::radialGradient(center, radius0, color, radius1, edge).cropped(frame.intersection(bounds));
 }
 
+double aspectOf(Size2D size) {
+    return size.width / divisor(size.height);
+}
+
 Rect centerCropRect(const Rect& extent, double targetAspect) {
     if (!hasArea(extent) || !(targetAspect > 0) || !std::isfinite(targetAspect)) {
         return extent;
     }
-    const double aspect = extent.width / divisor(extent.height);
+    const double aspect = aspectOf(extent.size());
     if (aspect > targetAspect) {
         const double width = extent.height * targetAspect;
         return {extent.midX() - width / 2, extent.minY(), width, extent.height};
@@ -139,7 +143,7 @@ bool isDrawable(const Rect& rect) {
 }
 
 Rect seenPart(const Rect& extent, const Rect& output) {
-    return hasArea(output) ? centerCropRect(extent, output.width / divisor(output.height)) : extent;
+    return hasArea(output) ? centerCropRect(extent, aspectOf(output.size())) : extent;
 }
 
 Vec2 outputScale(const Rect& seen, const Rect& output) {
@@ -150,7 +154,7 @@ Image renderToOutput(const Image& image, const Rect& output) {
     if (!hasArea(output) || image.isEmpty()) {
         return image;
     }
-    const Image cut = image.cropped(seenPart(image.extent(), output));
+    const Image cut = centerCrop(image, aspectOf(output.size()));
     const Rect& extent = cut.extent();
     if (extent == output) {
         return cut;

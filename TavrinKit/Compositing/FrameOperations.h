@@ -45,6 +45,9 @@ namespace tavrin {
 [[nodiscard]] Image softDisc(Vec2 center, double radius0, const Color& color, double radius1,
                              const Color& edge, const Rect& frame);
 
+/// Width over height, a height of no more than a pixel counting as one.
+[[nodiscard]] double aspectOf(Size2D size);
+
 /// The largest part of a rectangle that has this aspect, in its middle.
 /// @param targetAspect  width / height
 [[nodiscard]] Rect centerCropRect(const Rect& extent, double targetAspect);

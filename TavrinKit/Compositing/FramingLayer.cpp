@@ -1,11 +1,11 @@
 #include "TavrinKit/Compositing/FramingLayer.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "TavrinKit/Compositing/BackgroundAssetRenderer.h"
 #include "TavrinKit/Compositing/FrameOperations.h"
 #include "TavrinKit/Compositing/OverlayMapping.h"
+#include "TavrinKit/Project/Normalizing.h"
 
 namespace tavrin {
 namespace {
@@ -16,18 +16,14 @@ constexpr double largestShadowBlur = 48;
 constexpr double farthestShadow = 1e5;
 
 double offset(double length) {
-    return std::isfinite(length) ? std::clamp(length, -farthestShadow, farthestShadow) : 0;
-}
-
-double finiteOrZero(double number) {
-    return std::isfinite(number) ? number : 0;
+    return std::clamp(finiteOr(length, 0), -farthestShadow, farthestShadow);
 }
 
 Image softShadow(const Image& shape, const ShadowStyle& style) {
-    const double opacity = std::clamp(finiteOrZero(style.opacity), 0.0, 1.0);
+    const double opacity = std::clamp(finiteOr(style.opacity, 0), 0.0, 1.0);
     return shape.colorMatrix(ColorMatrix::shadow(opacity))
         .translated(offset(style.offsetX), -offset(style.offsetY))
-        .blurred(std::min(finiteOrZero(style.blurRadius), largestShadowBlur));
+        .blurred(std::min(finiteOr(style.blurRadius, 0), largestShadowBlur));
 }
 
 } // namespace
@@ -42,29 +38,13 @@ Image FramingLayer::applyFraming(const Image& image) const {
     }
     const double padding = framingPadding(style_, extent);
     if (!(padding > 0)) {
-        return applyCornerRadius(image, finiteOrZero(style_.cornerRadius), extent);
+        return applyCornerRadius(image, finiteOr(style_.cornerRadius, 0), extent);
     }
     const Rect inner = extent.inset(padding, padding);
     const double cornerRadius =
-        std::min(finiteOrZero(style_.cornerRadius), std::min(inner.width, inner.height) / 2);
+        std::min(finiteOr(style_.cornerRadius, 0), std::min(inner.width, inner.height) / 2);
     const Image rounded = applyCornerRadius(fit(image, inner), cornerRadius, inner);
-    return rounded.over(backdrop(extent, inner, cornerRadius));
-}
-
-Image FramingLayer::backdrop(const Rect& extent, const Rect& inner, double cornerRadius) const {
-    const auto kept = backdrop_.copy();
-    if (kept && kept->extent == extent) {
-        return kept->image;
-    }
-    const auto made =
-        std::make_shared<const Backdrop>(Backdrop{extent, makeBackdrop(extent, inner, cornerRadius)});
-    return backdrop_.with([&](std::shared_ptr<const Backdrop>& current) {
-        // Of several threads that made one at the start, all go on with the first.
-        if (!current || current->extent != extent) {
-            current = made;
-        }
-        return current->image;
-    });
+    return rounded.over(backdrops_.value(extent, [&] { return makeBackdrop(extent, inner, cornerRadius); }));
 }
 
 Image FramingLayer::makeBackdrop(const Rect& extent, const Rect& inner, double cornerRadius) const {

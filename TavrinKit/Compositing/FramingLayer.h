@@ -1,12 +1,11 @@
 #pragma once
 
 #include <filesystem>
-#include <memory>
 #include <optional>
 
+#include "TavrinKit/Compositing/RecentlyUsed.h"
 #include "TavrinKit/Imaging/Image.h"
 #include "TavrinKit/Project/FramingStyle.h"
-#include "TavrinKit/Support/Guarded.h"
 
 namespace tavrin {
 
@@ -26,18 +25,12 @@ public:
     [[nodiscard]] Image applyFraming(const Image& image) const;
 
 private:
-    /// What lies under the recording in a frame of this extent.
-    struct Backdrop {
-        Rect extent;
-        Image image; ///< background and shadow
-    };
-
-    [[nodiscard]] Image backdrop(const Rect& extent, const Rect& inner, double cornerRadius) const;
+    /// Background and shadow of a frame of this extent.
     [[nodiscard]] Image makeBackdrop(const Rect& extent, const Rect& inner, double cornerRadius) const;
 
     FramingStyle style_;
     std::optional<std::filesystem::path> packageRoot_;
-    mutable Guarded<std::shared_ptr<const Backdrop>> backdrop_;
+    mutable RecentlyUsed<Rect, Image> backdrops_{1}; ///< by the extent
 };
 
 } // namespace tavrin

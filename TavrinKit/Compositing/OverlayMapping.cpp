@@ -4,13 +4,13 @@
 #include <cmath>
 
 #include "TavrinKit/Compositing/FrameOperations.h"
+#include "TavrinKit/Project/Normalizing.h"
 
 namespace tavrin {
 namespace {
 
 double fraction(double position, double origin, double length) {
-    const double f = (position - origin) / length;
-    return f > 0 ? std::min(f, 1.0) : 0;
+    return clampedTo((position - origin) / length, 0, 1);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include "TavrinKit/Compositing/FrameOperations.h"
 #include "TavrinKit/Imaging/ImageRenderer.h"
+#include "TavrinKit/Project/Normalizing.h"
 
 namespace tavrin {
 namespace {
@@ -13,7 +14,7 @@ namespace {
 constexpr double tolerance = 1e-6;
 
 double heldScale(double scale) {
-    return scale > 1.0 / 16 ? std::min(scale, 4.0) : 1.0 / 16;
+    return clampedTo(scale, 1.0 / 16, 4);
 }
 
 /// What is drawn once needs no cache.

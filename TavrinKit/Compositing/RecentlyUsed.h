@@ -1,10 +1,11 @@
 #pragma once
 
 #include <cstddef>
-#include <list>
+#include <cstdint>
 #include <optional>
 #include <utility>
 
+#include "TavrinKit/Compositing/TemporalLRUCache.h"
 #include "TavrinKit/Support/Guarded.h"
 
 namespace tavrin {
@@ -34,7 +35,7 @@ public:
             if (auto kept = find(entries, key)) {
                 return *std::move(kept);
             }
-            insert(entries, {key, made, price});
+            insert(entries, key, {made, price});
             return made;
         });
     }
@@ -46,35 +47,30 @@ public:
     }
 
 private:
-    struct Entry {
-        Key key;
+    struct Kept {
         Value value;
         std::size_t cost;
     };
     struct Entries {
-        std::list<Entry> list; ///< the last used first
+        TemporalLRUCache<Key, Kept> cache{SIZE_MAX};
         std::size_t cost = 0;
     };
 
     static std::optional<Value> find(Entries& entries, const Key& key) {
-        for (auto entry = entries.list.begin(); entry != entries.list.end(); ++entry) {
-            if (entry->key == key) {
-                entries.list.splice(entries.list.begin(), entries.list, entry);
-                return entry->value;
-            }
-        }
-        return {};
+        entries.cache.touch(key);
+        const Kept* kept = entries.cache.find(key);
+        return kept != nullptr ? std::optional(kept->value) : std::nullopt;
     }
 
-    void insert(Entries& entries, Entry entry) const {
-        if (entry.cost > capacity_) {
+    void insert(Entries& entries, const Key& key, Kept kept) const {
+        if (kept.cost > capacity_) {
             return;
         }
-        entries.cost += entry.cost;
-        entries.list.push_front(std::move(entry));
+        entries.cost += kept.cost;
+        entries.cache.insert(std::move(kept), key);
         while (entries.cost > capacity_) {
-            entries.cost -= entries.list.back().cost;
-            entries.list.pop_back();
+            entries.cost -= entries.cache.entries().front().value.cost;
+            entries.cache.removeOldest();
         }
     }
 

@@ -1,13 +1,11 @@
 #include "TavrinKit/Compositing/RingBitmap.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <map>
 #include <optional>
 
+#include "TavrinKit/Compositing/RecentlyUsed.h"
 #include "TavrinKit/Imaging/Raster.h"
-#include "TavrinKit/Support/Guarded.h"
 
 namespace tavrin {
 namespace {
@@ -21,9 +19,7 @@ struct Ring {
     double side; ///< of the bitmap, whole pixels
     Color color;
 
-    [[nodiscard]] std::array<double, 6> key() const {
-        return {inner, lineWidth, color.r, color.g, color.b, color.a};
-    }
+    friend bool operator==(const Ring&, const Ring&) = default;
 };
 
 std::optional<Ring> ringOf(double inner, double outer, const Color& color) {
@@ -41,23 +37,8 @@ Image drawn(const Ring& ring) {
 }
 
 Image bitmap(const Ring& ring) {
-    using Bitmaps = std::map<std::array<double, 6>, Image>;
-    static Guarded<Bitmaps> cache;
-    const auto key = ring.key();
-    const auto find = [&](const Bitmaps& bitmaps) {
-        const auto found = bitmaps.find(key);
-        return found == bitmaps.end() ? std::nullopt : std::optional(found->second);
-    };
-    if (const auto kept = cache.with(find)) {
-        return *kept;
-    }
-    const Image made = drawn(ring);
-    return cache.with([&](Bitmaps& bitmaps) {
-        if (bitmaps.size() >= keptBitmaps) {
-            bitmaps.clear();
-        }
-        return bitmaps.try_emplace(key, made).first->second;
-    });
+    static RecentlyUsed<Ring, Image> bitmaps(keptBitmaps);
+    return bitmaps.value(ring, [&] { return drawn(ring); });
 }
 
 } // namespace

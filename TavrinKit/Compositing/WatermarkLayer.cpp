@@ -20,10 +20,6 @@ constexpr double shadowDeviation = 2.8;
 constexpr Vec2 shadowOffset{1.6, -1.6};
 constexpr double longestTextSide = 4096; ///< pixels of the bitmap
 
-double divisor(double length) {
-    return length > 1 ? length : 1;
-}
-
 /// A line of text in a space of its own, whose origin is the lower left corner of its bitmap.
 struct TextMark {
     TextLine line;
@@ -114,7 +110,7 @@ Image WatermarkLayer::textMark(const Rect& frame, const PixelGrid& grid) const {
         return {};
     }
     const TextMark mark = measured(text, frame.width);
-    const Rect rect = watermarkRect(frame, style_, mark.size.width / divisor(mark.size.height));
+    const Rect rect = watermarkRect(frame, style_, aspectOf(mark.size));
     if (!isDrawable(rect)) {
         return {};
     }
@@ -130,7 +126,7 @@ Image WatermarkLayer::pictureMark(const Rect& frame, const PixelGrid& grid) cons
         return {};
     }
     const Rect& extent = picture->extent();
-    const Rect rect = watermarkRect(frame, style_, extent.width / divisor(extent.height));
+    const Rect rect = watermarkRect(frame, style_, aspectOf(extent.size()));
     return isDrawable(rect) ? fit(*picture, rect) : Image();
 }
 
