@@ -22,8 +22,6 @@ public:
     /// Values out of range are moved into it.
     explicit CameraAnimator(const Settings& settings);
 
-    [[nodiscard]] const Settings& settings() const { return settings_; }
-
     /// @param time  seconds on the source time line; any value, a NaN lies outside all segments
     /// @return the identity outside all enabled segments, and at both ends of each
     [[nodiscard]] CameraTransform transform(double time, const ZoomTrack& track) const;

@@ -31,7 +31,6 @@ public:
     }
     void clear() { size_ = 0; }
 
-    [[nodiscard]] static constexpr std::size_t capacity() { return Capacity; }
     [[nodiscard]] std::size_t size() const { return size_; }
     [[nodiscard]] bool empty() const { return size_ == 0; }
     [[nodiscard]] const T& operator[](std::size_t index) const {

@@ -1,6 +1,5 @@
 #include <cmath>
 #include <limits>
-#include <random>
 
 #include <gtest/gtest.h>
 
@@ -77,34 +76,13 @@ TEST(CameraAnimator, OfOverlappingZoomsTheStrongestSetsTheScaleAndWeightTheFocus
     EXPECT_NEAR(camera.center.y, 0.5, 1e-12);
 }
 
-TEST(CameraAnimator, StaysBetweenTheFocusesAndWithinTheScalesAndNeverJumps) {
-    std::mt19937 random(5);
-    std::uniform_real_distribution<double> unit(0, 1);
-    for (int round = 0; round < 50; ++round) {
-        ZoomTrack track;
-        double strongest = 1;
-        for (int i = 0; i < 6; ++i) {
-            const double start = unit(random) * 8;
-            track.segments.push_back(zoom(start, start + 0.5 + unit(random) * 3, 1 + unit(random),
-                                          {unit(random), unit(random)}, ZoomTransitionStyle(i % 3)));
-            strongest = std::max(strongest, track.segments.back().scale);
-        }
-        double last = 1;
-        for (double time = 0; time < 12; time += 0.001) {
-            const CameraTransform camera = CameraAnimator().transform(time, track);
-            EXPECT_TRUE(camera.center.isNormalized());
-            EXPECT_GE(camera.scale, 1);
-            EXPECT_LE(camera.scale, strongest);
-            EXPECT_LT(std::abs(camera.scale - last), 0.05);
-            last = camera.scale;
-        }
-    }
-}
-
 TEST(CameraAnimator, SettingsAreMovedIntoTheirRange) {
-    const CameraAnimator wide({.transitionFraction = 3, .minimumTransitionDuration = -1});
-    EXPECT_EQ(wide.settings().transitionFraction, 0.45);
-    EXPECT_EQ(wide.settings().minimumTransitionDuration, 0.01);
+    const auto scaleAt = [](const CameraAnimator::Settings& settings, double time, double duration) {
+        return CameraAnimator(settings).transform(time, ZoomTrack{{zoom(0, duration, 2)}}).scale;
+    };
+    EXPECT_NEAR(scaleAt({3, -1}, 2.25, 10), 1.5, 1e-9);    // half-way into 0.45 of the segment
+    EXPECT_NEAR(scaleAt({-1, -1}, 0.25, 10), 1.5, 1e-9);   // into 0.05 of it
+    EXPECT_NEAR(scaleAt({-1, -1}, 0.005, 0.1), 1.5, 1e-9); // into a hundredth of a second
 }
 
 TEST(ReframingEngine, NarrowerExportsZoomLessAndKeepTheFocusOffTheEdges) {
