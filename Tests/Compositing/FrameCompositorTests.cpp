@@ -116,22 +116,6 @@ TEST(FrameCompositor, WhoDrawsTheCursor) {
     EXPECT_EQ(middle(1), bare);
 }
 
-TEST(FrameCompositor, CursorStopsAtTheLastActivityAndTheZoomGoesOn) {
-    auto events = moves({{0, {0.5, 0.5}}});
-    events.push_back({2, {0.5, 0.5}, MouseEventKind::clicked, 0});
-    auto in = inputs(events);
-    in.timeline.cursorTrack.style.clickHighlightStyle = ClickHighlightStyle::ring;
-    in.timeline.cursorTrack.style.endBehavior = CursorEndBehavior::stop;
-    in.timeline.zoomTrack.add({.startTime = 6, .endTime = 10, .focus = {0.25, 0.5}, .scale = 2});
-    const auto ringAt = [&](double x) {
-        const PixelBuffer picture = test::rendered(FrameCompositor(in).compose(8, recording()), output);
-        return test::pixel(picture, int(x + 11 * (1.45 + 3) / 2), 90)[2];
-    };
-    EXPECT_GT(ringAt(240), 220);
-    in.timeline.cursorTrack.style.endBehavior = CursorEndBehavior::natural;
-    EXPECT_EQ(ringAt(240), 102);
-}
-
 TEST(FrameCompositor, OutputHasItsOwnShape) {
     auto in = inputs();
     in.timeline.cursorTrack.style.hideWhenIdle = true;

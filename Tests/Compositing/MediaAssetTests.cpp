@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <limits>
 #include <random>
 #include <string>
@@ -9,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "SampleScreen.h"
 #include "TavrinKit/Compositing/MediaAsset.h"
 #include "TavrinKit/Compositing/MixedSound.h"
 #include "TavrinKit/Compositing/RenderPipeline.h"
@@ -80,15 +80,10 @@ SpeedRegion region(double start, double end, PlaybackSpeed speed) {
 
 class MediaAssets : public testing::Test {
 protected:
-    MediaAssets() : folder_(fs::temp_directory_path() / ("asset-tests-" + UUID::make().string())) {
-        fs::create_directories(folder_);
-    }
-    ~MediaAssets() override { fs::remove_all(folder_); }
-
     fs::path writeMovie(const std::vector<double>& times, double endTime,
                         const std::vector<float>& sound = {}) const {
         MovieWriterSettings settings;
-        settings.path = folder_ / (UUID::make().string() + ".mov");
+        settings.path = folder_.path() / (UUID::make().string() + ".mov");
         settings.container = MovieContainer::quickTime;
         if (!times.empty()) {
             settings.video = VideoTrackSettings{.size = {64, 64}, .averageBitRate = {}, .frameRate = {}};
@@ -108,7 +103,7 @@ protected:
         return settings.path;
     }
 
-    fs::path folder_;
+    test::TemporaryFolder folder_;
 };
 
 TEST_F(MediaAssets, AnEditOfEditsShowsWhatTheMappingsPredict) {
@@ -279,17 +274,15 @@ TEST_F(MediaAssets, AddedSoundPlaysInItsPlaceThroughTheMix) {
 }
 
 TEST_F(MediaAssets, WhatIsNoMediaSaysSo) {
-    const fs::path text = folder_ / "text.mp4";
-    std::ofstream(text) << std::string(5000, 'x');
-    const fs::path empty = folder_ / "empty.mov";
-    std::ofstream{empty};
+    const fs::path text = folder_.write("text.mp4", std::string(5000, 'x'));
+    const fs::path empty = folder_.write("empty.mov", "");
     const fs::path cut = writeMovie({0, 0.5}, 1);
     fs::resize_file(cut, 200);
     EXPECT_THROW((void)MediaAsset::open(text), MediaError);
     EXPECT_THROW((void)MediaAsset::open(empty), MediaError);
     EXPECT_THROW((void)MediaAsset::open(cut), MediaError);
-    EXPECT_THROW((void)MediaAsset::open(folder_), MediaError);
-    EXPECT_THROW((void)MediaAsset::open(folder_ / "missing.mov"), Error);
+    EXPECT_THROW((void)MediaAsset::open(folder_.path()), MediaError);
+    EXPECT_THROW((void)MediaAsset::open(folder_.path() / "missing.mov"), Error);
 
     const MediaAsset pictures = MediaAsset::open(writeMovie({0}, 1));
     EXPECT_THROW((void)pictures.openAudio(0, rate, 1), MediaError);
@@ -318,7 +311,7 @@ TEST_F(MediaAssets, APipelineReadsTheCompositionsOwnSource) {
             };
         };
         MovieWriterSettings settings;
-        settings.path = folder_ / "rendered.mov";
+        settings.path = folder_.path() / "rendered.mov";
         settings.container = MovieContainer::quickTime;
         settings.video = VideoTrackSettings{.size = {64, 64}, .averageBitRate = {}, .frameRate = 10};
         settings.video->constantQuality = 4;

@@ -7,7 +7,6 @@
 #include "TavrinKit/Imaging/PNG.h"
 #include "TavrinKit/Imaging/Raster.h"
 #include "TavrinKit/Imaging/Text.h"
-#include "TavrinKit/Project/CursorGlyph.h"
 #include "TavrinKit/Support/Files.h"
 #include "TavrinKit/Support/UUID.h"
 
@@ -42,15 +41,6 @@ Image sampleScreen() {
     raster.fillRoundedRectangle({290, 640, 150, 44}, 10, {0.2, 0.45, 0.95, 1});
     write(raster, "New project", {318, 668}, 16, 255, FontWeight::semibold);
     return raster.image();
-}
-
-CursorAppearance sampleAppearance() {
-    Raster raster({24, 36}, Raster::YAxis::down);
-    const VectorPath& arrow = CursorGlyph::path(CursorGlyphKind::arrow);
-    raster.stroke(arrow, 3, {1, 1, 1, 1}, AffineTransform::translation(2, 2));
-    raster.fill(arrow, {0, 0, 0, 1}, AffineTransform::translation(2, 2));
-    const std::string png = encodePNG(raster.pixels());
-    return CursorAppearance("sample", Bytes(png.begin(), png.end()), {2, 34}, {24, 36});
 }
 
 Image placeColouredPicture(PixelSize size) {
