@@ -161,7 +161,7 @@ std::unique_ptr<ScreenStream> makeStream(const std::string& displayName, const s
     for (const ShareableDisplay& display : backend.shareableContent(true, true).displays) {
         if (display.name == monitor) {
             ContentFilter filter;
-            filter.content = ContentFilter::Display{display.displayID, {}};
+            filter.content = ContentFilter::Display{display.displayID, {}, {}};
             filter.contentRect = display.frame;
             StreamConfiguration configuration;
             configuration.width = (display.pixels.width + 1) / 2 * 2;

@@ -26,7 +26,7 @@ bool X11CaptureBackend::requestAccess() {
 
 ShareableContent X11CaptureBackend::shareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly) {
     const X11Connection connection(displayName_);
-    return X11ShareableContent(connection).load(excludingDesktopWindows, onScreenWindowsOnly);
+    return X11ShareableContent(connection, entries_).load(excludingDesktopWindows, onScreenWindowsOnly);
 }
 
 std::unique_ptr<ScreenStream> X11CaptureBackend::makeStream(const ContentFilter& filter,

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "TavrinKit/Capture/ScreenStream.h"
+#include "TavrinKit/Support/DesktopEntryIndex.h"
 
 namespace tavrin {
 
@@ -22,13 +24,14 @@ public:
     [[nodiscard]] ShareableContent shareableContent(bool excludingDesktopWindows,
                                                     bool onScreenWindowsOnly) override;
 
-    /// Displays only, as yet.
+    /// Displays, areas of them, and windows.
     [[nodiscard]] std::unique_ptr<ScreenStream>
     makeStream(const ContentFilter& filter, const StreamConfiguration& configuration,
                std::shared_ptr<ScreenStreamOutput> output) override;
 
 private:
     const std::string displayName_;
+    const std::shared_ptr<const DesktopEntryIndex> entries_ = std::make_shared<DesktopEntryIndex>();
 };
 
 } // namespace tavrin

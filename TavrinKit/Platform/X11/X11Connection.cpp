@@ -57,13 +57,12 @@ int minorOf(const Reply& reply) {
 } // namespace
 
 X11Connection::X11Connection(const std::string& displayName) : displayName_(resolvedName(displayName)) {
-    int screenIndex = 0;
-    connection_ = xcb_connect(displayName_.c_str(), &screenIndex);
+    connection_ = xcb_connect(displayName_.c_str(), &screenIndex_);
     if (xcb_connection_has_error(connection_) != 0) {
         xcb_disconnect(connection_);
         throw X11Error::connectionFailed(displayName_);
     }
-    screen_ = screenOfIndex(connection_, screenIndex);
+    screen_ = screenOfIndex(connection_, screenIndex_);
 }
 
 X11Connection::~X11Connection() {

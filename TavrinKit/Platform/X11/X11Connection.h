@@ -41,6 +41,7 @@ public:
     [[nodiscard]] std::uint32_t root() const;
     [[nodiscard]] std::uint32_t rootVisual() const;
     [[nodiscard]] int rootDepth() const;
+    [[nodiscard]] int screenIndex() const { return screenIndex_; }
     [[nodiscard]] int fileDescriptor() const;
 
     /// True once the server has hung up; nothing works any more.
@@ -79,6 +80,7 @@ private:
     std::string displayName_;
     xcb_connection_t* connection_ = nullptr;
     const xcb_screen_t* screen_ = nullptr;
+    int screenIndex_ = 0;
 };
 
 } // namespace tavrin

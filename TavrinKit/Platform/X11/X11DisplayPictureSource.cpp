@@ -10,12 +10,34 @@
 
 #include "TavrinKit/Platform/X11/X11Connection.h"
 #include "TavrinKit/Platform/X11/X11Error.h"
+#include "TavrinKit/Platform/X11/X11ServerGrab.h"
 #include "TavrinKit/Support/HostClock.h"
 
 namespace tavrin {
 namespace {
 
 constexpr const char* purpose = "recording the screen";
+
+constexpr int attemptsWhileOthersRun = 2;
+constexpr int mostAttempts = 6;
+
+template <typename Event>
+const Event& as(const xcb_generic_event_t& event) {
+    return reinterpret_cast<const Event&>(event);
+}
+
+CaptureApplicationExclusionRule exclusionRuleOf(const ContentFilter::Display& filter) {
+    CaptureApplicationExclusionRule rule = filter.exclusionRule;
+    for (const ShareableApplication& application : filter.excludedApplications) {
+        if (!application.bundleIdentifier.empty()) {
+            rule.bundleIdentifiers.insert(application.bundleIdentifier);
+        }
+        if (application.processID != 0) {
+            rule.processIdentifiers.insert(application.processID);
+        }
+    }
+    return rule;
+}
 
 } // namespace
 
@@ -32,6 +54,9 @@ X11DisplayPictureSource::X11DisplayPictureSource(const X11Connection& connection
         pointer_.emplace(connection);
     }
     selectEvents();
+    if (const auto rule = exclusionRuleOf(filter); rule != CaptureApplicationExclusionRule{}) {
+        exclusion_ = std::make_unique<X11ExclusionComposer>(connection, rule);
+    }
 
     layout_ = X11DisplayLayout::of(connection);
     const X11DisplayLayout::Monitor* monitor = layout_.monitor(displayID_);
@@ -101,9 +126,15 @@ void X11DisplayPictureSource::followLayout() {
 void X11DisplayPictureSource::readEvents() {
     while (const X11Owned<xcb_generic_event_t> event{xcb_poll_for_event(connection_.xcb())}) {
         const int type = event->response_type & 0x7f;
+        if (exclusion_) {
+            exclusion_->handle(*event);
+        }
         if (type == damageEvent_ + XCB_DAMAGE_NOTIFY) {
-            isDamaged_ = true;
-        } else if (type == XCB_CONFIGURE_NOTIFY || type == randrEvent_ + XCB_RANDR_NOTIFY ||
+            isDamaged_ = isDamaged_ || as<xcb_damage_notify_event_t>(*event).damage == damageID_;
+        } else if (type == XCB_CONFIGURE_NOTIFY) {
+            const bool isOfRoot = as<xcb_configure_notify_event_t>(*event).window == connection_.root();
+            hasLayoutChanged_ = hasLayoutChanged_ || isOfRoot;
+        } else if (type == randrEvent_ + XCB_RANDR_NOTIFY ||
                    type == randrEvent_ + XCB_RANDR_SCREEN_CHANGE_NOTIFY) {
             hasLayoutChanged_ = true;
         } else if (pointer_) {
@@ -115,7 +146,7 @@ void X11DisplayPictureSource::readEvents() {
 
 bool X11DisplayPictureSource::hasNews() const {
     return isDamaged_ || hasLayoutChanged_ || !painter_.damage().isEmpty() ||
-           (pointer_ && pointer_->hasNews());
+           (pointer_ && pointer_->hasNews()) || (exclusion_ && exclusion_->hasNews());
 }
 
 /// Asks for all that has changed in one go, and adds it to what is to be read.
@@ -139,7 +170,10 @@ void X11DisplayPictureSource::collectChanges() {
             const xcb_rectangle_t* parts = xcb_xfixes_fetch_region_rectangles(reply.get());
             const int count = xcb_xfixes_fetch_region_rectangles_length(reply.get());
             std::for_each(parts, parts + count, [this](const xcb_rectangle_t& part) {
-                painter_.addDamage({part.x, part.y, part.width, part.height});
+                const X11Rect area{part.x, part.y, part.width, part.height};
+                if (!exclusion_ || !exclusion_->hides(area)) {
+                    painter_.addDamage(area);
+                }
             });
         }
     }
@@ -148,7 +182,16 @@ void X11DisplayPictureSource::collectChanges() {
             painter_.addDamage(area);
         }
     }
+    collectExclusion();
     connection_.throwIfBroken();
+}
+
+void X11DisplayPictureSource::collectExclusion() {
+    if (exclusion_) {
+        for (const X11Rect& area : exclusion_->update(painter_.part())) {
+            painter_.addDamage(area);
+        }
+    }
 }
 
 X11DisplayPictureSource::Taken X11DisplayPictureSource::take(VideoSample& sample) {
@@ -156,7 +199,7 @@ X11DisplayPictureSource::Taken X11DisplayPictureSource::take(VideoSample& sample
         followLayout();
     }
     collectChanges();
-    if (painter_.damage().isEmpty()) {
+    if (painter_.damage().isEmpty() || (exclusion_ && exclusion_->isSettling())) {
         return Taken::nothing;
     }
     if (!pool_.hasRoom()) {
@@ -164,9 +207,14 @@ X11DisplayPictureSource::Taken X11DisplayPictureSource::take(VideoSample& sample
     }
     sample = VideoSample{};
     sample.presentationTime = HostClock::now();
-    read();
+    if (!read()) {
+        return Taken::nothing;
+    }
     sample.pixels = pool_.next(painter_.damage());
     painter_.paint(sample.pixels, [this](const PixelBuffer& pixels, const X11Rect& area) {
+        if (exclusion_) {
+            exclusion_->drawOver(pixels, area);
+        }
         if (pointer_) {
             pointer_->drawOver(pixels, area);
         }
@@ -179,7 +227,45 @@ X11DisplayPictureSource::Taken X11DisplayPictureSource::take(VideoSample& sample
     return Taken::picture;
 }
 
-void X11DisplayPictureSource::read() {
+std::vector<X11Rect> X11DisplayPictureSource::damagedAreas() const {
+    std::vector<X11Rect> areas;
+    for (const X11Rect& box : painter_.damage().boxes()) {
+        areas.push_back({box.x + painter_.part().x, box.y + painter_.part().y, box.width, box.height});
+    }
+    return areas;
+}
+
+/// @return whether there is a picture that may be shown
+bool X11DisplayPictureSource::read() {
+    if (!exclusion_) {
+        readAnyway();
+        return true;
+    }
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        // Windows that never stand still are made to.
+        std::optional<X11ServerGrab> standstill;
+        if (attempt >= attemptsWhileOthersRun) {
+            standstill.emplace(connection_);
+            readEvents();
+        }
+        collectExclusion();
+        if (exclusion_->isSettling()) {
+            return false;
+        }
+        exclusion_->compose(damagedAreas());
+        if (!painter_.read(connection_.root())) {
+            followLayout();
+            continue;
+        }
+        readEvents(); // with the pixels has come whatever happened before they were read
+        if (!exclusion_->isOutdated()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void X11DisplayPictureSource::readAnyway() {
     for (int attempt = 0; attempt < 2; ++attempt) {
         if (painter_.read(connection_.root())) {
             return;

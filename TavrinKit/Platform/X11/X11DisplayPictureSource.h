@@ -3,10 +3,12 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "TavrinKit/Capture/ScreenStream.h"
 #include "TavrinKit/Platform/X11/PicturePool.h"
 #include "TavrinKit/Platform/X11/X11DisplayLayout.h"
+#include "TavrinKit/Platform/X11/X11ExclusionComposer.h"
 #include "TavrinKit/Platform/X11/X11PicturePainter.h"
 #include "TavrinKit/Platform/X11/X11PictureSource.h"
 #include "TavrinKit/Platform/X11/X11PointerFollower.h"
@@ -16,6 +18,8 @@ namespace tavrin {
 class X11Connection;
 
 /// Follows what one display, or an area of it, shows.
+///
+/// Windows of excluded applications are not seen; what they cover is (X11ExclusionComposer).
 ///
 /// Only what has changed is read from the server and converted. The pointer is not part of what the server
 /// gives; when it shall be seen it is drawn in, and where it was is read again.
@@ -41,7 +45,10 @@ private:
     [[nodiscard]] X11Rect sourceAreaOn(const X11DisplayLayout::Monitor& monitor) const;
     void followLayout();
     void collectChanges();
-    void read();
+    [[nodiscard]] bool read();
+    void readAnyway();
+    void collectExclusion();
+    [[nodiscard]] std::vector<X11Rect> damagedAreas() const; ///< of the root window
 
     const X11Connection& connection_;
     const StreamConfiguration configuration_;
@@ -51,7 +58,8 @@ private:
     X11DisplayLayout::Monitor monitor_;
     X11PicturePainter painter_; ///< of the root window
     PicturePool pool_;
-    std::optional<X11PointerFollower> pointer_; ///< when it is to be seen
+    std::optional<X11PointerFollower> pointer_;       ///< when it is to be seen
+    std::unique_ptr<X11ExclusionComposer> exclusion_; ///< when something is to be left out
 
     std::uint8_t damageEvent_ = 0;
     std::uint8_t randrEvent_ = 0;

@@ -1,47 +1,42 @@
 #include "TavrinKit/Platform/X11/X11ShareableContent.h"
 
 #include <algorithm>
-#include <cstring>
 #include <string>
+#include <utility>
 
 #include <xcb/xcb.h>
 
 #include "TavrinKit/Platform/X11/X11Connection.h"
+#include "TavrinKit/Platform/X11/X11Properties.h"
+#include "TavrinKit/Platform/X11/X11WindowGeometry.h"
 
 namespace tavrin {
 namespace {
 
-constexpr std::uint32_t longestProperty = 1 << 16; // in words
-
-std::string textOf(const std::vector<char>& bytes) {
-    return {bytes.begin(), std::find(bytes.begin(), bytes.end(), '\0')};
-}
-
-/// The second of the two texts of WM_CLASS: the first one names the instance.
-std::string classOf(const std::vector<char>& bytes) {
-    const auto end = std::find(bytes.begin(), bytes.end(), '\0');
-    return end == bytes.end() ? std::string() : textOf({end + 1, bytes.end()});
+bool holds(const std::vector<std::uint32_t>& atoms, std::uint32_t wanted) {
+    return wanted != XCB_ATOM_NONE && std::ranges::find(atoms, wanted) != atoms.end();
 }
 
 void addApplication(std::vector<ShareableApplication>& applications, const ShareableWindow& window) {
-    const auto found = std::find_if(applications.begin(), applications.end(), [&](const auto& application) {
+    const auto found = std::ranges::find_if(applications, [&](const ShareableApplication& application) {
         return application.processID == window.processID &&
                application.bundleIdentifier == window.bundleIdentifier;
     });
     if (found == applications.end() && (window.processID != 0 || !window.bundleIdentifier.empty())) {
-        applications.push_back({window.bundleIdentifier, window.bundleIdentifier, window.processID});
+        applications.push_back({window.bundleIdentifier, window.applicationName, window.processID});
     }
 }
 
 } // namespace
 
-X11ShareableContent::X11ShareableContent(const X11Connection& connection)
-    : connection_(connection), atoms_{connection.atom("_NET_CLIENT_LIST"),
-                                      connection.atom("_NET_WM_NAME"),
-                                      connection.atom("_NET_WM_PID"),
-                                      connection.atom("_NET_WM_WINDOW_TYPE"),
-                                      connection.atom("_NET_WM_WINDOW_TYPE_DESKTOP"),
-                                      connection.atom("UTF8_STRING")} {}
+X11ShareableContent::X11ShareableContent(const X11Connection& connection,
+                                         std::shared_ptr<const DesktopEntryIndex> entries)
+    : connection_(connection), owners_(connection, std::move(entries)) {
+    const auto atoms = atomsNamed(
+        connection, {"_NET_CLIENT_LIST_STACKING", "_NET_CLIENT_LIST", "_NET_WM_NAME", "_NET_WM_WINDOW_TYPE",
+                     "_NET_WM_WINDOW_TYPE_DESKTOP", "_NET_WM_STATE", "_NET_WM_STATE_HIDDEN"});
+    atoms_ = {atoms[0], atoms[1], atoms[2], atoms[3], atoms[4], atoms[5], atoms[6]};
+}
 
 ShareableContent X11ShareableContent::load(bool excludingDesktopWindows, bool onScreenWindowsOnly) const {
     const X11DisplayLayout layout = X11DisplayLayout::of(connection_);
@@ -51,85 +46,68 @@ ShareableContent X11ShareableContent::load(bool excludingDesktopWindows, bool on
         content.displays.push_back({monitor.displayID, monitor.name, layout.displayFrame(monitor.area),
                                     PixelSize{monitor.area.width, monitor.area.height}, monitor.isMain});
     }
-    for (const std::uint32_t window : applicationWindows()) {
-        if (auto described = describe(window, layout, excludingDesktopWindows, onScreenWindowsOnly)) {
-            addApplication(content.applications, *described);
-            content.windows.push_back(std::move(*described));
-        }
+    content.windows = describe(applicationWindows(), layout, excludingDesktopWindows);
+    if (onScreenWindowsOnly) {
+        std::erase_if(content.windows, [](const ShareableWindow& window) { return !window.isOnScreen; });
+    }
+    for (const ShareableWindow& window : content.windows) {
+        addApplication(content.applications, window);
     }
     connection_.throwIfBroken();
     return content;
 }
 
 std::vector<std::uint32_t> X11ShareableContent::applicationWindows() const {
-    const auto named = numbers(connection_.root(), atoms_.clientList, XCB_ATOM_WINDOW);
-    if (!named.empty()) {
-        return named;
+    const auto ask = [this](std::uint32_t list) {
+        return askProperty(connection_, connection_.root(), list, XCB_ATOM_WINDOW);
+    };
+    const auto askedStacked = ask(atoms_.stackedClients);
+    const auto askedUnstacked = ask(atoms_.clients);
+    const auto stacked = propertyNumbers(connection_, askedStacked);
+    const auto unstacked = propertyNumbers(connection_, askedUnstacked);
+    if (!stacked.empty() || !unstacked.empty()) {
+        return stacked.empty() ? unstacked : stacked;
     }
-    xcb_connection_t* xcb = connection_.xcb();
-    const X11Owned<xcb_query_tree_reply_t> tree(
-        xcb_query_tree_reply(xcb, xcb_query_tree(xcb, connection_.root()), nullptr));
-    if (!tree) {
-        return {};
-    }
-    const xcb_window_t* children = xcb_query_tree_children(tree.get());
-    return {children, children + xcb_query_tree_children_length(tree.get())};
+    return owners_.clientsOf(topLevelWindows(connection_));
 }
 
-std::vector<char> X11ShareableContent::property(std::uint32_t window, std::uint32_t name,
-                                                std::uint32_t type) const {
-    xcb_connection_t* xcb = connection_.xcb();
-    const auto cookie = xcb_get_property(xcb, 0, window, name, type, 0, longestProperty);
-    const X11Owned<xcb_get_property_reply_t> reply(xcb_get_property_reply(xcb, cookie, nullptr));
-    if (!reply) {
-        return {};
+std::vector<ShareableWindow> X11ShareableContent::describe(const std::vector<std::uint32_t>& windows,
+                                                           const X11DisplayLayout& layout,
+                                                           bool excludingDesktopWindows) const {
+    struct Question {
+        xcb_get_property_cookie_t name, oldName, types, states;
+    };
+    std::vector<Question> questions;
+    for (const std::uint32_t window : windows) {
+        const auto ask = [&](std::uint32_t name) {
+            return askProperty(connection_, window, name, XCB_ATOM_ANY);
+        };
+        questions.push_back(
+            {ask(atoms_.name), ask(XCB_ATOM_WM_NAME), ask(atoms_.windowType), ask(atoms_.state)});
     }
-    const char* bytes = static_cast<const char*>(xcb_get_property_value(reply.get()));
-    return {bytes, bytes + xcb_get_property_value_length(reply.get())};
-}
+    const auto geometries = X11WindowGeometry::of(connection_, windows);
+    const auto owners = owners_.of(windows);
 
-std::vector<std::uint32_t> X11ShareableContent::numbers(std::uint32_t window, std::uint32_t name,
-                                                        std::uint32_t type) const {
-    const std::vector<char> bytes = property(window, name, type);
-    std::vector<std::uint32_t> result(bytes.size() / sizeof(std::uint32_t));
-    if (!result.empty()) {
-        std::memcpy(result.data(), bytes.data(), result.size() * sizeof(std::uint32_t));
+    std::vector<ShareableWindow> result;
+    for (std::size_t i = 0; i < windows.size(); ++i) {
+        const std::string name = propertyText(connection_, questions[i].name);
+        const std::string oldName = propertyText(connection_, questions[i].oldName);
+        const auto types = propertyNumbers(connection_, questions[i].types);
+        const auto states = propertyNumbers(connection_, questions[i].states);
+        const bool isLeftOut = excludingDesktopWindows && holds(types, atoms_.desktopType);
+        if (!geometries[i] || geometries[i]->isInputOnly || isLeftOut) {
+            continue;
+        }
+        ShareableWindow window;
+        window.windowID = windows[i];
+        window.title = name.empty() ? oldName : name;
+        window.frame = layout.displayFrame(geometries[i]->frame);
+        window.isOnScreen = geometries[i]->isViewable && !holds(states, atoms_.hiddenState);
+        window.processID = owners[i].processID;
+        window.bundleIdentifier = owners[i].bundleIdentifier;
+        window.applicationName = owners[i].applicationName;
+        result.push_back(std::move(window));
     }
-    return result;
-}
-
-std::optional<ShareableWindow> X11ShareableContent::describe(std::uint32_t window,
-                                                             const X11DisplayLayout& layout,
-                                                             bool excludingDesktopWindows,
-                                                             bool onScreenWindowsOnly) const {
-    xcb_connection_t* xcb = connection_.xcb();
-    const auto attributesCookie = xcb_get_window_attributes(xcb, window);
-    const auto geometryCookie = xcb_get_geometry(xcb, window);
-    const auto originCookie = xcb_translate_coordinates(xcb, window, connection_.root(), 0, 0);
-    const X11Owned<xcb_get_window_attributes_reply_t> attributes(
-        xcb_get_window_attributes_reply(xcb, attributesCookie, nullptr));
-    const X11Owned<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(xcb, geometryCookie, nullptr));
-    const X11Owned<xcb_translate_coordinates_reply_t> origin(
-        xcb_translate_coordinates_reply(xcb, originCookie, nullptr));
-    if (!attributes || !geometry || !origin || attributes->_class != XCB_WINDOW_CLASS_INPUT_OUTPUT ||
-        (onScreenWindowsOnly && attributes->map_state != XCB_MAP_STATE_VIEWABLE)) {
-        return std::nullopt;
-    }
-    const auto types = numbers(window, atoms_.windowType, XCB_ATOM_ATOM);
-    if (excludingDesktopWindows && std::find(types.begin(), types.end(), atoms_.desktopType) != types.end()) {
-        return std::nullopt;
-    }
-
-    ShareableWindow result;
-    result.windowID = window;
-    result.title = textOf(property(window, atoms_.name, atoms_.utf8));
-    if (result.title.empty()) {
-        result.title = textOf(property(window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING));
-    }
-    result.frame = layout.displayFrame({origin->dst_x, origin->dst_y, geometry->width, geometry->height});
-    const auto processIDs = numbers(window, atoms_.processID, XCB_ATOM_CARDINAL);
-    result.processID = processIDs.empty() ? 0 : std::int32_t(processIDs.front());
-    result.bundleIdentifier = classOf(property(window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING));
     return result;
 }
 

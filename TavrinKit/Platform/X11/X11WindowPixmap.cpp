@@ -131,6 +131,7 @@ void X11WindowPixmap::name() {
     freePixmap();
     pixmap_ = named;
     size_ = {geometry->width, geometry->height};
+    depth_ = geometry->depth;
     isNameStale_ = false;
     isAllDamaged_ = true;
     if (geometry->depth != 24 && geometry->depth != 32) {

@@ -51,6 +51,8 @@ public:
     /// Of the latest `pixmap`, whose top left lies at the top left of `area`. May differ from the size of
     /// `area` for a moment, when an event is still under way.
     [[nodiscard]] PixelSize pixmapSize() const { return size_; }
+    /// Of the latest `pixmap`: 24, or 32 for one with alpha.
+    [[nodiscard]] int depth() const { return depth_; }
 
     /// Whether something may have been painted since the last `takeDamage`.
     [[nodiscard]] bool isDamaged() const { return isDamaged_ || isAllDamaged_; }
@@ -75,6 +77,7 @@ private:
     int border_ = 0;
     std::uint32_t pixmap_ = 0;
     PixelSize size_;
+    int depth_ = 0;
     bool isGone_ = false;
     bool isMapped_ = false;
     bool isNameStale_ = true;
