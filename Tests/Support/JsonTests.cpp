@@ -1,4 +1,3 @@
-#include <clocale>
 #include <limits>
 
 #include <gtest/gtest.h>
@@ -8,17 +7,12 @@
 namespace tavrin {
 namespace {
 
-TEST(JsonTests, writesSortedKeysWhateverTheLocale) {
+TEST(JsonTests, writesSortedKeysAndFiniteNumbers) {
     Json json;
     JsonObjectWriter(json).put("b", 0.5).put("a", Vec2{1, 2.25}).put("c", std::optional<double>());
     const std::string expected = "{\n  \"a\": {\n    \"x\": 1.0,\n    \"y\": 2.25\n  },\n  \"b\": 0.5\n}\n";
     EXPECT_EQ(encodeJson(json), expected);
     EXPECT_EQ(parseJson("\xef\xbb\xbf" + expected), json); // with a byte order mark
-    if (std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr) {
-        EXPECT_EQ(encodeJson(json), expected);
-        EXPECT_EQ(parseJson("0.5").get<double>(), 0.5);
-        std::setlocale(LC_ALL, "C");
-    }
     json["b"] = std::numeric_limits<double>::quiet_NaN();
     EXPECT_THROW((void)encodeJson(json), JsonError);
 }
