@@ -97,6 +97,7 @@ PulseServer::PulseServer(const PrivateHome& home, const std::vector<std::string>
 SilentPulseServer::SilentPulseServer(const PrivateHome& home)
     : listener_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     const sockaddr_un address = addressOf(home.pulseSocket());
+    unlink(address.sun_path); // a server that was killed leaves it
     if (bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
         listen(listener_, 16) != 0) { // the kernel accepts for us
         throw std::runtime_error("no socket");

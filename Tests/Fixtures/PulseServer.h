@@ -34,6 +34,8 @@ public:
     /// @param modules  with their arguments, as in "module-null-source source_name=desk"
     explicit PulseServer(const PrivateHome& home, const std::vector<std::string>& modules = {});
 
+    void signal(int number) const { process_.signal(number); }
+
 private:
     Child process_;
 };
