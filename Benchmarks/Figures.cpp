@@ -25,6 +25,7 @@ const std::vector<Piece>& allPieces() {
         {{"plan", "undo"}, planAndHistory},
         {{"sampler"}, sampleTakes},
         {{"store.load"}, loadStores},
+        {{"sources.list"}, listSources},
     };
     return pieces;
 }

@@ -32,6 +32,7 @@ void captureStill(Takes& takes);
 void eventsAndCursor(Takes& takes);
 void planAndHistory(Takes& takes);
 void loadStores(Takes& takes);
+void listSources(Takes& takes);
 
 /// Prints a figure: "name: value unit".
 void printFigure(std::string_view name, double value, std::string_view unit);

@@ -405,6 +405,29 @@ TEST(X11ShareableContentTests, listsMonitorsWindowsAndTheirApplications) {
     EXPECT_THAT(all, testing::UnorderedElementsAre(shown, hidden, desktop));
     EXPECT_EQ(everything.applications.size(), 1U);
 
+    // A window manager's word on which windows there are, in which order, and which of them are minimised.
+    const auto set = [&](xcb_window_t window, const char* name, xcb_atom_t type, std::uint32_t count,
+                         const std::uint32_t* numbers) {
+        xcb_change_property(xcb, XCB_PROP_MODE_REPLACE, window, connection.atom(name), type, 32, count,
+                            numbers);
+    };
+    const std::uint32_t stack[] = {desktop, shown};
+    const std::uint32_t states[] = {connection.atom("_NET_WM_STATE_HIDDEN")};
+    set(connection.root(), "_NET_CLIENT_LIST", XCB_ATOM_WINDOW, 1, &hidden);
+    set(connection.root(), "_NET_CLIENT_LIST_STACKING", XCB_ATOM_WINDOW, 2, stack);
+    set(shown, "_NET_WM_STATE", XCB_ATOM_ATOM, 1, states);
+    xcb_delete_property(xcb, shown, connection.atom("_NET_WM_NAME"));
+    xcb_change_property(xcb, XCB_PROP_MODE_REPLACE, shown, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8, 4,
+                        "K\xe4se");
+    (void)connection.atom("WM_NAME");
+    const ShareableContent managed = backend.shareableContent(false, false);
+    ASSERT_EQ(managed.windows.size(), 2U);
+    EXPECT_EQ(managed.windows[0].windowID, desktop);
+    EXPECT_TRUE(managed.windows[0].isOnScreen);
+    EXPECT_EQ(managed.windows[1].title, "Käse");
+    EXPECT_FALSE(managed.windows[1].isOnScreen);
+    EXPECT_TRUE(backend.shareableContent(true, true).windows.empty());
+
     // The same monitor has the same number on another server: stored choices find it again.
     EXPECT_EQ(X11CaptureBackend(sharedDisplay()).shareableContent(true, true).displays[1].displayID,
               content.displays[1].displayID);
