@@ -158,6 +158,24 @@ public:
         xcb_map_window(xcb(), window);
         return window;
     }
+    /// A window without a background: where its owner hasn't painted, it shows what was seen there before.
+    std::uint32_t addBareWindow(const X11Rect& area) {
+        const std::uint32_t window = xcb_generate_id(xcb());
+        const std::uint32_t events = XCB_EVENT_MASK_EXPOSURE;
+        xcb_create_window(xcb(), XCB_COPY_FROM_PARENT, window, connection_.root(), std::int16_t(area.x),
+                          std::int16_t(area.y), std::uint16_t(area.width), std::uint16_t(area.height), 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &events);
+        xcb_map_window(xcb(), window);
+        return window;
+    }
+    /// @return whether the server asked for something to be painted
+    bool takeExposures() const {
+        bool any = false;
+        while (const X11Owned<xcb_generic_event_t> event{xcb_poll_for_event(xcb())}) {
+            any = any || (event->response_type & 0x7f) == XCB_EXPOSE;
+        }
+        return any;
+    }
     void paint(std::uint32_t window, const X11Rect& area, std::uint32_t color) {
         xcb_change_gc(xcb(), context_, XCB_GC_FOREGROUND, &color);
         const xcb_rectangle_t rectangle{std::int16_t(area.x), std::int16_t(area.y), std::uint16_t(area.width),
@@ -307,7 +325,11 @@ TEST_F(X11ExclusionTests, noPictureShowsAnExcludedWindowWhileItIsMappedUnmappedA
     };
     const std::jthread changes([this](const std::stop_token& stop) {
         Scene busy(display.name());
+        const std::uint32_t bare = busy.addBareWindow({0, 30, 300, 500});
         for (std::uint32_t i = 0; !stop.stop_requested(); ++i) {
+            if (busy.takeExposures()) {
+                busy.paint(bare, {0, 0, 300, 500}, 0x8000);
+            }
             busy.paint(busy.lower, {int(i % 200), 10, 60, 180}, i * 977 & 0xffff);
             busy.place(busy.upper, 200 + int(i % 40), 140);
         }
