@@ -49,10 +49,10 @@ public:
         std::string display;                   ///< of X, as in ":0"; empty: that of this session
         std::filesystem::path outputDirectory; ///< gets the package's folder and the movie; made when missing
         bool excludeCursor = true;             ///< the cursor is drawn in the export, from the events
-        SourceChoice source;                   ///< what to record of the display
-        AudioCaptureOptions audio;
-        CameraCaptureOptions camera;
-        std::string syntheticCameraID; ///< as of `DesktopPlatformSettings`
+        SourceChoice source{};                 ///< what to record of the display
+        AudioCaptureOptions audio{};
+        CameraCaptureOptions camera{};
+        std::string syntheticCameraID{}; ///< as of `DesktopPlatformSettings`
     };
 
     /// Finds out whether there is something to record.

@@ -351,6 +351,7 @@ void DesktopStreamCapture::stopStream(const Session& session, const std::stop_to
             session->shutDownStream(1s, "stop.detachStreamOutputs");
             session->writer->cancel();
             session->cancelSideCaptures();
+            throwIfTakenAway(session);
             endStopping(session);
             throwIfCancelled(stop);
             throw DesktopStreamCaptureError::captureStopFailed(std::current_exception());
@@ -373,6 +374,7 @@ std::optional<std::filesystem::path> DesktopStreamCapture::stopMicrophone(const 
         if (session->cameraCapture) {
             session->cameraCapture->cancel();
         }
+        throwIfTakenAway(session);
         endStopping(session);
         throw DesktopStreamCaptureError::microphoneStopFailed(std::current_exception());
     }
@@ -398,6 +400,7 @@ void DesktopStreamCapture::finishWriter(const Session& session, double endTime) 
             session->writer->finish(endTime);
         }
     } catch (...) {
+        throwIfTakenAway(session);
         endStopping(session);
         throw DesktopStreamCaptureError::writerFailed(std::current_exception());
     }

@@ -99,7 +99,7 @@ void chooseDevices(DesktopPlatform& platform, const DesktopPlatformSettings& set
     }
     platform.cameras = std::make_shared<V4L2CameraCatalog>("/dev", synthetic);
     platform.cameraCaptureFactory = [cameras = platform.cameras](const std::filesystem::path& path) {
-        return std::make_shared<V4L2CameraCapture>(path, V4L2CameraCapture::Settings{.devices = cameras, .permissionProvider = nullptr});
+        return std::make_shared<V4L2CameraCapture>(path, V4L2CameraCapture::Settings{.devices = cameras});
     };
 }
 

@@ -40,13 +40,13 @@ struct DesktopPlatform {
 /// What decides between the platforms. The defaults are what the process was started with.
 struct DesktopPlatformSettings {
     /// Absent: the one that fits, or that TAVRIN_BACKEND names: "x11" or "none".
-    std::optional<DesktopPlatform::Kind> kind;
-    std::optional<std::string> display; ///< of X, as in ":0"; absent: what DISPLAY says
-    std::string pulseServer;            ///< empty: the one that the user's environment names
-    std::string microphone;             ///< the id of the device; empty: the default
+    std::optional<DesktopPlatform::Kind> kind{};
+    std::optional<std::string> display{}; ///< of X, as in ":0"; absent: what DISPLAY says
+    std::string pulseServer{};            ///< empty: the one that the user's environment names
+    std::string microphone{};             ///< the id of the device; empty: the default
     /// Puts a synthetic camera behind the real ones, as TAVRIN_SYNTHETIC_CAMERA does: an id that begins with
     /// "lavfi:". Empty: there is none.
-    std::string syntheticCameraID;
+    std::string syntheticCameraID{};
 };
 
 /// Chooses the platform by the settings and the environment. Connects to nothing: a server that doesn't

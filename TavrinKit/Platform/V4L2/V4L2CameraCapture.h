@@ -41,9 +41,9 @@ resolveCameraDevice(const std::vector<CaptureDevice>& devices,
 class V4L2CameraCapture : public CameraCapturing {
 public:
     struct Settings {
-        std::shared_ptr<CaptureDeviceCataloging> devices; ///< null: the kernel's cameras
+        std::shared_ptr<CaptureDeviceCataloging> devices{}; ///< null: the kernel's cameras
         /// Null: the system is asked.
-        std::shared_ptr<CameraPermissionProviding> permissionProvider;
+        std::shared_ptr<CameraPermissionProviding> permissionProvider{};
         double startPatience = 6; ///< seconds until a camera must have delivered its first picture
     };
 
