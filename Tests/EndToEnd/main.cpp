@@ -1,11 +1,13 @@
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <thread>
 
 #include <gtest/gtest.h>
 
 #include "Examples/Walkthrough/ScreenTake.h"
+#include "OwnedWindow.h"
 
 namespace {
 
@@ -30,6 +32,9 @@ int recordUntilKilled(const char* display, const char* folder) {
 int main(int count, char** arguments) {
     if (count == 4 && std::strcmp(arguments[1], "--record") == 0) {
         return recordUntilKilled(arguments[2], arguments[3]);
+    }
+    if (count == 5 && std::strcmp(arguments[1], "--own-window") == 0) {
+        return tavrin::test::ownWindow(arguments[2], {std::atoi(arguments[3]), std::atoi(arguments[4])});
     }
     testing::InitGoogleTest(&count, arguments);
     return RUN_ALL_TESTS();
