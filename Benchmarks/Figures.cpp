@@ -21,6 +21,7 @@ const std::vector<Piece>& allPieces() {
         {{"export.cancelling"}, exportCancelling},
         {{"capture.fullmotion"}, captureFullMotion},
         {{"capture.still"}, captureStill},
+        {{"capture.sound"}, captureSound},
         {{"events.load", "cursor.frame_state"}, eventsAndCursor},
         {{"plan", "undo"}, planAndHistory},
         {{"sampler"}, sampleTakes},

@@ -29,6 +29,7 @@ void exportCancelling(Takes& takes);
 void sampleTakes(Takes& takes);
 void captureFullMotion(Takes& takes);
 void captureStill(Takes& takes);
+void captureSound(Takes& takes);
 void eventsAndCursor(Takes& takes);
 void planAndHistory(Takes& takes);
 void loadStores(Takes& takes);

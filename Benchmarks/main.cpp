@@ -33,8 +33,10 @@ void exportPackage(const std::string& package, const std::string& movie, double 
 }
 
 /// The part of a recording that is measured; prints its seconds, the frames taken and the frames dropped.
-void recordDisplay(const std::string& display, const std::string& folder, double seconds) {
-    demo::ScreenTake take({.display = display, .outputDirectory = folder});
+void recordDisplay(const std::string& display, const std::string& folder, double seconds, bool withSound) {
+    demo::ScreenTake take({.display = display,
+                           .outputDirectory = folder,
+                           .audio = {.includeSystemAudio = withSound, .includeMicrophone = false}});
     take.start();
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
     take.finish();
@@ -90,8 +92,9 @@ int main(int count, char** values) {
             exportPackage(arguments[1], arguments[2], std::stod(arguments[3]));
             return 0;
         }
-        if (arguments.size() == 4 && arguments[0] == "--record") {
-            recordDisplay(arguments[1], arguments[2], std::stod(arguments[3]));
+        if (arguments.size() >= 4 && arguments[0] == "--record") {
+            const bool withSound = arguments.size() > 4 && arguments[4] == "sound";
+            recordDisplay(arguments[1], arguments[2], std::stod(arguments[3]), withSound);
             return 0;
         }
         return runPieces(arguments);
