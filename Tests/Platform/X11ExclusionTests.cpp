@@ -286,6 +286,8 @@ protected:
 
 TEST_F(X11ExclusionTests, whatExcludedWindowsCoverIsSeenAsIfTheyWereNotThere) {
     using Deed = OtherApplication::Deed;
+    (void)scene.addBareWindow({110, 200, 100, 80}); // whose owner never paints
+    scene.sync();
     other.tell(Deed::create, {150, 100, 150, 150});
     other.tell(Deed::map);
     start({{}, {other.processID()}});
