@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "SampleScreen.h"
 #include "TavrinKit/Compositing/AnnotationLayer.h"
+#include "TestPictures.h"
 
 namespace tavrin {
 namespace {

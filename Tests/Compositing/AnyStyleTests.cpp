@@ -7,9 +7,9 @@
 #include <gtest/gtest.h>
 
 #include "../Project/WildEdits.h"
-#include "SampleScreen.h"
 #include "TavrinKit/Compositing/CameraPiPLayer.h"
 #include "TavrinKit/Imaging/ImageRenderer.h"
+#include "TestPictures.h"
 
 namespace tavrin {
 namespace {

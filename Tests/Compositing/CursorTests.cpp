@@ -4,10 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include "SampleScreen.h"
 #include "TavrinKit/Compositing/CursorLayer.h"
 #include "TavrinKit/Compositing/CursorQualityValidator.h"
 #include "TavrinKit/Imaging/PNG.h"
+#include "TestPictures.h"
 
 namespace tavrin {
 namespace {

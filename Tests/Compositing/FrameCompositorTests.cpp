@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "SampleScreen.h"
 #include "TavrinKit/Compositing/FrameCompositor.h"
+#include "TestPictures.h"
 
 namespace tavrin {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "SampleScreen.h"
 #include "TavrinKit/Compositing/FrameOperations.h"
+#include "TestPictures.h"
 
 namespace tavrin {
 namespace {

@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "SampleScreen.h"
 #include "TavrinKit/Compositing/BackgroundAssetRenderer.h"
 #include "TavrinKit/Compositing/FramingLayer.h"
 #include "TavrinKit/Compositing/HexColor.h"
 #include "TavrinKit/Imaging/PNG.h"
+#include "TestPictures.h"
 
 namespace tavrin {
 namespace {
@@ -169,35 +169,30 @@ TEST(Background, PictureCoversTheFrameFromItsMiddle) {
     }
 }
 
-TEST(Background, WallpaperRadiiFollowTheWidth) {
-    // Ember's first accent: centre (0.24, 0.26), radius 0.62 of the width, over a diagonal gradient. The
-    // second doesn't reach the points that are tested.
-    const auto expected = [](const Rect& extent, Vec2 p) {
-        const double w = extent.width;
-        const double h = extent.height;
-        const double along = (p.x * w + p.y * h) / (w * w + h * h);
-        const double distance = std::hypot(p.x - 0.24 * w, p.y - 0.26 * h);
-        const double a = 0.76 * std::max(1 - distance / (0.62 * w), 0.0);
-        const std::array start{0.15, 0.08, 0.08};
-        const std::array end{0.39, 0.12, 0.06};
-        const std::array accent{1.0, 0.76, 0.32};
-        std::array<double, 3> color{};
-        for (std::size_t i = 0; i < 3; ++i) {
-            color[i] = 255 * (accent[i] * a + (start[i] + (end[i] - start[i]) * along) * (1 - a));
-        }
-        return color;
-    };
-    for (const Rect extent : {Rect{0, 0, 90, 160}, Rect{0, 0, 160, 90}}) {
-        const PixelBuffer picture =
-            background(BackgroundStyle::wallpaper(BuiltInWallpaperStyle::ember), extent);
-        for (const Vec2 part : {Vec2{0.24, 0.26}, {0.3, 0.1}, {0.05, 0.4}, {0.02, 0.02}}) {
-            const int x = int(part.x * extent.width);
-            const int y = int(part.y * extent.height);
-            const auto color = expected(extent, {x + 0.5, y + 0.5});
-            for (std::size_t i = 0; i < 3; ++i) {
-                EXPECT_NEAR(test::pixel(picture, x, y)[i], color[i], 2)
-                    << extent.width << " " << x << " " << y;
-            }
+TEST(Background, WallpapersAreTwoAccentsOverADiagonal) {
+    using enum BuiltInWallpaperStyle;
+    const struct {
+        BuiltInWallpaperStyle id;
+        PixelSize size;
+        int x, y; // the middle of an accent; in oblong pictures also where its radius, from the width, tells
+        std::array<int, 4> color;
+    } cases[] = {{aurora, {200, 200}, 36, 164, {22, 182, 172, 255}},
+                 {aurora, {200, 200}, 164, 56, {183, 114, 92, 255}},
+                 {ember, {200, 200}, 48, 52, {206, 152, 66, 255}},
+                 {ember, {200, 200}, 156, 156, {181, 51, 33, 255}},
+                 {tide, {200, 200}, 28, 96, {53, 169, 156, 255}},
+                 {tide, {200, 200}, 168, 36, {87, 160, 163, 255}},
+                 {graphite, {200, 200}, 40, 36, {45, 52, 65, 255}},
+                 {graphite, {200, 200}, 144, 144, {39, 45, 56, 255}},
+                 {ember, {90, 160}, 21, 41, {206, 152, 66, 255}},
+                 {ember, {90, 160}, 21, 80, {109, 64, 33, 255}},
+                 {ember, {160, 90}, 38, 23, {206, 153, 67, 255}},
+                 {ember, {160, 90}, 96, 23, {151, 75, 39, 255}}};
+    for (const auto& c : cases) {
+        const Rect extent{0, 0, double(c.size.width), double(c.size.height)};
+        const auto seen = test::pixel(background(BackgroundStyle::wallpaper(c.id), extent), c.x, c.y);
+        for (std::size_t i = 0; i < 4; ++i) {
+            EXPECT_NEAR(seen[i], c.color[i], 2) << int(c.id) << " " << c.x;
         }
     }
 }

@@ -8,13 +8,13 @@
 
 #include <gtest/gtest.h>
 
-#include "SampleScreen.h"
 #include "TavrinKit/Compositing/MediaAsset.h"
 #include "TavrinKit/Compositing/MixedSound.h"
 #include "TavrinKit/Compositing/RenderPipeline.h"
 #include "TavrinKit/Imaging/FrameSequence.h"
 #include "TavrinKit/Media/MovieWriter.h"
 #include "TavrinKit/Support/UUID.h"
+#include "TestPictures.h"
 
 namespace tavrin {
 namespace {

@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "SampleScreen.h"
 #include "TavrinKit/Compositing/CameraPiPLayer.h"
 #include "TavrinKit/Compositing/FrameOperations.h"
 #include "TavrinKit/Compositing/TypingLayer.h"
 #include "TavrinKit/Compositing/WatermarkLayer.h"
+#include "TestPictures.h"
 
 namespace tavrin {
 namespace {

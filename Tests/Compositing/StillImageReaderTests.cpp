@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "SampleScreen.h"
 #include "TavrinKit/Imaging/PNG.h"
 #include "TavrinKit/Media/StillImageReader.h"
+#include "TestPictures.h"
 
 namespace tavrin {
 namespace {

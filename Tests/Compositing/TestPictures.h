@@ -10,9 +10,6 @@
 
 namespace tavrin::test {
 
-/// Something like a recorded desktop, 1280 × 720: bars, text and buttons.
-[[nodiscard]] Image sampleScreen();
-
 /// A picture whose red grows from left to right and whose green grows upward, 0 to 255: colours tell places.
 [[nodiscard]] Image placeColouredPicture(PixelSize size);
 
