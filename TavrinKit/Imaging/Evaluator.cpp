@@ -12,10 +12,9 @@ using Node = Image::Node;
 constexpr int blockSize = 128;
 
 // For how many pictures something is kept that none of them uses: planes that one picture alone has used,
-// which mostly show what passes by; other planes; tables.
+// which mostly show what passes by; other planes.
 constexpr std::uint64_t keptOnceUsed = 30;
 constexpr std::uint64_t keptUnused = 600;
-constexpr std::uint64_t keptTables = 8;
 
 /// Leaves out the colours of a picture that is black all over, as every shadow is.
 void dropBlack(FloatPicture& picture) {
@@ -317,7 +316,7 @@ std::vector<float> Evaluator::gaussian(const std::vector<float>& plane, int colu
 
 void Evaluator::finishPicture() {
     realised_.clear();
-    std::erase_if(tables_, [&](const auto& entry) { return entry.second.lastUse + keptTables < picture_; });
+    std::erase_if(tables_, [&](const auto& entry) { return entry.second.lastUse != picture_; });
     std::erase_if(planes_, [&](const auto& entry) {
         const KeptPlanes& kept = entry.second;
         const std::uint64_t age = kept.firstUse == kept.lastUse ? keptOnceUsed : keptUnused;

@@ -58,7 +58,7 @@ private:
     std::vector<TilePainter> painters_;
     std::unordered_map<std::uint64_t, KeptPlanes> planes_;
     std::unordered_map<std::uint64_t, std::shared_ptr<const FloatPicture>> realised_; ///< in this picture
-    std::unordered_map<std::uint64_t, KeptTables> tables_; ///< those that the last pictures used
+    std::unordered_map<std::uint64_t, KeptTables> tables_; ///< those that the last picture used
     std::size_t cacheBytes_ = 0;
     std::size_t cacheBound_;
     std::uint64_t picture_ = 0; ///< counts pictures, for the order of use
