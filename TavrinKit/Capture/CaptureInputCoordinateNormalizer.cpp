@@ -99,7 +99,10 @@ ResolvedGeometrySample resolved(const CaptureGeometrySample& sample, const std::
     const double scale = sanitizedScale(sample);
     ResolvedGeometrySample result;
     result.timestamp = sample.timestamp;
-    result.screenRect = oriented(sample.screenRect.standardized(), reference, mainDisplayHeight);
+    result.screenRect = sample.screenRect.standardized();
+    if (!sample.isYUpward) {
+        result.screenRect = oriented(result.screenRect, reference, mainDisplayHeight);
+    }
     result.surfaceSizePoints = {sample.surfaceSizePixels.width / scale,
                                 sample.surfaceSizePixels.height / scale};
     result.contentRect = sample.contentRect.standardized();

@@ -27,7 +27,7 @@ public:
                                      const std::vector<CaptureGeometrySample>& geometrySamples);
 
     /// Sorts out by nearness to the source, as it was known before, which vertical origin each rectangle
-    /// uses, and drops samples that repeat the one before.
+    /// uses that doesn't say so, and drops samples that repeat the one before.
     [[nodiscard]] static std::vector<ResolvedGeometrySample>
     resolveGeometrySamples(const std::vector<CaptureGeometrySample>& samples,
                            const std::optional<CaptureCoordinateMappingContext>& mappingContext);

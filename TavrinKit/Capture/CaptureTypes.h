@@ -112,6 +112,7 @@ struct CaptureGeometrySample {
     Rect contentRect;       ///< of the content inside the stream's surface, points
     double scaleFactor = 1; ///< pixels per point
     Size2D surfaceSizePixels;
+    bool isYUpward = false; ///< `screenRect` is known to be; else either way must be reckoned with
 
     friend bool operator==(const CaptureGeometrySample&, const CaptureGeometrySample&) = default;
 };

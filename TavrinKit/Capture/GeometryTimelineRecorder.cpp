@@ -61,6 +61,7 @@ std::optional<CaptureGeometrySample> GeometryTimelineRecorder::makeSample(const 
     made.contentRect = sample.contentRect.value_or(wholeSurface).standardized();
     made.scaleFactor = std::isfinite(scale) ? scale : 1.0;
     made.surfaceSizePixels = surfaceSizePixels_;
+    made.isYUpward = true;
     return made;
 }
 

@@ -103,7 +103,7 @@ struct VideoSample {
     PixelBuffer pixels;          ///< i420; empty for a sample without a picture. Not written again.
     double presentationTime = 0; ///< host clock: when the picture was taken
     FrameStatus status = FrameStatus::complete;
-    std::optional<Rect> screenRect;  ///< where the source lay, global points
+    std::optional<Rect> screenRect;  ///< where the source lay, global points, y upward
     std::optional<Rect> contentRect; ///< where the content lies in the surface, points
     std::optional<double> scaleFactor;
 };

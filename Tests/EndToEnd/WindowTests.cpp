@@ -185,7 +185,7 @@ TEST(Windows, ADraggedCoveredAndResizedWindowIsWholeAndClicksLandWhereTheyWereMa
     const TemporaryFolder folder;
     const VirtualDisplay display(stackedMonitors());
     XTestDriver hand(display.name());
-    Vec2 place{300, 700};
+    Vec2 place{300, 900};
     OwnedWindow window(display.name(), int(place.x), int(place.y), clientBefore);
     pause(300);
     Take take(display.name(), RecordingTarget::window(std::to_string(window.id())), std::nullopt,
@@ -214,8 +214,8 @@ TEST(Windows, ADraggedCoveredAndResizedWindowIsWholeAndClicksLandWhereTheyWereMa
     window.cover(0, 600, {1024, 600});
     pause(300);
     const Vec2 start = place;
-    for (int step = 1; step <= 60; ++step) { // onto the upper monitor
-        moveTo({start.x + 2.0 * step, start.y - 10.5 * step});
+    for (int step = 1; step <= 60; ++step) { // over the middle of the lower monitor and onto the upper one
+        moveTo({start.x + 2.0 * step, start.y - 14.0 * step});
         if (step % 6 == 0) {
             click({60, 12});
         } else {

@@ -41,7 +41,7 @@ TEST(X11ScreenStreamTests, firstPictureShowsItsOwnMonitorWithoutTheOther) {
     Canvas canvas(sharedDisplay());
     canvas.fillNoise({0, 0, screenWidth, screenHeight}, 1);
     canvas.sync();
-    for (const auto& [name, area, frame] : {std::tuple{"LEFT", leftMonitor, Rect{-501, 150, 501, 399}},
+    for (const auto& [name, area, frame] : {std::tuple{"LEFT", leftMonitor, Rect{-501, 51, 501, 399}},
                                             std::tuple{"RIGHT", rightMonitor, Rect{0, 0, 600, 600}}}) {
         const auto output = std::make_shared<RecordingOutput>();
         const double before = HostClock::now();

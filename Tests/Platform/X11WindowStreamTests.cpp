@@ -198,7 +198,8 @@ TEST(X11WindowStreamTests, showsWindowsOfAnyKindWholeThoughTheyAreCoveredAndOffT
         const VideoSample sample = take.output->last();
         EXPECT_LE(worstDifference(sample.pixels, expected), 1) << row.description;
         EXPECT_EQ(sample.screenRect,
-                  Rect(row.seen.x - rightMonitor.x, row.seen.y, row.seen.width, row.seen.height))
+                  Rect(row.seen.x - rightMonitor.x, rightMonitor.height - row.seen.y - row.seen.height,
+                       row.seen.width, row.seen.height))
             << row.description;
 
         cover.place({row.seen.x - 5, row.seen.y - 5, 400, 300});
@@ -221,7 +222,8 @@ TEST(X11WindowStreamTests, tellsMovesWithoutPicturesAndScalesWhatHasAnotherSize)
 
     window.place({-40, 333, 200, 100});
     ASSERT_TRUE(take.output->waitForCount(2));
-    EXPECT_EQ(take.output->last().screenRect, Rect(-40 - rightMonitor.x, 333, 200, 100));
+    EXPECT_EQ(take.output->last().screenRect,
+              Rect(-40 - rightMonitor.x, rightMonitor.height - 433, 200, 100));
     EXPECT_TRUE(take.output->last().pixels.isEmpty());
     take.output->waitForQuiet();
     EXPECT_EQ(take.pictures(), 1U);

@@ -129,6 +129,11 @@ Vec2 X11DisplayLayout::globalPoint(double rootX, double rootY) const {
     return {rootX - main_.x, main_.y + main_.height - rootY};
 }
 
+Rect X11DisplayLayout::globalRect(const X11Rect& area) const {
+    const Vec2 bottomLeft = globalPoint(area.x, area.y + area.height);
+    return {bottomLeft.x, bottomLeft.y, double(area.width), double(area.height)};
+}
+
 Rect X11DisplayLayout::displayFrame(const X11Rect& area) const {
     return {double(area.x - main_.x), double(area.y - main_.y), double(area.width), double(area.height)};
 }

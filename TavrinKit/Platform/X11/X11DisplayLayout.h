@@ -57,6 +57,8 @@ public:
 
     /// From the root window to the global space: y upward from the bottom left of the main display.
     [[nodiscard]] Vec2 globalPoint(double rootX, double rootY) const;
+    /// As `globalPoint`, for an area.
+    [[nodiscard]] Rect globalRect(const X11Rect& area) const;
     /// From the root window to a display's coordinates: y downward from the top left of the main display.
     [[nodiscard]] Rect displayFrame(const X11Rect& area) const;
 

@@ -221,7 +221,7 @@ X11DisplayPictureSource::Taken X11DisplayPictureSource::take(VideoSample& sample
     });
 
     const X11Rect& captured = painter_.part();
-    sample.screenRect = layout_.displayFrame(captured);
+    sample.screenRect = layout_.globalRect(captured);
     sample.contentRect = Rect{0, 0, double(captured.width), double(captured.height)};
     sample.scaleFactor = 1;
     return Taken::picture;

@@ -386,7 +386,7 @@ void X11WindowPictureSource::paint(const PixelBuffer& target) {
 
 void X11WindowPictureSource::describePlace(VideoSample& sample) const {
     const X11Rect& whole = geometry_.topLevelArea;
-    sample.screenRect = layout_.displayFrame(moved(painter_.part(), whole.x, whole.y));
+    sample.screenRect = layout_.globalRect(moved(painter_.part(), whole.x, whole.y));
     sample.contentRect =
         Rect{double(content_.x), double(content_.y), double(content_.width), double(content_.height)};
     sample.scaleFactor = 1;
