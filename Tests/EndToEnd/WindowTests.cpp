@@ -60,6 +60,7 @@ public:
         const auto backend = std::make_shared<X11CaptureBackend>(display);
         options_.target = std::move(target);
         options_.excludeCursorFromSource = true;
+        options_.applicationExclusionRule = {}; // the frames of windows are this process's own
         const ShareableContent content = backend->shareableContent(true, true);
         if (!content.windows.empty() && !bounds) {
             const Rect& frame = content.windows.front().frame;
@@ -272,6 +273,40 @@ TEST(Windows, ADraggedCoveredAndResizedWindowIsWholeAndClicksLandWhereTheyWereMa
         EXPECT_TRUE(time > lastBefore && time < firstAfter) << time << " " << lastBefore << " " << firstAfter;
     }
     EXPECT_LT(firstAfter - lastBefore, 1.0);
+}
+
+TEST(Windows, AnAreaOverAMonitorsBorderIsThePartOnItsMonitor) {
+    const TemporaryFolder folder;
+    const VirtualDisplay display(stackedMonitors());
+    XTestDriver hand(display.name());
+    const OwnedWindow window(display.name(), 100, 400, clientBefore);
+    pause(300);
+    const ShareableContent content = X11CaptureBackend(display.name()).shareableContent(true, true);
+    const auto upper = std::find_if(content.displays.begin(), content.displays.end(),
+                                    [](const ShareableDisplay& each) { return each.name == "UPPER"; });
+    ASSERT_NE(upper, content.displays.end());
+    // From 110 rows above the lower monitor's upper edge, which lies at 768, to 90 rows below.
+    Take take(display.name(), RecordingTarget::area(std::to_string(upper->displayID), {110, 678, 300, 200}),
+              Rect{110, 768, 300, 110}, folder.path());
+    hand.moveTo(200, 480);
+    hand.click();
+    take.awaitClicks(1);
+    const ProjectPackage package = take.finish();
+
+    const std::vector<MouseEvent> clicks = package.loadEvents().mouseEvents();
+    ASSERT_EQ(clicks.size(), 1U);
+    EXPECT_NEAR(clicks[0].location.x * 300, 90, 1);
+    EXPECT_NEAR((1 - clicks[0].location.y) * 110, 70, 1);
+    const std::optional<DecodedFrame> frame = VideoReader(package.screenURL()).next();
+    ASSERT_TRUE(frame);
+    ASSERT_EQ(frame->pixels.size(), (PixelSize{300, 110}));
+    leaveForTheEye(frame->pixels, "area");
+    const PixelBuffer whole = expectedPicture(clientBefore, {0, 0, surface.width, surface.height});
+    for (int y = 0; y < 110; ++y) {
+        for (int x = 0; x < 300; ++x) {
+            ASSERT_NEAR(frame->pixels.row(0, y)[x], whole.row(0, y + 10)[x + 10], 24) << x << ", " << y;
+        }
+    }
 }
 
 TEST(Windows, AWindowThatIsClosedEndsTheTakeAndNotItsMovie) {
