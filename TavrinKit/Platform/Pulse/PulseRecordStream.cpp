@@ -1,5 +1,6 @@
 #include "TavrinKit/Platform/Pulse/PulseRecordStream.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -14,8 +15,10 @@ namespace {
 constexpr double fragmentSeconds = 0.02;
 constexpr double timingInterval = 0.1; ///< seconds, and up to half of that more
 constexpr double firstTimingInterval = 0.02;
-/// Seconds without sound after which its time is measured anew.
+/// Seconds for which there is no sound to hear any more, after which its time is measured anew.
 constexpr double pauseSeconds = 0.25;
+/// Seconds that a device may deliver in one go.
+constexpr double longestBurst = 2;
 /// Sound whose time doesn't become known is given up beyond this.
 constexpr std::size_t mostArrived = 1500; // blocks: a minute
 
@@ -121,7 +124,9 @@ void PulseRecordStream::readArrived() {
     while (pa_stream_peek(stream_.get(), &data, &size) == 0 && size > 0) {
         const std::size_t count = size / sizeof(float);
         const double now = HostClock::now();
-        const bool isAfterPause = now - std::exchange(lastArrival_, now) > pauseSeconds;
+        const bool isAfterPause = now > lastsUntil_ + pauseSeconds;
+        const double duration = double(count / channels_) / sampleRate_;
+        lastsUntil_ = std::min(std::max(lastsUntil_, now) + duration, now + longestBurst);
         if (data != nullptr && arrived_.size() < mostArrived) {
             const auto* samples = static_cast<const float*>(data);
             arrived_.push_back({{samples, samples + count}, arrivedFrames_, isAfterPause});

@@ -75,7 +75,7 @@ private:
 
     StreamClock clock_;
     std::int64_t arrivedFrames_ = 0; ///< holes included
-    double lastArrival_ = 0;         ///< host clock
+    double lastsUntil_ = 0;          ///< host clock: how long what has arrived takes to hear, at most
     double measuredFrame_ = -1;      ///< of the last measurement
     /// Measurements before this frame say nothing about what comes now.
     std::int64_t epochFrame_ = 0;

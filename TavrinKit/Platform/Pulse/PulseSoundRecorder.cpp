@@ -17,8 +17,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Seconds for which missing sound is waited for: a busy machine is late by less.
-constexpr double soundPatience = 1;
+/// Seconds for which missing sound is waited for: a busy machine is late by less, and some devices deliver a
+/// second and more in one go.
+constexpr double soundPatience = 2.5;
 constexpr double patienceAtEnd = 0.25;
 constexpr double reconnectPatience = 2;
 constexpr auto reconnectInterval = 200ms;

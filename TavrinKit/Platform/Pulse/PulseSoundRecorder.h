@@ -25,7 +25,7 @@ class PulseSoundRecorder {
 public:
     using Warn = std::function<void(std::string)>;
 
-    /// @param deliver  takes the pieces, one second late at most; must not wait
+    /// @param deliver  takes the pieces, two and a half seconds late at most; must not wait
     /// @param warn     hears "PREFIX_device_changed:NAME", "PREFIX_interrupted:SECONDS", and at the stop
     ///                 "PREFIX_lost" or "PREFIX_delivered_nothing"
     PulseSoundRecorder(PulseSoundSettings settings, SteadySoundMixer::Deliver deliver, Warn warn);
