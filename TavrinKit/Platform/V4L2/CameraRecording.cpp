@@ -311,13 +311,15 @@ void CameraRecording::start(const std::stop_token& stop) {
     const bool hasBegun =
         core_->wait(seconds(core_->settings.startPatience), stop,
                     [](const Core::State& state) { return state.timeZero || state.writingEnded; });
-    const auto [isRecording, error] = core_->with([](const Core::State& state) {
-        return std::pair(state.timeZero.has_value(), state.writeError ? state.writeError : state.readError);
-    });
+    const bool isRecording = core_->with([](const Core::State& state) { return state.timeZero.has_value(); });
     if (hasBegun && isRecording && !stop.stop_requested()) {
         return;
     }
     static_cast<void>(abandon());
+    // Taken away, so that no thread that is left behind holds it any more when it is thrown.
+    const std::exception_ptr error = core_->with([](Core::State& state) {
+        return std::exchange(state.writeError ? state.writeError : state.readError, nullptr);
+    });
     if (stop.stop_requested()) {
         throw CancellationError();
     }
