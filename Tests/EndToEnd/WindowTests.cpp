@@ -12,12 +12,14 @@
 #include <vector>
 
 #include <fmt/format.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "Fixtures/Child.h"
 #include "OwnedWindow.h"
 #include "TavrinKit/Capture/CaptureCoordinator.h"
 #include "TavrinKit/Capture/CaptureSelection.h"
+#include "TavrinKit/Capture/CaptureSyncValidator.h"
 #include "TavrinKit/Capture/DesktopStreamCapture.h"
 #include "TavrinKit/Imaging/PNG.h"
 #include "TavrinKit/Media/MovieReader.h"
@@ -91,7 +93,11 @@ public:
 
     [[nodiscard]] ProjectPackage finish() {
         monitor_.stop();
-        return coordinator_->stopRecording({});
+        ProjectPackage package = coordinator_->stopRecording({});
+        const std::string verdict = CaptureSyncValidator().validate(package, options_).summary();
+        EXPECT_THAT(verdict, testing::AllOf(testing::StartsWith("PASS (screenOnly)"),
+                                            testing::EndsWith("No issues.")));
+        return package;
     }
 
 private:
@@ -291,6 +297,7 @@ TEST(Windows, AnAreaOverAMonitorsBorderIsThePartOnItsMonitor) {
     hand.moveTo(200, 480);
     hand.click();
     take.awaitClicks(1);
+    pause(300);
     const ProjectPackage package = take.finish();
 
     const std::vector<MouseEvent> clicks = package.loadEvents().mouseEvents();

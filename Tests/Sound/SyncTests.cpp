@@ -5,12 +5,15 @@
 #include <thread>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "Clicks.h"
 #include "EndToEnd/ClapWindow.h"
 #include "EndToEnd/TestDesktop.h"
 #include "Fixtures/PulseServer.h"
+#include "TavrinKit/Capture/CapturePackageAssembler.h"
+#include "TavrinKit/Capture/CaptureSyncValidator.h"
 #include "TavrinKit/Capture/DesktopStreamCapture.h"
 #include "TavrinKit/Capture/SoundedCaptureBackend.h"
 #include "TavrinKit/Media/MovieReader.h"
@@ -135,6 +138,9 @@ TEST(SoundSyncTests, clicksAreHeardWhenTheyAreSeen) {
     EXPECT_LT(quantile(spoken, 0.9) - quantile(spoken, 0.1), tolerance);
     EXPECT_NEAR(probeMedia(movie).audio.front().duration, take.duration(), 0.5);
     EXPECT_NEAR(probeMedia(voice).duration, take.duration(), 0.1);
+    const ProjectPackage package =
+        CapturePackageAssembler({folder + "/take", options}, take).assemble(EventTimeline(), EditsDocument());
+    EXPECT_THAT(CaptureSyncValidator().validate(package, options).summary(), testing::EndsWith("No issues."));
     RecordProperty("sound", std::to_string(quantile(played, 0.5)));
     RecordProperty("voice", std::to_string(quantile(spoken, 0.5)));
     RecordProperty("picture", std::to_string(quantile(seen, 0.5)));
