@@ -1,7 +1,9 @@
 #include "TavrinKit/Platform/X11/X11DisplayPictureSource.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <thread>
 
 #include <xcb/damage.h>
 #include <xcb/randr.h>
@@ -18,6 +20,8 @@ namespace {
 
 constexpr const char* purpose = "recording the screen";
 
+/// One every 20 ms: displays that are arranged anew are often taken away first.
+constexpr int looksForAMissingDisplay = 20;
 constexpr int attemptsWhileOthersRun = 2;
 constexpr int mostAttempts = 6;
 
@@ -105,10 +109,16 @@ X11Rect X11DisplayPictureSource::sourceAreaOn(const X11DisplayLayout::Monitor& m
 
 void X11DisplayPictureSource::followLayout() {
     hasLayoutChanged_ = false;
-    layout_ = X11DisplayLayout::of(connection_);
-    const X11DisplayLayout::Monitor* monitor = layout_.monitor(displayID_);
-    if (monitor == nullptr) {
-        throw X11Error::displayVanished(monitor_.name);
+    const X11DisplayLayout::Monitor* monitor = nullptr;
+    for (int look = 0; monitor == nullptr; ++look) {
+        if (look == looksForAMissingDisplay) {
+            throw X11Error::displayVanished(monitor_.name);
+        }
+        if (look > 0) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        layout_ = X11DisplayLayout::of(connection_);
+        monitor = layout_.monitor(displayID_);
     }
     if (monitor->area == monitor_.area) {
         return;
