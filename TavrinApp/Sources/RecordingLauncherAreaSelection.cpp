@@ -24,18 +24,4 @@ std::string RecordingLauncherAreaSelection::subtitle() const {
     return fmt::format("{} x {}", whole(area.width), whole(area.height));
 }
 
-void encode(Json& json, const RecordingLauncherAreaSelection& value) {
-    JsonObjectWriter(json)
-        .put("displayID", value.displayID)
-        .put("displayName", value.displayName)
-        .put("rect", value.rect);
-}
-
-void decode(const Json& json, RecordingLauncherAreaSelection& value) {
-    const JsonObject object(json);
-    object.required("displayID", value.displayID);
-    object.required("displayName", value.displayName);
-    object.required("rect", value.rect);
-}
-
 } // namespace tavrin

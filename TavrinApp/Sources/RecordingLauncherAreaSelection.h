@@ -22,7 +22,13 @@ struct RecordingLauncherAreaSelection {
                            const RecordingLauncherAreaSelection&) = default;
 };
 
-void encode(Json& json, const RecordingLauncherAreaSelection& value);
-void decode(const Json& json, RecordingLauncherAreaSelection& value);
+template <>
+struct JsonRecord<RecordingLauncherAreaSelection> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("displayID", value.displayID);
+        keys.required("displayName", value.displayName);
+        keys.required("rect", value.rect);
+    }
+};
 
 } // namespace tavrin

@@ -27,7 +27,8 @@ std::map<std::uint32_t, std::int32_t> connectedProcesses(xcb_connection_t* xcb) 
     for (auto each = xcb_res_query_client_ids_ids_iterator(reply.get()); each.rem > 0;
          xcb_res_client_id_value_next(&each)) {
         if (xcb_res_client_id_value_value_length(each.data) > 0) {
-            processes[each.data->spec.client] = std::int32_t(*xcb_res_client_id_value_value(each.data));
+            const auto& [identity, length] = *each.data;
+            processes[identity.client] = std::int32_t(*xcb_res_client_id_value_value(each.data));
         }
     }
     return processes;
