@@ -108,44 +108,6 @@ void decode(const Json& json, RecordingTarget& value) {
     }
 }
 
-void encode(Json& json, const AudioCaptureOptions& value) {
-    JsonObjectWriter(json)
-        .put("includeSystemAudio", value.includeSystemAudio)
-        .put("includeMicrophone", value.includeMicrophone);
-}
-
-void decode(const Json& json, AudioCaptureOptions& value) {
-    const JsonObject object(json);
-    object.required("includeSystemAudio", value.includeSystemAudio);
-    object.required("includeMicrophone", value.includeMicrophone);
-}
-
-void encode(Json& json, const CameraCaptureOptions& value) {
-    JsonObjectWriter(json)
-        .put("includeCamera", value.includeCamera)
-        .put("preferredDeviceID", value.preferredDeviceID)
-        .put("allowFailureFallbackToScreenOnly", value.allowFailureFallbackToScreenOnly);
-}
-
-void decode(const Json& json, CameraCaptureOptions& value) {
-    const JsonObject object(json);
-    object.required("includeCamera", value.includeCamera);
-    object.tolerated("preferredDeviceID", value.preferredDeviceID);
-    object.required("allowFailureFallbackToScreenOnly", value.allowFailureFallbackToScreenOnly);
-}
-
-void encode(Json& json, const CaptureCoordinateMappingContext& value) {
-    JsonObjectWriter(json)
-        .put("sourceBounds", value.sourceBounds)
-        .put("mainDisplayHeight", value.mainDisplayHeight);
-}
-
-void decode(const Json& json, CaptureCoordinateMappingContext& value) {
-    const JsonObject object(json);
-    object.tolerated("sourceBounds", value.sourceBounds);
-    object.tolerated("mainDisplayHeight", value.mainDisplayHeight);
-}
-
 void encode(Json& json, const CaptureApplicationExclusionRule& value) {
     JsonObjectWriter(json)
         .put("bundleIdentifiers",
@@ -158,28 +120,6 @@ void decode(const Json& json, CaptureApplicationExclusionRule& value) {
     const JsonObject object(json);
     decodeSet(object, "bundleIdentifiers", value.bundleIdentifiers);
     decodeSet(object, "processIdentifiers", value.processIdentifiers);
-}
-
-void encode(Json& json, const CaptureOptions& value) {
-    JsonObjectWriter(json)
-        .put("target", value.target)
-        .put("excludeCursorFromSource", value.excludeCursorFromSource)
-        .put("audio", value.audio)
-        .put("camera", value.camera)
-        .put("mappingContext", value.mappingContext)
-        .put("applicationExclusionRule", value.applicationExclusionRule);
-}
-
-void decode(const Json& json, CaptureOptions& value) {
-    const JsonObject object(json);
-    CaptureOptions read;
-    object.required("target", read.target);
-    object.tolerated("excludeCursorFromSource", read.excludeCursorFromSource);
-    object.tolerated("audio", read.audio);
-    object.tolerated("camera", read.camera);
-    object.tolerated("mappingContext", read.mappingContext);
-    object.tolerated("applicationExclusionRule", read.applicationExclusionRule);
-    value = std::move(read);
 }
 
 } // namespace tavrin

@@ -154,17 +154,46 @@ struct RecordingSessionState {
 };
 
 void encode(Json& json, const RecordingTarget& value);
-void encode(Json& json, const AudioCaptureOptions& value);
-void encode(Json& json, const CameraCaptureOptions& value);
-void encode(Json& json, const CaptureCoordinateMappingContext& value);
 void encode(Json& json, const CaptureApplicationExclusionRule& value);
-void encode(Json& json, const CaptureOptions& value);
 
 void decode(const Json& json, RecordingTarget& value);
-void decode(const Json& json, AudioCaptureOptions& value);
-void decode(const Json& json, CameraCaptureOptions& value);
-void decode(const Json& json, CaptureCoordinateMappingContext& value);
 void decode(const Json& json, CaptureApplicationExclusionRule& value);
-void decode(const Json& json, CaptureOptions& value);
+
+template <>
+struct JsonRecord<AudioCaptureOptions> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("includeSystemAudio", value.includeSystemAudio);
+        keys.required("includeMicrophone", value.includeMicrophone);
+    }
+};
+
+template <>
+struct JsonRecord<CameraCaptureOptions> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("includeCamera", value.includeCamera);
+        keys.tolerated("preferredDeviceID", value.preferredDeviceID);
+        keys.required("allowFailureFallbackToScreenOnly", value.allowFailureFallbackToScreenOnly);
+    }
+};
+
+template <>
+struct JsonRecord<CaptureCoordinateMappingContext> {
+    static void fields(auto& keys, auto& value) {
+        keys.tolerated("sourceBounds", value.sourceBounds);
+        keys.tolerated("mainDisplayHeight", value.mainDisplayHeight);
+    }
+};
+
+template <>
+struct JsonRecord<CaptureOptions> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("target", value.target);
+        keys.tolerated("excludeCursorFromSource", value.excludeCursorFromSource);
+        keys.tolerated("audio", value.audio);
+        keys.tolerated("camera", value.camera);
+        keys.tolerated("mappingContext", value.mappingContext);
+        keys.tolerated("applicationExclusionRule", value.applicationExclusionRule);
+    }
+};
 
 } // namespace tavrin
