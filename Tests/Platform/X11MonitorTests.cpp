@@ -1,5 +1,6 @@
 #include <cstdlib>
 #include <functional>
+#include <future>
 #include <mutex>
 #include <set>
 #include <thread>
@@ -224,6 +225,27 @@ TEST(X11LiveInputEventMonitorTests, keysAreToldInTheWordsOfTheLayoutInUse) {
     driver.type("йФ");
     driver.tapKey("Cyrillic_es", {"Control_L"});
     expect("second of two layouts", also({"й", "Ф", "Ctrl+С"}));
+}
+
+TEST(X11LiveInputEventMonitorTests, whatIsHeldLaterDoesNotChangeKeysThatWaitToBeTold) {
+    VirtualDisplay display;
+    XTestDriver driver(display.name());
+    EventLog log;
+    std::promise<void> mayGoOn;
+    X11LiveInputEventMonitor monitor(X11LiveInputEventMonitor::Settings{display.name()});
+    monitor.start([&, goOn = mayGoOn.get_future().share()](const LiveInputEventSample& sample) {
+        log.add(sample);
+        goOn.wait();
+    });
+    driver.type("a");
+    EXPECT_TRUE(log.waitFor(1)); // The watch stands still in here.
+    setLayout(display.name(), "-layout de");
+    driver.type("z");
+    driver.pressKey("Control_L");
+    mayGoOn.set_value();
+    EXPECT_TRUE(log.waitFor(2));
+    driver.releaseKey("Control_L");
+    EXPECT_THAT(log.texts(), testing::ElementsAre("a", "z"));
 }
 
 TEST(X11LiveInputEventMonitorTests, aHeldKeyRepeatsUntilItIsReleased) {

@@ -98,8 +98,11 @@ struct X11Keyboard::Implementation {
         const std::int32_t device = xkb_x11_get_core_keyboard_device_id(connection.xcb());
         Keymap newKeymap(xkb_x11_keymap_new_from_device(context.get(), connection.xcb(), device,
                                                         XKB_KEYMAP_COMPILE_NO_FLAGS));
-        State newState(newKeymap ? xkb_x11_state_new_from_device(newKeymap.get(), connection.xcb(), device)
-                                 : nullptr);
+        State newState;
+        if (newKeymap) {
+            newState.reset(state ? stateCarriedOver(newKeymap.get())
+                                 : xkb_x11_state_new_from_device(newKeymap.get(), connection.xcb(), device));
+        }
         if (!newState) {
             connection.throwIfBroken();
             if (!state) {
@@ -111,6 +114,25 @@ struct X11Keyboard::Implementation {
         state = std::move(newState);
         shiftOnly.reset(xkb_state_new(keymap.get()));
         shift = xkb_keymap_mod_get_index(keymap.get(), XKB_MOD_NAME_SHIFT);
+    }
+
+    /// What is held and locked now, in another keymap. The server would tell what is held when it answers,
+    /// behind the presses that still wait to be read; the first eight modifiers are its own in every keymap.
+    [[nodiscard]] xkb_state* stateCarriedOver(xkb_keymap* newKeymap) const {
+        const auto modifiers = [&](xkb_state_component component) {
+            return xkb_state_serialize_mods(state.get(), component) & 0xffU;
+        };
+        const auto group = [&](xkb_state_component component) {
+            return xkb_state_serialize_layout(state.get(), component);
+        };
+        xkb_state* result = xkb_state_new(newKeymap);
+        if (result != nullptr) {
+            xkb_state_update_mask(result, modifiers(XKB_STATE_MODS_DEPRESSED),
+                                  modifiers(XKB_STATE_MODS_LATCHED), modifiers(XKB_STATE_MODS_LOCKED),
+                                  group(XKB_STATE_LAYOUT_DEPRESSED), group(XKB_STATE_LAYOUT_LATCHED),
+                                  group(XKB_STATE_LAYOUT_LOCKED));
+        }
+        return result;
     }
 
     void readControls() {
