@@ -1,8 +1,7 @@
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
-
 #include "TavrinKit/Support/Geometry.h"
+#include "TavrinKit/Support/Json.h"
 
 namespace tavrin {
 
@@ -14,7 +13,12 @@ struct CameraTransform {
     friend bool operator==(const CameraTransform&, const CameraTransform&) = default;
 };
 
-void encode(nlohmann::json& json, const CameraTransform& value);
-void decode(const nlohmann::json& json, CameraTransform& value);
+template <>
+struct JsonRecord<CameraTransform> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("center", value.center);
+        keys.required("scale", value.scale);
+    }
+};
 
 } // namespace tavrin

@@ -3,9 +3,7 @@
 #include <cstddef>
 #include <optional>
 
-#include <nlohmann/json_fwd.hpp>
-
-#include "TavrinKit/Effects/InlineVector.h"
+#include "TavrinKit/Effects/InlineVectorJson.h"
 #include "TavrinKit/Project/CursorAppearance.h"
 #include "TavrinKit/Project/CursorGlyphKind.h"
 #include "TavrinKit/Project/CursorStyle.h"
@@ -42,7 +40,27 @@ struct CursorFrameState {
     friend bool operator==(const CursorFrameState&, const CursorFrameState&) = default;
 };
 
-void encode(nlohmann::json& json, const CursorFrameState& value);
-void decode(const nlohmann::json& json, CursorFrameState& value);
+void encode(Json& json, const CursorAppearance& value);
+void decode(const Json& json, CursorAppearance& value);
+
+template <>
+struct JsonRecord<CursorFrameState> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("position", value.position);
+        keys.required("visible", value.visible);
+        keys.required("opacity", value.opacity);
+        keys.required("sizeMultiplier", value.sizeMultiplier);
+        keys.required("highlight", value.highlight);
+        keys.required("highlightProgress", value.highlightProgress);
+        keys.required("highlightIntensity", value.highlightIntensity);
+        keys.required("highlightPosition", value.highlightPosition);
+        keys.required("glyph", value.glyph);
+        keys.tolerated("appearance", value.appearance);
+        keys.required("bodyStyle", value.bodyStyle);
+        keys.required("bodyVisible", value.bodyVisible);
+        keys.required("trailPoints", value.trailPoints);
+        keys.required("trailOpacities", value.trailOpacities);
+    }
+};
 
 } // namespace tavrin

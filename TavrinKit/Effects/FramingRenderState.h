@@ -1,7 +1,5 @@
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
-
 #include "TavrinKit/Project/FramingStyle.h"
 
 namespace tavrin {
@@ -16,7 +14,14 @@ struct FramingRenderState {
     friend bool operator==(const FramingRenderState&, const FramingRenderState&) = default;
 };
 
-void encode(nlohmann::json& json, const FramingRenderState& value);
-void decode(const nlohmann::json& json, FramingRenderState& value);
+template <>
+struct JsonRecord<FramingRenderState> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("contentPadding", value.contentPadding);
+        keys.required("cornerRadius", value.cornerRadius);
+        keys.required("shadow", value.shadow);
+        keys.required("background", value.background);
+    }
+};
 
 } // namespace tavrin

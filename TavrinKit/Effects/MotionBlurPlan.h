@@ -2,9 +2,7 @@
 
 #include <cstddef>
 
-#include <nlohmann/json_fwd.hpp>
-
-#include "TavrinKit/Effects/InlineVector.h"
+#include "TavrinKit/Effects/InlineVectorJson.h"
 
 namespace tavrin {
 
@@ -32,8 +30,13 @@ struct MotionBlurPlan {
     friend bool operator==(const MotionBlurPlan&, const MotionBlurPlan&) = default;
 };
 
-void encode(nlohmann::json& json, const MotionBlurPlan& value);
-/// @throws JsonError, also for more offsets than any mode makes
-void decode(const nlohmann::json& json, MotionBlurPlan& value);
+template <>
+struct JsonRecord<MotionBlurPlan> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("intensity", value.intensity);
+        keys.required("sampleCount", value.sampleCount);
+        keys.required("temporalOffsets", value.temporalOffsets);
+    }
+};
 
 } // namespace tavrin

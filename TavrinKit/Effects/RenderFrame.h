@@ -21,7 +21,16 @@ struct RenderFrame {
     friend bool operator==(const RenderFrame&, const RenderFrame&) = default;
 };
 
-void encode(Json& json, const RenderFrame& value);
-void decode(const Json& json, RenderFrame& value);
+template <>
+struct JsonRecord<RenderFrame> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("time", value.time);
+        keys.required("camera", value.camera);
+        keys.required("cursor", value.cursor);
+        keys.required("typing", value.typing);
+        keys.required("framing", value.framing);
+        keys.required("motionBlur", value.motionBlur);
+    }
+};
 
 } // namespace tavrin

@@ -45,9 +45,23 @@ struct EnumNames<TypingChipRole> {
     }};
 };
 
-void encode(Json& json, const TypingChipState& value);
-void encode(Json& json, const TypingFrameState& value);
-void decode(const Json& json, TypingChipState& value);
-void decode(const Json& json, TypingFrameState& value);
+template <>
+struct JsonRecord<TypingChipState> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("text", value.text);
+        keys.required("role", value.role);
+        keys.required("emphasis", value.emphasis);
+    }
+};
+
+template <>
+struct JsonRecord<TypingFrameState> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("visible", value.visible);
+        keys.required("opacity", value.opacity);
+        keys.required("chips", value.chips);
+        keys.required("isShortcut", value.isShortcut);
+    }
+};
 
 } // namespace tavrin

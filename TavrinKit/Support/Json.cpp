@@ -95,12 +95,6 @@ void encode(Json& json, const UUID& value) {
 void encode(Json& json, Date value) {
     json = iso8601(value);
 }
-void encode(Json& json, const Vec2& value) {
-    JsonObjectWriter(json).put("x", value.x).put("y", value.y);
-}
-void encode(Json& json, const Size2D& value) {
-    JsonObjectWriter(json).put("width", value.width).put("height", value.height);
-}
 void encode(Json& json, const Rect& value) {
     json = Json::array({Json::array({value.x, value.y}), Json::array({value.width, value.height})});
 }
@@ -168,18 +162,6 @@ void decode(const Json& json, Date& value) {
         mismatch("an ISO 8601 date");
     }
     value = *date;
-}
-
-void decode(const Json& json, Vec2& value) {
-    const JsonObject object(json);
-    object.required("x", value.x);
-    object.required("y", value.y);
-}
-
-void decode(const Json& json, Size2D& value) {
-    const JsonObject object(json);
-    object.required("width", value.width);
-    object.required("height", value.height);
 }
 
 void decode(const Json& json, Rect& value) {

@@ -61,8 +61,6 @@ void encode(Json& json, int value);
 void encode(Json& json, const std::string& value);
 void encode(Json& json, const UUID& value);
 void encode(Json& json, Date value);
-void encode(Json& json, const Vec2& value);
-void encode(Json& json, const Size2D& value);
 /// As two nested lists, [[x, y], [width, height]].
 void encode(Json& json, const Rect& value);
 
@@ -73,8 +71,6 @@ void decode(const Json& json, int& value);
 void decode(const Json& json, std::string& value);
 void decode(const Json& json, UUID& value);
 void decode(const Json& json, Date& value);
-void decode(const Json& json, Vec2& value);
-void decode(const Json& json, Size2D& value);
 void decode(const Json& json, Rect& value);
 
 /// An enumeration that stands in JSON as a string: specialise with
@@ -273,6 +269,22 @@ void decode(const Json& json, T& value) {
     }
     value = std::move(record);
 }
+
+template <>
+struct JsonRecord<Vec2> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("x", value.x);
+        keys.required("y", value.y);
+    }
+};
+
+template <>
+struct JsonRecord<Size2D> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("width", value.width);
+        keys.required("height", value.height);
+    }
+};
 
 /// A whole document of any type that has encode and decode.
 template <typename T>
