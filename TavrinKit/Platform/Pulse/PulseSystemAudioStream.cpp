@@ -1,11 +1,10 @@
 #include "TavrinKit/Platform/Pulse/PulseSystemAudioStream.h"
 
-#include <condition_variable>
-#include <mutex>
 #include <utility>
 #include <vector>
 
 #include "TavrinKit/Platform/Pulse/PulseSoundRecorder.h"
+#include "TavrinKit/Support/Detachable.h"
 #include "TavrinKit/Support/Turns.h"
 
 namespace tavrin {
@@ -35,10 +34,12 @@ public:
           recorder_(
               soundSettings(server, configuration),
               [this](std::vector<float> sound, double time) {
-                  call([&](ScreenStreamOutput& to) { to.didOutput(AudioSample{std::move(sound), time}); });
+                  output_.call([&](ScreenStreamOutput& to) {
+                      to.didOutput(AudioSample{std::move(sound), time});
+                  });
               },
               [this](std::string warning) {
-                  call([&](ScreenStreamOutput& to) { to.didWarn(std::move(warning)); });
+                  output_.call([&](ScreenStreamOutput& to) { to.didWarn(std::move(warning)); });
               }) {}
 
     void start(const std::stop_token& stop) {
@@ -53,37 +54,10 @@ public:
         recorder_.stop();
     }
 
-    void removeOutput() {
-        std::unique_lock lock(mutex_);
-        const std::shared_ptr<ScreenStreamOutput> output = std::exchange(output_, nullptr);
-        called_.wait(lock, [this] { return !isCalling_; });
-        lock.unlock(); // before the output goes, perhaps for good
-    }
+    void removeOutput() { output_.detach(); }
 
 private:
-    template <typename Call>
-    void call(Call&& call) {
-        std::shared_ptr<ScreenStreamOutput> output;
-        {
-            const std::lock_guard lock(mutex_);
-            output = output_;
-            isCalling_ = output != nullptr;
-        }
-        if (!output) {
-            return;
-        }
-        call(*output);
-        output.reset();
-        const std::lock_guard lock(mutex_);
-        isCalling_ = false;
-        called_.notify_all();
-    }
-
-    std::mutex mutex_; ///< guards the three below
-    std::condition_variable called_;
-    bool isCalling_ = false;
-    std::shared_ptr<ScreenStreamOutput> output_;
-
+    Detachable<ScreenStreamOutput> output_;
     Turns turns_; ///< for start and stop
     bool hasStarted_ = false;
     PulseSoundRecorder recorder_; ///< goes first: its thread calls

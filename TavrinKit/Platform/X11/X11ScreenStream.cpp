@@ -15,6 +15,7 @@
 #include "TavrinKit/Platform/X11/X11Error.h"
 #include "TavrinKit/Platform/X11/X11PictureSource.h"
 #include "TavrinKit/Support/Cancellation.h"
+#include "TavrinKit/Support/Detachable.h"
 #include "TavrinKit/Support/HostClock.h"
 
 namespace tavrin {
@@ -67,15 +68,7 @@ public:
         }
     }
 
-    void removeOutput() {
-        std::unique_lock lock(mutex_);
-        std::shared_ptr<ScreenStreamOutput> output = std::move(output_);
-        output_.reset();
-        if (!isOwnThread()) {
-            changed_.wait(lock, [this] { return !isDelivering_; });
-        }
-        lock.unlock(); // before the output goes, perhaps for good
-    }
+    void removeOutput() { output_.detach(); }
 
     /// When the object goes on the very thread that it runs, nobody is left to join it.
     void detachOwnThread() {
@@ -97,7 +90,7 @@ private:
             capture();
         } catch (...) {
             if (!stopSignal_.isRequested()) {
-                deliver([](ScreenStreamOutput& output) { output.didStop(std::current_exception()); });
+                output_.call([](ScreenStreamOutput& output) { output.didStop(std::current_exception()); });
             }
         }
         removeOutput();
@@ -130,10 +123,10 @@ private:
 
     void tellWhatIsNoPicture() {
         if (std::optional<VideoSample> move = source_->takeMove()) {
-            deliver([&](ScreenStreamOutput& output) { output.didOutput(std::move(*move)); });
+            output_.call([&](ScreenStreamOutput& output) { output.didOutput(std::move(*move)); });
         }
         for (std::string& warning : source_->takeWarnings()) {
-            deliver([&](ScreenStreamOutput& output) { output.didWarn(std::move(warning)); });
+            output_.call([&](ScreenStreamOutput& output) { output.didWarn(std::move(warning)); });
         }
     }
 
@@ -151,40 +144,21 @@ private:
             break;
         case X11PictureSource::Taken::picture:
             pacer_.didTake(sample.presentationTime);
-            deliver([&](ScreenStreamOutput& output) { output.didOutput(std::move(sample)); });
+            output_.call([&](ScreenStreamOutput& output) { output.didOutput(std::move(sample)); });
             break;
         }
-    }
-
-    template <typename Call>
-    void deliver(Call&& call) {
-        std::shared_ptr<ScreenStreamOutput> output;
-        {
-            const std::lock_guard lock(mutex_);
-            output = output_;
-            isDelivering_ = output != nullptr;
-        }
-        if (!output) {
-            return;
-        }
-        call(*output);
-        output.reset();
-        const std::lock_guard lock(mutex_);
-        isDelivering_ = false;
-        changed_.notify_all();
     }
 
     const X11Connection connection_;
     std::unique_ptr<X11PictureSource> source_; ///< the constructor's thread, then the worker's
     FramePacer pacer_;                         ///< the worker's thread
+    Detachable<ScreenStreamOutput> output_;
     StopSignal stopSignal_;
     std::atomic<std::int64_t> dropped_{0};
 
     std::mutex mutex_; ///< guards all below
     std::condition_variable_any changed_;
     Phase phase_ = Phase::idle;
-    bool isDelivering_ = false;
-    std::shared_ptr<ScreenStreamOutput> output_;
     std::thread thread_;
 };
 
