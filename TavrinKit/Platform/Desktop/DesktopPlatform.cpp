@@ -98,8 +98,11 @@ void chooseDevices(DesktopPlatform& platform, const DesktopPlatformSettings& set
         synthetic = V4L2CameraCatalog::testPictureID;
     }
     platform.cameras = std::make_shared<V4L2CameraCatalog>("/dev", synthetic);
-    platform.cameraCaptureFactory = [cameras = platform.cameras](const std::filesystem::path& path) {
-        return std::make_shared<V4L2CameraCapture>(path, V4L2CameraCapture::Settings{.devices = cameras});
+    platform.cameraPermissions = std::make_shared<SystemCameraPermissionProvider>(!synthetic.empty());
+    const V4L2CameraCapture::Settings camera{.devices = platform.cameras,
+                                             .permissionProvider = platform.cameraPermissions};
+    platform.cameraCaptureFactory = [camera](const std::filesystem::path& path) {
+        return std::make_shared<V4L2CameraCapture>(path, camera);
     };
 }
 
@@ -110,6 +113,7 @@ DesktopStreamCapture::Services DesktopPlatform::captureServices() const {
     services.backend = backend;
     services.microphoneCaptureFactory = microphoneCaptureFactory;
     services.cameraCaptureFactory = cameraCaptureFactory;
+    services.cameraPermissions = cameraPermissions;
     return services;
 }
 

@@ -30,6 +30,7 @@ struct DesktopPlatform {
 
     MicrophoneCaptureFactory microphoneCaptureFactory;
     CameraCaptureFactory cameraCaptureFactory;
+    std::shared_ptr<CameraPermissionProviding> cameraPermissions;
     std::shared_ptr<CaptureDeviceCataloging> microphones;
     std::shared_ptr<CaptureDeviceCataloging> cameras;
 

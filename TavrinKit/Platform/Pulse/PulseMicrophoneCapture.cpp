@@ -187,10 +187,9 @@ void PulseMicrophoneCapture::cancel() noexcept {
         fields.running.reset();
         return taken;
     });
-    if (!recording) {
-        return;
+    if (recording) {
+        recording->cancel();
     }
-    recording->cancel();
     try {
         removeFile(outputURL_);
     } catch (...) {

@@ -110,10 +110,14 @@ bool isVideoDevice(const std::filesystem::directory_entry& entry) {
 
 } // namespace
 
-SystemCameraPermissionProvider::SystemCameraPermissionProvider(std::filesystem::path folder)
-    : folder_(std::move(folder)) {}
+SystemCameraPermissionProvider::SystemCameraPermissionProvider(bool hasSyntheticCamera,
+                                                               std::filesystem::path folder)
+    : hasSyntheticCamera_(hasSyntheticCamera), folder_(std::move(folder)) {}
 
 bool SystemCameraPermissionProvider::requestAccessIfNeeded(std::stop_token stop) {
+    if (hasSyntheticCamera_) {
+        return true;
+    }
     bool isRefused = false;
     std::error_code ignored;
     for (std::filesystem::directory_iterator entry(folder_, ignored), end; !ignored && entry != end;
@@ -180,7 +184,7 @@ void V4L2CameraCapture::start(const CameraCaptureOptions& options, std::stop_tok
         });
     } catch (...) {
         if (recording) {
-            cancelRecording(recording);
+            discard(recording);
         }
         state_.with([&](State& state) {
             if (state.starting == cancelled) {
@@ -250,14 +254,12 @@ CameraCaptureTrackResult V4L2CameraCapture::stop(std::stop_token stop) {
         throw CameraCaptureError::notStarted();
     }
     const double endTime = end.value_or(HostClock::now());
-    std::exception_ptr failure;
     try {
         recording->finish(endTime, stop);
     } catch (const CancellationError&) {
         throw;
-    } catch (...) {
-        failure = std::current_exception();
-        log("stop.finish", failure);
+    } catch (...) { // What there is of the movie is worth keeping.
+        log("stop.finish", std::current_exception());
     }
     state_.with([&](State& state) {
         state = State{};
@@ -266,7 +268,7 @@ CameraCaptureTrackResult V4L2CameraCapture::stop(std::stop_token stop) {
     std::error_code ignored;
     if (!std::filesystem::exists(outputURL_, ignored)) {
         throw CameraCaptureError::recordingFailed(
-            failure ? failure : std::make_exception_ptr(CameraCaptureError::outputMissing()));
+            std::make_exception_ptr(CameraCaptureError::outputMissing()));
     }
     const double startedAt = recording->timeZero();
     return {outputURL_, startedAt, std::max(startedAt, endTime)};
@@ -279,22 +281,19 @@ std::vector<std::string> V4L2CameraCapture::warnings() const {
 }
 
 void V4L2CameraCapture::cancel() noexcept {
-    const Recording recording = state_.with([](State& state) {
+    discard(state_.with([](State& state) {
         state.starting.request_stop();
         Recording taken = std::move(state.recording);
         if (taken) {
             state = State{};
         }
         return taken;
-    });
-    if (recording) {
-        cancelRecording(recording);
-    }
+    }));
 }
 
-/// Ends it and sees to it that no file stays.
-void V4L2CameraCapture::cancelRecording(const Recording& recording) const noexcept {
-    if (!recording->abandon()) {
+/// Ends it, if there is one, and sees to it that no file stays.
+void V4L2CameraCapture::discard(const Recording& recording) const noexcept {
+    if (recording && !recording->abandon()) {
         log("cancel.waitForFinish", std::make_exception_ptr(Error("The camera did not stop in time.")));
     }
     try {

@@ -18,12 +18,15 @@ namespace tavrin {
 /// Says yes unless there are cameras and the system lets this user open none of them. There is nobody to ask.
 class SystemCameraPermissionProvider : public CameraPermissionProviding {
 public:
-    /// @param folder  where the devices lie
-    explicit SystemCameraPermissionProvider(std::filesystem::path folder = "/dev");
+    /// @param hasSyntheticCamera  there is one beside them, for which nobody needs a permission
+    /// @param folder              where the devices lie
+    explicit SystemCameraPermissionProvider(bool hasSyntheticCamera = false,
+                                            std::filesystem::path folder = "/dev");
 
     [[nodiscard]] bool requestAccessIfNeeded(std::stop_token stop) override;
 
 private:
+    const bool hasSyntheticCamera_;
     const std::filesystem::path folder_;
 };
 
@@ -70,7 +73,7 @@ private:
     };
 
     [[nodiscard]] Recording startRecording(const CameraCaptureOptions& options, const std::stop_token& stop);
-    void cancelRecording(const Recording& recording) const noexcept;
+    void discard(const Recording& recording) const noexcept;
 
     const std::filesystem::path outputURL_;
     const Settings settings_;
