@@ -53,8 +53,8 @@ function(tavrin_module name)
 endfunction()
 
 # tavrin_test(Folder LINK modules… [TIMEOUT seconds] [OWN_MAIN] [SERIAL])
-# One test program a folder, its cases found when CTest runs. With OWN_MAIN the folder has a main of its own,
-# with SERIAL nothing else runs beside its cases.
+# One test program a folder, with what Tests/Fixtures shares; its cases are found when CTest runs. With OWN_MAIN
+# the folder has a main of its own, with SERIAL nothing else runs beside its cases.
 function(tavrin_test name)
   cmake_parse_arguments(arg "OWN_MAIN;SERIAL" "TIMEOUT" "LINK" ${ARGN})
   if(NOT arg_TIMEOUT)
@@ -62,7 +62,7 @@ function(tavrin_test name)
   endif()
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
   add_executable(${name}Tests ${sources})
-  target_link_libraries(${name}Tests PRIVATE ${arg_LINK} GTest::gmock)
+  target_link_libraries(${name}Tests PRIVATE ${arg_LINK} TestFixtures GTest::gmock)
   if(NOT arg_OWN_MAIN)
     target_link_libraries(${name}Tests PRIVATE GTest::gtest_main)
   endif()

@@ -17,7 +17,7 @@
 namespace tavrin {
 namespace {
 
-using test::TemporaryDirectory;
+using test::TemporaryFolder;
 using Kind = AudioTrackDescriptor::Kind;
 
 /// Hangs until it is let go, whatever it is asked.
@@ -93,7 +93,7 @@ protected:
         return coordinator.stopRecording({});
     }
 
-    TemporaryDirectory folder;
+    TemporaryFolder folder;
     std::filesystem::path project = folder / "session";
     std::filesystem::path movie = folder / "capture.mov";
     CaptureOptions options;

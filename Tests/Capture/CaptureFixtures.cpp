@@ -5,32 +5,11 @@
 #include <cstring>
 #include <random>
 #include <stdexcept>
-#include <system_error>
 #include <thread>
 
 #include "TavrinKit/Support/Error.h"
-#include "TavrinKit/Support/UUID.h"
 
 namespace tavrin::test {
-
-TemporaryDirectory::TemporaryDirectory()
-    : path_(std::filesystem::temp_directory_path() / ("tavrin-capture-" + UUID::make().string())) {
-    std::filesystem::create_directories(path_);
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
-std::vector<std::string> TemporaryDirectory::entries() const {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(path_)) {
-        names.push_back(entry.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 PixelBuffer greyPicture(PixelSize size, int luma) {
     PixelBuffer picture = PixelBuffer::allocate(PixelFormat::i420, size);

@@ -5,28 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Capture/ScreenStream.h"
 #include "TavrinKit/Media/MovieReader.h"
 #include "TavrinKit/Support/PixelBuffer.h"
 
 namespace tavrin::test {
-
-/// A folder that goes with the test.
-class TemporaryDirectory {
-public:
-    TemporaryDirectory();
-    ~TemporaryDirectory();
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-
-    [[nodiscard]] const std::filesystem::path& path() const { return path_; }
-    [[nodiscard]] std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
-    /// Names in it, sorted.
-    [[nodiscard]] std::vector<std::string> entries() const;
-
-private:
-    std::filesystem::path path_;
-};
 
 /// A plain grey picture of this luma.
 [[nodiscard]] PixelBuffer greyPicture(PixelSize size, int luma);

@@ -143,7 +143,7 @@ TEST(CaptureSyncValidatorTests, saysOfEveryTakeWhatIsWrongWithIt) {
          "FAIL (screenOnly): screen=10.00s, camera=10.00s. [ERROR] Camera track has no video stream."},
     };
     for (const Case& one : table) {
-        const TemporaryDirectory folder;
+        const TemporaryFolder folder;
         Take take;
         one.change(take);
         const ProjectPackage package(folder.path(), take.manifest);

@@ -88,7 +88,7 @@ protected:
         return capture->stop({});
     }
 
-    TemporaryDirectory folder;
+    TemporaryFolder folder;
     std::shared_ptr<CallLog> log = std::make_shared<CallLog>();
     std::shared_ptr<FakeDesktop> desktop = std::make_shared<FakeDesktop>(log);
     DesktopStreamCapture::Services services;
@@ -244,7 +244,7 @@ TEST_F(DesktopStreamCaptureTest, AStartThatFailsLeavesNothingBehind) {
         desktop->script.onStart = onStart;
         EXPECT_EQ(startFailure(*capture), Kind::captureStartFailed);
         EXPECT_EQ(sentence, "Unable to start screen capture: The display has gone.");
-        EXPECT_TRUE(folder.entries().empty());
+        EXPECT_TRUE(folder.names().empty());
         EXPECT_TRUE(log->text().ends_with("start removeOutput stop")) << log->text();
     }
 }
@@ -254,13 +254,13 @@ TEST_F(DesktopStreamCaptureTest, CancelEndsATakeAndKeepsItsFile) {
     const auto capture = makeCapture();
     capture->cancelRecording({});
     capture->start(options, {});
-    while (folder.entries().empty()) {
+    while (folder.names().empty()) {
         std::this_thread::sleep_for(1ms);
     }
-    waitForFrames(folder / folder.entries()[0]);
+    waitForFrames(folder / folder.names()[0]);
     capture->cancelRecording({});
     EXPECT_TRUE(log->text().ends_with("mic.cancel camera.cancel removeOutput stop")) << log->text();
-    EXPECT_FALSE(framesOf(folder / folder.entries().at(0)).empty());
+    EXPECT_FALSE(framesOf(folder / folder.names().at(0)).empty());
     EXPECT_EQ(stopFailure(*capture), Kind::notRecording);
 }
 
@@ -319,7 +319,7 @@ TEST_F(DesktopStreamCaptureTest, ACoordinatorRecoversFromStreamsThatHang) {
 
     desktop->script.onStart = nullptr; // never a picture
     expectTimeOut(start, CaptureCoordinatorErrorKind::startTimedOut);
-    EXPECT_TRUE(folder.entries().empty());
+    EXPECT_TRUE(folder.names().empty());
     EXPECT_EQ(log->text(), "start removeOutput stop");
 
     desktop->script.onStart = hanging(); // deaf to all requests

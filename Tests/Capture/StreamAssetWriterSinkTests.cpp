@@ -20,7 +20,7 @@ namespace {
 using namespace std::chrono_literals;
 using test::framesOf;
 using test::greyPicture;
-using test::TemporaryDirectory;
+using test::TemporaryFolder;
 using test::videoSample;
 
 constexpr PixelSize size{64, 48};
@@ -39,7 +39,7 @@ protected:
     }
 
     const double start = HostClock::now();
-    TemporaryDirectory folder;
+    TemporaryFolder folder;
     std::filesystem::path movie = folder / "screen.mov";
 };
 

@@ -13,7 +13,7 @@ namespace tavrin {
 namespace {
 
 using test::greyPicture;
-using test::TemporaryDirectory;
+using test::TemporaryFolder;
 using test::videoSample;
 
 constexpr PixelSize size{64, 48};
@@ -79,7 +79,7 @@ TEST(GeometryTimelineRecorder, TakesDownMovesOnly) {
 }
 
 TEST(StreamOutputBridge, SignalsAnySampleThatHasATime) {
-    TemporaryDirectory folder;
+    TemporaryFolder folder;
     const auto sink =
         std::make_shared<StreamAssetWriterSink>(folder / "m.mov", size.width, size.height, false);
     const auto geometry = std::make_shared<GeometryTimelineRecorder>(Size2D{64, 48});

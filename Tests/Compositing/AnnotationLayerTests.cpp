@@ -91,7 +91,7 @@ TEST(AnnotationLayer, ShowsEachInItsTimeAndOrder) {
 
 TEST(AnnotationLayer, DrawsPanelsFiguresAndPictures) {
     const test::TemporaryFolder folder;
-    test::writePicture(folder.path() / "green.png", {0, 1, 0, 1}, {30, 20});
+    test::writePicture(folder / "green.png", {0, 1, 0, 1}, {30, 20});
     AnnotationRegion box = region(AnnotationType::image, {0.25, 0.25}, {0.5, 0.5});
     box.style.fillColorHex = "000000ff";
     box.style.strokeWidth = 4;

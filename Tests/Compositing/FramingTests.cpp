@@ -134,7 +134,7 @@ TEST(Background, WhatCannotBeReadFallsBack) {
     folder.write("broken.png", stripes({30, 20}).substr(0, 60));
     folder.write("stripes.png", stripes({30, 20}));
     folder.write("playlist.png", "#EXTM3U\n#EXTINF:1,\nstripes.png\n");
-    std::filesystem::create_directory(folder.path() / "folder.png");
+    std::filesystem::create_directory(folder / "folder.png");
     const std::array<int, 3> lowerLeft{18, 26, 51};
     const std::array<int, 3> upperRight{51, 76, 115};
     const auto expectFallback = [&](const BackgroundStyle& style, const std::string& name,

@@ -282,7 +282,7 @@ TEST_F(MediaAssets, WhatIsNoMediaSaysSo) {
     EXPECT_THROW((void)MediaAsset::open(empty), MediaError);
     EXPECT_THROW((void)MediaAsset::open(cut), MediaError);
     EXPECT_THROW((void)MediaAsset::open(folder_.path()), MediaError);
-    EXPECT_THROW((void)MediaAsset::open(folder_.path() / "missing.mov"), Error);
+    EXPECT_THROW((void)MediaAsset::open(folder_ / "missing.mov"), Error);
 
     const MediaAsset pictures = MediaAsset::open(writeMovie({0}, 1));
     EXPECT_THROW((void)pictures.openAudio(0, rate, 1), MediaError);
@@ -311,7 +311,7 @@ TEST_F(MediaAssets, APipelineReadsTheCompositionsOwnSource) {
             };
         };
         MovieWriterSettings settings;
-        settings.path = folder_.path() / "rendered.mov";
+        settings.path = folder_ / "rendered.mov";
         settings.container = MovieContainer::quickTime;
         settings.video = VideoTrackSettings{.size = {64, 64}, .averageBitRate = {}, .frameRate = 10};
         settings.video->constantQuality = 4;

@@ -163,7 +163,7 @@ TEST(WatermarkLayer, PlacesByAnchor) {
 
 TEST(WatermarkLayer, PictureWithShadowFromThePackageOrNothing) {
     const test::TemporaryFolder folder;
-    test::writePicture(folder.path() / "mark.png", {1, 0, 0, 1}, {40, 20});
+    test::writePicture(folder / "mark.png", {1, 0, 0, 1}, {40, 20});
     folder.write("broken.png", "\x89PNG\r\n\x1a\n and no more");
     WatermarkStyle style{.enabled = true,
                          .kind = WatermarkKind::image,

@@ -22,7 +22,7 @@ constexpr PixelSize size{64, 48};
 class TemporalMotionBlur : public testing::Test {
 protected:
     MediaAsset movie(const std::vector<double>& times, double endTime) {
-        const auto path = folder_.path() / "movie.mov";
+        const auto path = folder_ / "movie.mov";
         test::writeMovie(path, times, endTime, [](int i) { return test::greyPicture(size, i); });
         return MediaAsset::open(path);
     }
@@ -156,7 +156,7 @@ TEST_F(TemporalMotionBlur, MovingWindowsSmear) {
         desk = Image::roundedRectangle({310.0 + 70 * i, 40, 30, 120}, 9, {0.1, 0.3, 0.6, 1}).over(desk);
     }
     ImageRenderer renderer;
-    const auto path = folder_.path() / "drag.mov";
+    const auto path = folder_ / "drag.mov";
     test::writeMovie(path, test::evenTimes(40, 60), 40 / 60.0, [&](int i) {
         const Rect window{windowLeft(i / 60.0), 200, 360, 240};
         const Image picture = Image::roundedRectangle(window, 10, {0.12, 0.14, 0.2, 1}).over(desk);

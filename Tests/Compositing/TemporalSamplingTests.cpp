@@ -149,9 +149,9 @@ TEST_F(Sampling, WhatIsKeptIsBoundedByNumberAndBySize) {
 
     test::TemporaryFolder folder;
     const PixelSize huge{4096, 2304};
-    test::writeMovie(folder.path() / "huge.mov", test::evenTimes(22, 30), 1,
+    test::writeMovie(folder / "huge.mov", test::evenTimes(22, 30), 1,
                      [&](int i) { return test::greyPicture(huge, i); });
-    const MediaAsset large = MediaAsset::open(folder.path() / "huge.mov");
+    const MediaAsset large = MediaAsset::open(folder / "huge.mov");
     const TemporalFrameSampler bounded(large, {Quantizer::make(large.duration(), 30), true});
     images.clear();
     for (int tick = 0; tick < 22; ++tick) {

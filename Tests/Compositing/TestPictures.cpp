@@ -7,7 +7,6 @@
 #include "TavrinKit/Imaging/PNG.h"
 #include "TavrinKit/Imaging/Raster.h"
 #include "TavrinKit/Support/Files.h"
-#include "TavrinKit/Support/UUID.h"
 
 namespace tavrin::test {
 Image placeColouredPicture(PixelSize size) {
@@ -45,21 +44,6 @@ bool areEqual(const PixelBuffer& a, const PixelBuffer& b) {
         equal = std::equal(a.row(0, y), a.row(0, y) + std::ptrdiff_t(a.size().width) * 4, b.row(0, y));
     }
     return equal;
-}
-
-TemporaryFolder::TemporaryFolder()
-    : path_(std::filesystem::temp_directory_path() / ("tavrin-compositing-" + UUID::make().string())) {
-    createDirectories(path_);
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
-std::filesystem::path TemporaryFolder::write(const std::string& name, std::string_view contents) const {
-    writeFileAtomically(path_ / name, contents);
-    return path_ / name;
 }
 
 void leavePicture(const std::string& name, const PixelBuffer& picture) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Compositing/FrameCompositor.h"
 #include "TavrinKit/Imaging/Image.h"
 
@@ -23,22 +24,6 @@ void writePicture(const std::filesystem::path& path, const Color& color, PixelSi
 [[nodiscard]] std::array<int, 4> pixel(const PixelBuffer& picture, int x, int yUpward);
 
 [[nodiscard]] bool areEqual(const PixelBuffer& a, const PixelBuffer& b);
-
-/// A folder that goes away with its owner.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    [[nodiscard]] const std::filesystem::path& path() const { return path_; }
-    /// @return the new file's path
-    std::filesystem::path write(const std::string& name, std::string_view contents) const;
-
-private:
-    std::filesystem::path path_;
-};
 
 /// Writes a picture into the folder that TAVRIN_TEST_PICTURES names, if it does.
 void leavePicture(const std::string& name, const PixelBuffer& picture);

@@ -12,6 +12,7 @@
 
 #include "Examples/Walkthrough/ScreenTake.h"
 #include "Fixtures/Child.h"
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Capture/CaptureCoordinator.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TavrinKit/Platform/X11/X11Error.h"
@@ -61,7 +62,7 @@ TEST(BadInput, ADisplayThatIsNotThere) {
 
 TEST(BadInput, AFolderThatCannotBeWritten) {
     const TemporaryFolder folder;
-    const fs::path file = fs::path(folder.path()) / "file";
+    const fs::path file = folder / "file";
     std::ofstream(file) << "in the way";
     const VirtualDisplay display;
     const std::ptrdiff_t threads = threadCount();
@@ -118,7 +119,7 @@ TEST(BadInput, TheProgramSaysWhatIsWrongInOneSentence) {
         std::string sentenceHas;
     };
     const TemporaryFolder folder;
-    const fs::path file = fs::path(folder.path()) / "file";
+    const fs::path file = folder / "file";
     std::ofstream(file) << "in the way";
     const VirtualDisplay display;
     const std::vector<Case> cases{
@@ -127,7 +128,7 @@ TEST(BadInput, TheProgramSaysWhatIsWrongInOneSentence) {
         {{"--seconds"}, {"DISPLAY"}, "--seconds needs a value"},
         {{"--output", folder.path()}, {"DISPLAY=:4094"}, ":4094"},
         {{"--output", (file / "below").string()}, {"DISPLAY=" + display.name()}, "file"},
-        {{"--output", folder.path()}, {"DISPLAY", "PATH=" + folder.path()}, "Xvfb"},
+        {{"--output", folder.path()}, {"DISPLAY", "PATH=" + folder.path().string()}, "Xvfb"},
     };
     for (const Case& one : cases) {
         std::vector<std::string> command{WALKTHROUGH_PROGRAM};

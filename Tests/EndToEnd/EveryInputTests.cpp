@@ -19,6 +19,7 @@
 #include "Examples/Walkthrough/ScreenTake.h"
 #include "Fixtures/Child.h"
 #include "Fixtures/PulseServer.h"
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Capture/CaptureSyncValidator.h"
 #include "TavrinKit/Media/MovieReader.h"
 #include "TavrinKit/Platform/Desktop/DesktopPlatform.h"
@@ -227,7 +228,7 @@ TEST(EveryInput, TheValidatorTellsASoundTakeFromASpoiltOne) {
     const fs::path microphone = whole.audioURL(whole.manifest().audioTracks.front());
     const fs::path camera = whole.cameraURL(whole.manifest().cameraTracks.front());
     const auto summaryOf = [&](const std::function<void(ProjectPackage&)>& spoil) {
-        const fs::path copy = fs::path(folder.path()) / "spoilt";
+        const fs::path copy = folder / "spoilt";
         fs::remove_all(copy);
         fs::copy(whole.rootURL(), copy, fs::copy_options::recursive);
         ProjectPackage package(copy, whole.manifest());

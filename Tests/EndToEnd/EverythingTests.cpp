@@ -12,7 +12,7 @@
 #include "Examples/Walkthrough/DemoLayout.h"
 #include "Examples/Walkthrough/ScreenTake.h"
 #include "Examples/Walkthrough/Showcase.h"
-#include "Fixtures/Child.h"
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Media/MovieReader.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TavrinKit/Platform/X11/XTestDriver.h"
@@ -153,7 +153,7 @@ TEST(Everything, KeepsPictureAndSoundInStepThroughAllEditsAtOnce) {
                                     {marks[5], marks[7]},
                                     {marks[8], marks[9]}};
     const EditorSession session = demo::Showcase::apply(take.packagePath(), cuts, marks);
-    const fs::path movie = fs::path(folder.path()) / "everything.mp4";
+    const fs::path movie = folder / "everything.mp4";
     demo::exportSession(
         session,
         ExportPreset::required1080p(ExportAspectPreset::horizontal16x9, ExportSpeedQualityMode::highQuality),

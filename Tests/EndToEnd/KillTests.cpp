@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "Fixtures/Child.h"
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Media/MovieReader.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TestDesktop.h"

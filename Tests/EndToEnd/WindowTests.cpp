@@ -15,7 +15,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Fixtures/Child.h"
+#include "Fixtures/TemporaryFolder.h"
 #include "OwnedWindow.h"
 #include "TavrinKit/Capture/CaptureCoordinator.h"
 #include "TavrinKit/Capture/CaptureSelection.h"

@@ -44,8 +44,8 @@ TEST(EffectBakingTests, ABakedMovieIsExactlyTheEdit) {
         const TemporaryFolder temporary;
         ExportPreset preset = smallPreset(192, 108, 30);
         preset.mode = mode;
-        EXPECT_EQ(bakeFailure(session, preset, temporary.path("")), std::nullopt);
-        const std::filesystem::path movie = temporary.path("baked.mov");
+        EXPECT_EQ(bakeFailure(session, preset, temporary / ""), std::nullopt);
+        const std::filesystem::path movie = temporary / "baked.mov";
         const Json probe = probed(movie);
         std::map<std::string, Json> streams;
         for (const Json& stream : probe["streams"]) {
@@ -72,18 +72,18 @@ TEST(EffectBakingTests, ABakeThatEndsEarlyLeavesNoFile) {
     {
         std::stop_source stop;
         const std::jthread canceller([&](const std::stop_token& ended) {
-            while (temporary.fileCount() == 0 && !ended.stop_requested()) {
+            while (temporary.names().size() == 0 && !ended.stop_requested()) {
                 std::this_thread::yield();
             }
             stop.request_stop();
         });
-        EXPECT_EQ(bakeFailure(session, smallPreset(1920, 1080), temporary.path(""), stop.get_token()),
+        EXPECT_EQ(bakeFailure(session, smallPreset(1920, 1080), temporary / "", stop.get_token()),
                   ExportErrorKind::cancelled);
     }
-    EXPECT_EQ(bakeFailure(session, smallPreset(191, 107), temporary.path("")),
+    EXPECT_EQ(bakeFailure(session, smallPreset(191, 107), temporary / ""),
               ExportErrorKind::unableToCreateSession);
-    EXPECT_EQ(temporary.fileCount(), 0U);
-    EXPECT_EQ(bakeFailure(session, smallPreset(), temporary.path("missing")), ExportErrorKind::exportFailed);
+    EXPECT_EQ(temporary.names().size(), 0U);
+    EXPECT_EQ(bakeFailure(session, smallPreset(), temporary / "missing"), ExportErrorKind::exportFailed);
 }
 
 TEST(EffectBakingTests, AMovieThatCannotBeOpenedAndACancelledPlan) {

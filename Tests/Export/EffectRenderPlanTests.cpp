@@ -33,7 +33,7 @@ EffectRenderPlan planOf(const EditorSession& session, double fps = 60) {
 /// Trimmed to 0.5...2.5; the first second of that twice as fast, the next half second at half speed.
 TEST(EffectRenderPlanTests, PicturesAndSoundsMeetAtTheBordersOfEveryRegion) {
     const TemporaryFolder folder;
-    writeTone(folder.path("extra.m4a"), extraTone, 0.4);
+    writeTone(folder / "extra.m4a", extraTone, 0.4);
     const EditorSession session = makeTake(
         folder,
         [&](TimelineModel& timeline) {
@@ -43,7 +43,7 @@ TEST(EffectRenderPlanTests, PicturesAndSoundsMeetAtTheBordersOfEveryRegion) {
                 {.startTime = 0.5, .endTime = 1.5, .speed = PlaybackSpeed::x2},
             };
             timeline.extraAudioTrack.regions = {
-                {.startTime = 1.5, .endTime = 9, .filePath = folder.path("extra.m4a").string(), .volume = 3},
+                {.startTime = 1.5, .endTime = 9, .filePath = (folder / "extra.m4a").string(), .volume = 3},
                 {.startTime = 2.6, .endTime = 2.7, .filePath = "not reached by the trim"},
             };
             timeline.audioMix.setStyle({.gainDB = 6, .fadeOutSeconds = 1}, AudioTrackRole::microphone);
@@ -100,7 +100,7 @@ TEST(EffectRenderPlanTests, SideFilesThatAreNoUseAreLeftOut) {
     };
     for (const auto& damage : damages) {
         const TemporaryFolder folder;
-        const std::filesystem::path extra = folder.path("extra.m4a");
+        const std::filesystem::path extra = folder / "extra.m4a";
         writeTone(extra, extraTone, 0.4);
         const EditorSession session =
             makeTake(folder,
@@ -112,8 +112,8 @@ TEST(EffectRenderPlanTests, SideFilesThatAreNoUseAreLeftOut) {
                      {.microphone = true, .camera = true});
         EXPECT_EQ(planOf(session).asset.audioTrackCount(), 3);
         EXPECT_TRUE(planOf(session).videoComposition.openSource);
-        damage(folder.path("package") / "mic_audio.m4a");
-        damage(folder.path("package") / "camera.mov");
+        damage(folder / "package" / "mic_audio.m4a");
+        damage(folder / "package" / "camera.mov");
         EXPECT_EQ(planOf(session).asset.audioTrackCount(), 2);
         EXPECT_FALSE(planOf(session).videoComposition.openSource);
         damage(extra);
@@ -149,8 +149,8 @@ TEST(EffectRenderPlanTests, TheTimingOfASourceIsTold) {
     };
     for (const Case& source : cases) {
         const TemporaryFolder folder;
-        write({.times = source.times, .endTime = source.end}, folder.path("screen.mov"));
-        const MediaAsset asset = MediaAsset::open(folder.path("screen.mov"));
+        write({.times = source.times, .endTime = source.end}, folder / "screen.mov");
+        const MediaAsset asset = MediaAsset::open(folder / "screen.mov");
         EXPECT_EQ(sourceHasVariableFrameTiming(asset), source.isVariable) << source.what;
         EXPECT_NEAR(inferredSourceFrameRate(asset, 99), source.rate, 0.6) << source.what;
     }
@@ -241,7 +241,7 @@ void damage(Json& json, std::minstd_rand& random) {
 
 TEST(EffectRenderPlanTests, WhateverNumbersADocumentHoldsThereIsAMovie) {
     const TemporaryFolder folder;
-    writeTone(folder.path("extra.m4a"), extraTone, 0.4);
+    writeTone(folder / "extra.m4a", extraTone, 0.4);
     EditorSession session = makeTake(folder, [&](TimelineModel& timeline) {
         timeline.trimRange = ClipTimeRange{0.5, 2.5};
         timeline.speedTrack.regions = {{.startTime = 0.6, .endTime = 1}, {.startTime = 1, .endTime = 2}};
@@ -249,7 +249,7 @@ TEST(EffectRenderPlanTests, WhateverNumbersADocumentHoldsThereIsAMovie) {
         timeline.motionBlurStyle.intensity = 0.5;
         timeline.annotationTrack.regions = {{.startTime = 0, .endTime = 3, .content = "word"}};
         timeline.extraAudioTrack.regions = {
-            {.startTime = 0.7, .endTime = 1, .filePath = folder.path("extra.m4a").string()}};
+            {.startTime = 0.7, .endTime = 1, .filePath = (folder / "extra.m4a").string()}};
         timeline.audioMix.setStyle({}, AudioTrackRole::system);
     });
     Json sound;

@@ -35,51 +35,50 @@ std::pair<ExportErrorKind, std::string> failureOf(const ExportRequest& job,
 
 TEST(ExportFailureTests, SourcesThatAreNoMovies) {
     const TemporaryFolder folder;
-    writeShortMovie(folder.path("movie.mov"));
-    const std::string whole = readFile(folder.path("movie.mov"));
-    writeFileAtomically(folder.path("truncated"), whole.substr(0, whole.size() / 2));
-    writeFileAtomically(folder.path("empty"), "");
-    writeFileAtomically(folder.path("text"), std::string(5000, 'x'));
-    fs::create_directory(folder.path("folder"));
-    ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
+    writeShortMovie(folder / "movie.mov");
+    const std::string whole = readFile(folder / "movie.mov");
+    writeFileAtomically(folder / "truncated", whole.substr(0, whole.size() / 2));
+    writeFileAtomically(folder / "empty", "");
+    writeFileAtomically(folder / "text", std::string(5000, 'x'));
+    fs::create_directory(folder / "folder");
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
     MovieWriterSettings soundOnly;
-    soundOnly.path = folder.path("sound.m4a");
+    soundOnly.path = folder / "sound.m4a";
     soundOnly.audio = AudioTrackSettings{};
     MovieWriter writer(soundOnly);
     writer.appendAudio(std::vector<float>(9600), 0);
     writer.finish();
 
-    const std::size_t files = folder.fileCount();
+    const std::size_t files = folder.names().size();
     for (const char* source : {"missing", "truncated", "empty", "text", "folder", "pipe", "sound.m4a"}) {
-        const auto [kind, causes] = failureOf(request(folder.path(source), folder.path("out.mp4")));
+        const auto [kind, causes] = failureOf(request(folder / source, folder / "out.mp4"));
         EXPECT_EQ(kind, ExportErrorKind::exportFailed) << source;
         EXPECT_THAT(causes, testing::ContainsRegex("MediaError|FileError")) << source;
-        EXPECT_EQ(folder.fileCount(), files) << source;
+        EXPECT_EQ(folder.names().size(), files) << source;
     }
 }
 
 TEST(ExportFailureTests, DestinationsThatCannotBeWritten) {
     const TemporaryFolder folder;
-    writeShortMovie(folder.path("source.mov"));
-    fs::create_directory(folder.path("folder"));
-    EXPECT_EQ(failureOf(request(folder.path("source.mov"), folder.path("nowhere") / "out.mp4")).first,
+    writeShortMovie(folder / "source.mov");
+    fs::create_directory(folder / "folder");
+    EXPECT_EQ(failureOf(request(folder / "source.mov", folder / "nowhere" / "out.mp4")).first,
               ExportErrorKind::exportFailed);
-    EXPECT_THROW(FFmpegMP4Exporter().exportMovie(request(folder.path("source.mov"), folder.path("folder"))),
+    EXPECT_THROW(FFmpegMP4Exporter().exportMovie(request(folder / "source.mov", folder / "folder")),
                  FileError);
     // The recording itself is never the old file that is removed, whatever name it is given.
-    fs::create_symlink("source.mov", folder.path("alias.mov"));
-    EXPECT_THROW(
-        FFmpegMP4Exporter().exportMovie(request(folder.path("source.mov"), folder.path("alias.mov"))),
-        FileError);
-    EXPECT_GT(fs::file_size(folder.path("source.mov")), 0U);
-    EXPECT_EQ(folder.fileCount(), 3U);
+    fs::create_symlink("source.mov", folder / "alias.mov");
+    EXPECT_THROW(FFmpegMP4Exporter().exportMovie(request(folder / "source.mov", folder / "alias.mov")),
+                 FileError);
+    EXPECT_GT(fs::file_size(folder / "source.mov"), 0U);
+    EXPECT_EQ(folder.names().size(), 3U);
 }
 
 TEST(ExportFailureTests, WhatAnyStageThrowsArrivesAsTheCause) {
     const TemporaryFolder folder;
-    writeShortMovie(folder.path("source.mov"));
-    const std::size_t files = folder.fileCount();
-    ExportRequest job = request(folder.path("source.mov"), folder.path("out.mp4"));
+    writeShortMovie(folder / "source.mov");
+    const std::size_t files = folder.names().size();
+    ExportRequest job = request(folder / "source.mov", folder / "out.mp4");
 
     EXPECT_THAT(failureOf(job,
                           [](double fraction) {
@@ -104,7 +103,7 @@ TEST(ExportFailureTests, WhatAnyStageThrowsArrivesAsTheCause) {
     job.videoComposition.reset();
     job.preset.resolution = {191, 107}; // no encoder halves these
     EXPECT_EQ(failureOf(job).first, ExportErrorKind::unableToCreateSession);
-    EXPECT_EQ(folder.fileCount(), files);
+    EXPECT_EQ(folder.names().size(), files);
 }
 
 } // namespace

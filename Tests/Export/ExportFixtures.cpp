@@ -24,23 +24,6 @@ void fillPlane(const PixelBuffer& picture, int plane, std::uint8_t value) {
 
 } // namespace
 
-TemporaryFolder::TemporaryFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "tavrin-export-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) {
-        throw std::runtime_error("No temporary folder.");
-    }
-    path_ = name;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
-std::size_t TemporaryFolder::fileCount() const {
-    return std::size_t(std::distance(std::filesystem::directory_iterator(path_), {}));
-}
-
 PixelBuffer flatPicture(PixelSize size, Colour colour) {
     const PixelBuffer picture = PixelBuffer::allocate(PixelFormat::i420, size);
     for (int plane = 0; plane < 3; ++plane) {

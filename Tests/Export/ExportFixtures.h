@@ -8,25 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Export/MP4Exporting.h"
 #include "TavrinKit/Support/PixelBuffer.h"
 
 namespace tavrin::fixtures {
 
-/// A folder of its own that goes with the test.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    [[nodiscard]] std::filesystem::path path(const std::string& name) const { return path_ / name; }
-    [[nodiscard]] std::size_t fileCount() const;
-
-private:
-    std::filesystem::path path_;
-};
+using test::TemporaryFolder;
 
 /// Y, U and V of BT.709 limited range.
 using Colour = std::array<std::uint8_t, 3>;

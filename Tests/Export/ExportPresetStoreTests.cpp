@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Export/ExportPresetStore.h"
 #include "TavrinKit/Support/Files.h"
-#include "TavrinKit/Support/UUID.h"
 
 namespace tavrin {
 namespace {
@@ -16,9 +16,6 @@ using testing::HasSubstr;
 
 class ExportPresetStoreTests : public testing::Test {
 protected:
-    ExportPresetStoreTests() { fs::create_directories(folder_); }
-    ~ExportPresetStoreTests() override { fs::remove_all(folder_); }
-
     static ExportPreset presetWith(const std::string& id, const std::string& name) {
         ExportPreset preset;
         preset.id = id;
@@ -38,7 +35,8 @@ protected:
         return decodeDocument<ExportPresetStore::Document>(readFile(file_));
     }
 
-    fs::path folder_ = fs::temp_directory_path() / ("tavrin-presets-" + UUID::make().string());
+    const test::TemporaryFolder temporary_;
+    const fs::path& folder_ = temporary_.path();
     fs::path file_ = folder_ / "export-presets.json";
     ExportPresetStore store_{file_};
 };

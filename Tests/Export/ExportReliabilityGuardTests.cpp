@@ -34,7 +34,7 @@ run(std::shared_ptr<MP4Exporting> exporter, int retries,
     std::vector<ExportReliabilityProgress> told;
     try {
         guard.exportWithRetry(
-            request("nowhere", folder.path("out.mp4")),
+            request("nowhere", folder / "out.mp4"),
             [&](const ExportReliabilityProgress& progress) { told.push_back(progress); }, stop);
     } catch (const std::exception& error) {
         return {told, error.what()};
@@ -119,11 +119,11 @@ TEST(ExportReliabilityGuardTests, TheDurationValidatorWantsMoreThanAHundredthOfA
                                                                    {"text.mov", -1, false}};
     for (const auto& [name, duration, passes] : cases) {
         if (duration > 0) {
-            write({.size = {64, 36}, .times = {0}, .endTime = duration}, folder.path(name));
+            write({.size = {64, 36}, .times = {0}, .endTime = duration}, folder / name);
         } else if (duration < 0) {
-            writeFileAtomically(folder.path(name), "a movie, truly");
+            writeFileAtomically(folder / name, "a movie, truly");
         }
-        const ExportResult result{folder.path(name)};
+        const ExportResult result{folder / name};
         if (passes) {
             EXPECT_NO_THROW(ExportReliabilityGuard::ffmpegDurationValidator(result, {}));
         } else {

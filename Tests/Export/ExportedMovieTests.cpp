@@ -29,7 +29,7 @@ TEST(ExportedMovieTests, EveryFrameShowsWhatWasOnScreenThen) {
         movie.times.push_back(2 + i / 60.0);
     }
     movie.endTime = 3.01;
-    write(movie, folder.path("source.mov"));
+    write(movie, folder / "source.mov");
 
     struct Case {
         const char* name;
@@ -46,7 +46,7 @@ TEST(ExportedMovieTests, EveryFrameShowsWhatWasOnScreenThen) {
                                   {"hevc", hevc, false}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        ExportRequest job = request(folder.path("source.mov"), folder.path("movie"), c.preset);
+        ExportRequest job = request(folder / "source.mov", folder / "movie", c.preset);
         if (c.composed) {
             // At its own rate, and half the size of what is encoded.
             job.videoComposition =
@@ -61,7 +61,7 @@ TEST(ExportedMovieTests, EveryFrameShowsWhatWasOnScreenThen) {
         EXPECT_EQ(result.frameCount, expected);
         EXPECT_NEAR(result.durationSeconds, double(expected) / rate, 1e-3);
 
-        VideoReader reader(folder.path("movie"));
+        VideoReader reader(folder / "movie");
         EXPECT_EQ(reader.info().naturalSize,
                   (PixelSize{c.preset.resolution.width, c.preset.resolution.height}));
         std::int64_t frame = 0;
@@ -83,12 +83,12 @@ TEST(ExportedMovieTests, FrameCountIsTheCeilingOfTheDuration) {
         movie.size = {64, 36};
         movie.times = {0};
         movie.endTime = duration;
-        write(movie, folder.path("source.mov"));
+        write(movie, folder / "source.mov");
         FFmpegMP4Exporter exporter;
         const auto result = exporter.exportMovie(
-            request(folder.path("source.mov"), folder.path("movie.mp4"), smallPreset(64, 36, fps)));
+            request(folder / "source.mov", folder / "movie.mp4", smallPreset(64, 36, fps)));
         EXPECT_EQ(result.frameCount, frames) << duration << " " << fps;
-        EXPECT_EQ(probed(folder.path("movie.mp4")).at("packets").size(), std::size_t(frames)) << duration;
+        EXPECT_EQ(probed(folder / "movie.mp4").at("packets").size(), std::size_t(frames)) << duration;
     }
 }
 
@@ -109,11 +109,10 @@ TEST(ExportedMovieTests, FlatColoursArriveTrue) {
         movie.picture = [&](int index) {
             return flatPicture(size, colours[std::size_t(index)]);
         };
-        write(movie, folder.path("source.mov"));
-        FFmpegMP4Exporter().exportMovie(request(folder.path("source.mov"), folder.path("movie.mp4"), preset));
-        EXPECT_EQ(probed(folder.path("movie.mp4")).at("streams").size(), 1U)
-            << "it is as silent as its source";
-        VideoReader reader(folder.path("movie.mp4"));
+        write(movie, folder / "source.mov");
+        FFmpegMP4Exporter().exportMovie(request(folder / "source.mov", folder / "movie.mp4", preset));
+        EXPECT_EQ(probed(folder / "movie.mp4").at("streams").size(), 1U) << "it is as silent as its source";
+        VideoReader reader(folder / "movie.mp4");
         while (const auto picture = reader.next()) {
             const Colour& expected = colours[std::size_t(numberAt(movie.times, picture->time))];
             for (int plane = 0; plane < 3; ++plane) {
@@ -151,7 +150,7 @@ TEST(ExportedMovieTests, SoundStaysWithThePicturesAndFollowsTheMix) {
     movie.times = evenTimes(80, 20);
     movie.endTime = 4;
     movie.sound = bursts(3.3); // ends before the pictures do
-    write(movie, folder.path("source.mov"));
+    write(movie, folder / "source.mov");
 
     struct Case {
         const char* name;
@@ -166,10 +165,10 @@ TEST(ExportedMovieTests, SoundStaysWithThePicturesAndFollowsTheMix) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        ExportRequest job = request(folder.path("source.mov"), folder.path("movie.mp4"), smallPreset(64, 36));
+        ExportRequest job = request(folder / "source.mov", folder / "movie.mp4", smallPreset(64, 36));
         job.audioMix = c.mix;
         FFmpegMP4Exporter().exportMovie(job);
-        const std::vector<float> sound = soundOf(folder.path("movie.mp4"));
+        const std::vector<float> sound = soundOf(folder / "movie.mp4");
         ASSERT_GE(sound.size(), 3.2 * 48000);
         for (std::size_t burst = 0; burst < 3; ++burst) {
             const double start = 0.5 + double(burst);
@@ -179,7 +178,7 @@ TEST(ExportedMovieTests, SoundStaysWithThePicturesAndFollowsTheMix) {
         }
     }
 
-    const Json facts = probed(folder.path("movie.mp4"));
+    const Json facts = probed(folder / "movie.mp4");
     const Json& audio = facts.at("streams")[1];
     EXPECT_EQ(audio.at("codec_name"), "aac");
     EXPECT_EQ(audio.at("sample_rate"), "48000");
@@ -204,10 +203,10 @@ TEST(ExportedMovieTests, ProgressRisesOnTheCallersThread) {
     SyntheticMovie movie;
     movie.times = {0};
     movie.endTime = 1;
-    write(movie, folder.path("source.mov"));
+    write(movie, folder / "source.mov");
     std::vector<double> fractions;
     const auto caller = std::this_thread::get_id();
-    FFmpegMP4Exporter().exportMovie(request(folder.path("source.mov"), folder.path("movie.mp4")),
+    FFmpegMP4Exporter().exportMovie(request(folder / "source.mov", folder / "movie.mp4"),
                                     [&](double fraction) {
                                         EXPECT_EQ(std::this_thread::get_id(), caller);
                                         fractions.push_back(fraction);

@@ -49,13 +49,13 @@ using FilePointer = std::unique_ptr<std::FILE, decltype([](std::FILE* file) { st
 void pass(const ExportResult&, const std::stop_token&) {}
 
 EditorSession sessionWithoutFiles(const TemporaryFolder& folder) {
-    return {ProjectPackage(folder.path("package"), {}), std::make_shared<EventTimeline>(), {}};
+    return {ProjectPackage(folder / "package", {}), std::make_shared<EventTimeline>(), {}};
 }
 
 TEST(OneClickExportTests, TellsOfADirectExportAndItsFallbackToTheLetter) {
     const TemporaryFolder folder;
-    const fs::path bake = folder.path("baked.mov");
-    const fs::path destination = folder.path("out.mp4");
+    const fs::path bake = folder / "baked.mov";
+    const fs::path destination = folder / "out.mp4";
     const auto exporter = std::make_shared<MockMP4Exporter>(2);
     const auto renderer = std::make_shared<ScriptedRenderer>();
     std::size_t filesDuringBake = 0;
@@ -63,7 +63,7 @@ TEST(OneClickExportTests, TellsOfADirectExportAndItsFallbackToTheLetter) {
         return toCompose();
     };
     renderer->onBake = [&] {
-        filesDuringBake = folder.fileCount();
+        filesDuringBake = folder.names().size();
         writeFileAtomically(bake, "baked");
         return EffectBakeResult{bake, true};
     };
@@ -106,13 +106,13 @@ TEST(OneClickExportTests, TellsOfADirectExportAndItsFallbackToTheLetter) {
     EXPECT_EQ(filesDuringBake, 0U);
     EXPECT_EQ(result.outputURL, destination);
     EXPECT_EQ(readFile(destination), "mock-mp4");
-    EXPECT_EQ(folder.fileCount(), 1U) << "the bake has gone";
+    EXPECT_EQ(folder.names().size(), 1U) << "the bake has gone";
     EXPECT_EQ(renderer->bakedPresets.at(0).fps, 120);
 }
 
 TEST(OneClickExportTests, TellsOfMediaThatNeedNoComposition) {
     const TemporaryFolder folder;
-    const fs::path bake = folder.path("baked.mov");
+    const fs::path bake = folder / "baked.mov";
     for (const bool isBaked : {false, true}) {
         const auto renderer = std::make_shared<ScriptedRenderer>();
         renderer->onPrepare = [&] {
@@ -131,7 +131,7 @@ TEST(OneClickExportTests, TellsOfMediaThatNeedNoComposition) {
             }});
         std::vector<ExportProgressUpdate> told;
         oneClick(exporter, renderer, 0, pass)
-            .exportMovie(sessionWithoutFiles(folder), folder.path("out.mp4"), smallPreset(),
+            .exportMovie(sessionWithoutFiles(folder), folder / "out.mp4", smallPreset(),
                          [&](const ExportProgressUpdate& u) { told.push_back(u); });
         EXPECT_THAT(told, ElementsAre(update(preparing, 0.02, "Preparing export pipeline."),
                                       update(preparing, 0.08, "Preparing effects for export."),
@@ -143,8 +143,8 @@ TEST(OneClickExportTests, TellsOfMediaThatNeedNoComposition) {
                                       update(completed, 0.98, "Export validation passed."),
                                       update(completed, 1, "Export completed.")));
         EXPECT_EQ(exporter->requests.at(0).sourceURL, isBaked ? bake : fs::path("screen.mov"));
-        EXPECT_EQ(folder.fileCount(), 1U);
-        removeFile(folder.path("out.mp4"));
+        EXPECT_EQ(folder.names().size(), 1U);
+        removeFile(folder / "out.mp4");
     }
 }
 
@@ -152,14 +152,14 @@ TEST(OneClickExportTests, TellsOfMediaThatNeedNoComposition) {
 /// failure.
 TEST(OneClickExportTests, AFailureLeavesTheFolderAsItWas) {
     const TemporaryFolder folder;
-    const fs::path destination = folder.path("out.mp4");
+    const fs::path destination = folder / "out.mp4";
     writeFileAtomically(destination, "an older movie");
     const auto direct = [] {
         return toCompose();
     };
     const auto baked = [&] {
-        writeFileAtomically(folder.path("baked.mov"), "baked");
-        return EffectBakeResult{folder.path("baked.mov"), true};
+        writeFileAtomically(folder / "baked.mov", "baked");
+        return EffectBakeResult{folder / "baked.mov", true};
     };
     const auto cannotBake = []() -> EffectBakeResult {
         throw std::runtime_error("no room to bake");
@@ -207,17 +207,17 @@ TEST(OneClickExportTests, AFailureLeavesTheFolderAsItWas) {
         EXPECT_EQ(sentence, c.sentence);
         EXPECT_LT(last, 1);
         EXPECT_EQ(readFile(destination), "an older movie");
-        EXPECT_EQ(folder.fileCount(), 1U) << c.sentence;
+        EXPECT_EQ(folder.names().size(), 1U) << c.sentence;
     }
 }
 
 TEST(OneClickExportTests, PresetsAndDestinationsThatWillNotDoAreRefusedBeforeAnyWork) {
     const TemporaryFolder folder;
     const EditorSession session = makeTake(folder);
-    fs::create_directory(folder.path("folder"));
-    fs::create_symlink("package/screen.mov", folder.path("alias.mov"));
-    ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
-    const std::size_t files = folder.fileCount();
+    fs::create_directory(folder / "folder");
+    fs::create_symlink("package/screen.mov", folder / "alias.mov");
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    const std::size_t files = folder.names().size();
     const auto renderer = std::make_shared<ScriptedRenderer>();
     renderer->onPrepare = []() -> PreparedEffectExport {
         ADD_FAILURE() << "work has begun";
@@ -245,12 +245,12 @@ TEST(OneClickExportTests, PresetsAndDestinationsThatWillNotDoAreRefusedBeforeAny
         {"folder/", "Choose another name."},
     };
     for (const auto& [name, sentence] : cases) {
-        EXPECT_THAT(refusal(folder.path(name)), testing::HasSubstr(sentence)) << name;
+        EXPECT_THAT(refusal(folder / name), testing::HasSubstr(sentence)) << name;
     }
     ExportPreset preset = smallPreset(3840, 2160);
     preset.compatibility.allowResolutionFallback = false;
-    EXPECT_EQ(refusal(folder.path("missing/out.mp4"), preset), "4K export is not supported on this machine.");
-    EXPECT_EQ(folder.fileCount(), files);
+    EXPECT_EQ(refusal(folder / "missing/out.mp4", preset), "4K export is not supported on this machine.");
+    EXPECT_EQ(folder.names().size(), files);
 }
 
 TEST(OneClickExportTests, WhatKilledExportsLeftGoesAndNothingElse) {
@@ -273,17 +273,17 @@ TEST(OneClickExportTests, WhatKilledExportsLeftGoesAndNothingElse) {
     const TemporaryFolder folder;
     std::vector<FilePointer> open;
     for (const File& file : files) {
-        open.emplace_back(std::fopen(folder.path(file.name).c_str(), "w"));
+        open.emplace_back(std::fopen((folder / file.name).c_str(), "w"));
         ASSERT_EQ(file.isInUse ? ::flock(::fileno(open.back().get()), LOCK_EX) : 0, 0);
-        fs::last_write_time(folder.path(file.name),
+        fs::last_write_time(folder / file.name,
                             fs::file_time_type::clock::now() - std::chrono::minutes(file.minutes));
     }
     const auto renderer = std::make_shared<ScriptedRenderer>();
     renderer->onPrepare = toCompose;
     oneClick(std::make_shared<MockMP4Exporter>(), renderer, 0, pass)
-        .exportMovie(sessionWithoutFiles(folder), folder.path("out.mp4"), smallPreset());
+        .exportMovie(sessionWithoutFiles(folder), folder / "out.mp4", smallPreset());
     for (const File& file : files) {
-        EXPECT_EQ(fs::exists(folder.path(file.name)), file.stays) << file.name;
+        EXPECT_EQ(fs::exists(folder / file.name), file.stays) << file.name;
     }
 }
 
@@ -335,7 +335,7 @@ TEST(OneClickExportTests, CancellingAtAnyMomentLeavesTheFolderAsItWas) {
     const TemporaryFolder folder;
     const TemporaryFolder temporary;
     const EditorSession session = makeTake(folder, {}, {.microphone = true});
-    const fs::path destination = folder.path("out.mp4");
+    const fs::path destination = folder / "out.mp4";
     const auto attempt = [&](bool isBaked, std::optional<Clock::duration> wait) {
         writeFileAtomically(destination, "an older movie");
         const auto renderer = std::make_shared<FFmpegEffectBakingRenderer>();
@@ -357,11 +357,11 @@ TEST(OneClickExportTests, CancellingAtAnyMomentLeavesTheFolderAsItWas) {
             EXPECT_TRUE(isCancelled) << describe(std::current_exception());
             EXPECT_EQ(readFile(destination), "an older movie");
         }
-        EXPECT_EQ(folder.fileCount(), 2U);
-        EXPECT_EQ(temporary.fileCount(), 0U);
+        EXPECT_EQ(folder.names().size(), 2U);
+        EXPECT_EQ(temporary.names().size(), 0U);
         return isCancelled;
     };
-    ::setenv("TMPDIR", temporary.path("").c_str(), 1);
+    ::setenv("TMPDIR", (temporary / "").c_str(), 1);
     std::mt19937 random(7);
     for (const bool isBaked : {false, true}) {
         const auto start = Clock::now();
@@ -391,7 +391,7 @@ TEST(OneClickExportTests, CallsTakeTurnsAndCanBeCancelledWhileTheyWait) {
     };
     OneClickExporter exporter = oneClick(std::make_shared<MockMP4Exporter>(), renderer, 0, pass);
     const auto run = [&](const char* name, std::stop_token stop) {
-        return exporter.exportMovie(session, folder.path(name), smallPreset(), {}, std::move(stop));
+        return exporter.exportMovie(session, folder / name, smallPreset(), {}, std::move(stop));
     };
     {
         const std::jthread first([&] { run("a.mp4", {}); });
@@ -401,7 +401,7 @@ TEST(OneClickExportTests, CallsTakeTurnsAndCanBeCancelledWhileTheyWait) {
         }
         EXPECT_THROW(run("c.mp4", impatient.get_token()), CancellationError);
     }
-    EXPECT_EQ(folder.fileCount(), 2U);
+    EXPECT_EQ(folder.names().size(), 2U);
 }
 
 } // namespace

@@ -50,7 +50,7 @@ double toneLevel(const MediaAsset& asset, int track, double frequency, double fr
 EditorSession makeTake(const TemporaryFolder& folder, const std::function<void(TimelineModel&)>& edit,
                        TakeOptions options) {
     using enum AudioTrackDescriptor::Kind;
-    ProjectPackage package(folder.path("package"), ProjectManifest{});
+    ProjectPackage package(folder / "package", ProjectManifest{});
     package.createDirectoriesIfNeeded();
     SyntheticMovie screen{.times = evenTimes(int(options.seconds * 60), 60), .endTime = options.seconds};
     if (options.screenSound) {
@@ -70,7 +70,7 @@ EditorSession makeTake(const TemporaryFolder& folder, const std::function<void(T
     if (options.camera) {
         package.setCameraTracks({{"camera.mov", 0, 0}});
         write({.times = evenTimes(int(options.seconds * 30), 30), .endTime = options.seconds},
-              folder.path("package") / "camera.mov");
+              folder / "package" / "camera.mov");
     }
     EditsDocument edits;
     edits.timeline.framingTrack.style.padding = 0;

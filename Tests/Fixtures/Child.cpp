@@ -97,16 +97,4 @@ std::string ownProgram() {
     return std::filesystem::read_symlink("/proc/self/exe").string();
 }
 
-TemporaryFolder::TemporaryFolder()
-    : path_((std::filesystem::temp_directory_path() / "tavrin-test-XXXXXX").string()) {
-    if (mkdtemp(path_.data()) == nullptr) {
-        throw std::runtime_error("no temporary folder");
-    }
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
 } // namespace tavrin::test

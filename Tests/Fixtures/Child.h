@@ -43,18 +43,4 @@ private:
 /// This very program.
 [[nodiscard]] std::string ownProgram();
 
-/// A folder that goes with the object.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    [[nodiscard]] const std::string& path() const { return path_; }
-
-private:
-    std::string path_;
-};
-
 } // namespace tavrin::test

@@ -60,8 +60,8 @@ bool accepts(const std::string& path) {
 } // namespace
 
 PrivateHome::PrivateHome() {
-    std::filesystem::create_directory(folder_.path() + "/pulse");
-    std::filesystem::permissions(folder_.path() + "/pulse", std::filesystem::perms::owner_all);
+    std::filesystem::create_directory(folder_ / "pulse");
+    std::filesystem::permissions(folder_ / "pulse", std::filesystem::perms::owner_all);
     const std::map<std::string, std::optional<std::string>> own{{"HOME", folder_.path()},
                                                                 {"XDG_RUNTIME_DIR", folder_.path()},
                                                                 {"XDG_CONFIG_HOME", folder_.path()},

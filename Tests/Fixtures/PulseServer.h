@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Fixtures/Child.h"
+#include "Fixtures/TemporaryFolder.h"
 
 namespace tavrin::test {
 
@@ -20,7 +21,7 @@ public:
     PrivateHome& operator=(const PrivateHome&) = delete;
 
     /// Where a client looks for a Pulse server.
-    [[nodiscard]] std::string pulseSocket() const { return folder_.path() + "/pulse/native"; }
+    [[nodiscard]] std::string pulseSocket() const { return folder_ / "pulse/native"; }
 
 private:
     TemporaryFolder folder_;

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Library/BrandKitStore.h"
 #include "TavrinKit/Library/BrandKitStoreError.h"
 #include "TavrinKit/Project/PremiumDefaults.h"
@@ -37,7 +38,8 @@ protected:
         writeFileAtomically(file_, text);
     }
 
-    fs::path folder_ = fs::temp_directory_path() / ("tavrin-kits-" + UUID::make().string());
+    const test::TemporaryFolder temporary_;
+    const fs::path& folder_ = temporary_.path();
     fs::path file_ = folder_ / "deep/brand-kits.json";
     Date now_ = *parseISO8601("2026-01-15T10:15:30Z");
     BrandKitStore store_{file_, [this] {

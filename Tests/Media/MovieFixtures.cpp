@@ -12,8 +12,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "TavrinKit/Support/UUID.h"
-
 #ifdef __SANITIZE_ADDRESS__
 /// The HEVC encoder keeps a kilobyte of its own for good.
 extern "C" const char* __lsan_default_suppressions() { // NOLINT
@@ -28,24 +26,6 @@ constexpr int columns = 4;
 constexpr int rows = 3;
 
 } // namespace
-
-TemporaryFolder::TemporaryFolder()
-    : path_(std::filesystem::temp_directory_path() / ("media-tests-" + UUID::make().string())) {
-    std::filesystem::create_directories(path_);
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::filesystem::remove_all(path_);
-}
-
-std::vector<std::string> TemporaryFolder::names() const {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(path_)) {
-        names.push_back(entry.path().filename());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 PixelBuffer flat(PixelSize size, int y, int u, int v) {
     PixelBuffer picture = PixelBuffer::allocate(PixelFormat::i420, size);

@@ -6,26 +6,14 @@
 #include <string>
 #include <vector>
 
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Media/MovieReader.h"
 #include "TavrinKit/Media/MovieWriter.h"
 #include "TavrinKit/Support/Json.h"
 
 namespace tavrin::fixtures {
 
-/// A folder of its own for a test, removed with all that is in it.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    [[nodiscard]] std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
-    [[nodiscard]] std::vector<std::string> names() const; ///< sorted, hidden ones too
-
-private:
-    std::filesystem::path path_;
-};
+using test::TemporaryFolder;
 
 /// A picture that bears a number below 4096 in large light and dark fields, and what it bears.
 [[nodiscard]] PixelBuffer numbered(PixelSize size, int number);

@@ -12,6 +12,8 @@
 #include <linux/videodev2.h>
 
 #include "FakeCamera.h"
+#include "Fixtures/Child.h"
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Media/MovieReader.h"
 #include "TavrinKit/Platform/V4L2/CameraMode.h"
 #include "TavrinKit/Platform/V4L2/V4L2CameraCapture.h"
@@ -63,7 +65,7 @@ private:
 
 class CameraTests : public testing::Test {
 protected:
-    [[nodiscard]] std::filesystem::path movie() const { return folder.path() + "/camera.mov"; }
+    [[nodiscard]] std::filesystem::path movie() const { return folder / "camera.mov"; }
 
     V4L2CameraCapture& capture(std::vector<CaptureDevice> devices, double patience = 6, bool mayUse = true) {
         V4L2CameraCapture::Settings settings;
@@ -90,7 +92,7 @@ protected:
     }
 
     std::string output(const std::string& command) const {
-        const std::string file = folder.path() + "/payload";
+        const std::string file = folder / "payload";
         EXPECT_EQ(Child({"/bin/sh", "-c", command + " > " + file + " 2>/dev/null"}).wait().exitCode, 0);
         std::ifstream stream(file, std::ios::binary);
         return {std::istreambuf_iterator<char>(stream), {}};

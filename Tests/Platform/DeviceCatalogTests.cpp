@@ -12,6 +12,7 @@
 
 #include "FakeCamera.h"
 #include "Fixtures/PulseServer.h"
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Platform/Pulse/PulseError.h"
 #include "TavrinKit/Platform/Pulse/PulseMicrophoneCatalog.h"
 #include "TavrinKit/Platform/V4L2/V4L2CameraCatalog.h"
@@ -43,7 +44,7 @@ void standIn(const std::string& path, const v4l2_capability& capability) {
 TEST(V4L2CameraCatalogTests, listsWhatCapturesPicturesInTheOrderOfNumbers) {
     const TemporaryFolder folder;
     const auto device = [&folder](const char* name, const char* target) {
-        ASSERT_EQ(::symlink(target, (folder.path() + "/" + name).c_str()), 0);
+        ASSERT_EQ(::symlink(target, (folder / name).c_str()), 0);
     };
     constexpr std::uint32_t camera = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_META_CAPTURE;
     const std::string cutName = "A name of 31 bytes and more....\xc3"; // half of a character
@@ -61,14 +62,14 @@ TEST(V4L2CameraCatalogTests, listsWhatCapturesPicturesInTheOrderOfNumbers) {
     device("videos", "/dev/null");
     device("video7b", "/dev/null");
     device("avideo8", "/dev/null");
-    ASSERT_EQ(::mkfifo((folder.path() + "/video6").c_str(), 0600), 0);
+    ASSERT_EQ(::mkfifo((folder / "video6").c_str(), 0600), 0);
 
     const auto cameras = V4L2CameraCatalog(folder.path()).devices({});
     removeDrivers();
-    EXPECT_THAT(cameras, testing::ElementsAre(
-                             CaptureDevice{folder.path() + "/video2", cutName.substr(0, 31) + "\xef\xbf\xbd"},
-                             CaptureDevice{folder.path() + "/video10", "Desk Camera"}));
-    EXPECT_TRUE(V4L2CameraCatalog(folder.path() + "/none").devices({}).empty());
+    EXPECT_THAT(cameras,
+                testing::ElementsAre(CaptureDevice{folder / "video2", cutName.substr(0, 31) + "\xef\xbf\xbd"},
+                                     CaptureDevice{folder / "video10", "Desk Camera"}));
+    EXPECT_TRUE(V4L2CameraCatalog(folder / "none").devices({}).empty());
     (void)V4L2CameraCatalog().devices({}); // whatever this machine has
 }
 

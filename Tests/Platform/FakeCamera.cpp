@@ -228,7 +228,7 @@ int FakeCamera::State::control(unsigned long request, void* argument) {
 }
 
 FakeCamera::FakeCamera(const Settings& settings)
-    : path_(folder_.path() + "/video0"), state_(std::make_shared<State>()) {
+    : path_(folder_ / "video0"), state_(std::make_shared<State>()) {
     std::ofstream(path_).put('\0');
     state_->settings = settings;
     state_->path = path_;

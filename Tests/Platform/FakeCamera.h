@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Fixtures/Child.h"
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Support/Geometry.h"
 
 namespace tavrin::test {

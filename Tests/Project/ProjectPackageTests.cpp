@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Project/PremiumDefaults.h"
 #include "TavrinKit/Project/ProjectPackage.h"
 #include "TavrinKit/Project/ProjectPackageValidationError.h"
@@ -17,8 +18,6 @@ namespace fs = std::filesystem;
 
 class ProjectPackageTests : public testing::Test {
 protected:
-    ~ProjectPackageTests() override { fs::remove_all(root_.parent_path()); }
-
     /// A sound package with a microphone track and a camera track.
     ProjectPackage makePackage() {
         ProjectManifest manifest;
@@ -67,7 +66,8 @@ protected:
                                   : std::vector<fs::path>();
     }
 
-    fs::path root_ = fs::temp_directory_path() / ("tavrin-package-" + UUID::make().string()) / "session";
+    const test::TemporaryFolder folder_;
+    const fs::path root_ = folder_ / "session";
     EventTimeline events_{{{1.5, {0.25, 0.75}, MouseEventKind::clicked, 0}}};
     EditsDocument edits_{PremiumDefaults::timelineModel(), {}, {}};
 };

@@ -7,7 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Fixtures/Child.h"
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Readiness/SystemCapabilityService.h"
 #include "TavrinKit/Support/Cancellation.h"
 
@@ -73,16 +73,16 @@ TEST(CapabilityTests, aDiskIsJudgedAgainstThresholdsInTheirRanges) {
 TEST(CapabilityTests, aDiskIsFoundThroughTheNearestParentThatExists) {
     const SystemCapabilityService service({}, {});
     const test::TemporaryFolder folder;
-    std::ofstream(folder.path() + "/file") << "text";
+    std::ofstream(folder / "file") << "text";
     for (const std::string path : {"", "/", "/not/yet/there/", "/file", "/file/below"}) {
-        const auto check = service.diskCapacity(folder.path() + path, most, most);
+        const auto check = service.diskCapacity(folder.path().string() + path, most, most);
         EXPECT_GT(check.availableBytes.value_or(0), 0) << path;
         EXPECT_EQ(check.status, DiskCapacityStatus::fail) << path;
     }
     EXPECT_TRUE(service.diskCapacity("no-such-folder/project").availableBytes);
     EXPECT_EQ(service.diskCapacity("/proc/self").status, DiskCapacityStatus::unknown); // has no size
 
-    for (const auto& unreadable : {std::string(), folder.path() + "/" + std::string(300, 'x')}) {
+    for (const auto& unreadable : {std::string(), (folder / std::string(300, 'x')).string()}) {
         testing::internal::CaptureStderr();
         EXPECT_EQ(service.diskCapacity(unreadable), (DiskCapacityCheck{std::nullopt, 5LL << 30, 2LL << 30}));
         EXPECT_THAT(testing::internal::GetCapturedStderr(),

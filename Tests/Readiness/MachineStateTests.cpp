@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "Fixtures/PulseServer.h"
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Platform/Pulse/PulseMicrophoneCatalog.h"
 #include "TavrinKit/Platform/V4L2/V4L2CameraCatalog.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
@@ -36,7 +37,7 @@ public:
 
     [[nodiscard]] bool isMounted() const { return isMounted_; }
     [[nodiscard]] fs::path path() const {
-        return "/proc/" + std::to_string(process_.processID()) + "/root" + mountPoint_.path();
+        return "/proc/" + std::to_string(process_.processID()) + "/root" + mountPoint_.path().string();
     }
     /// Writes until nothing more goes in.
     void fill() const {

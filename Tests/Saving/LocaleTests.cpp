@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "Fixtures/Child.h"
 #include "Fixtures/FaultDriver.h"
+#include "Fixtures/TemporaryFolder.h"
 #include "SavedFiles.h"
 #include "TavrinKit/Support/Files.h"
 
@@ -40,8 +40,7 @@ TEST(LocaleTests, savedFilesAreTheSameToTheByteWhateverTheLocale) {
     ASSERT_EQ(saveIn("C", plain.path()), "1.500000");
     ASSERT_EQ(saveIn("de_DE.UTF-8", german.path()), "1,500000");
     for (const SavedFile& saved : savedFiles()) {
-        EXPECT_EQ(readFile(fs::path(plain.path()) / saved.file),
-                  readFile(fs::path(german.path()) / saved.file));
+        EXPECT_EQ(readFile(plain.path() / saved.file), readFile(german.path() / saved.file));
     }
 }
 

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "Fixtures/Child.h"
 #include "Fixtures/FaultDriver.h"
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Project/PremiumDefaults.h"
 #include "TavrinKit/Project/ProjectPackage.h"
 #include "TavrinKit/Support/Files.h"
@@ -47,8 +47,8 @@ class MigrationFaultTests : public testing::TestWithParam<FaultPlan> {};
 
 TEST_P(MigrationFaultTests, thePackageOpensTheNextTimeAndTheBackupIsSound) {
     const TemporaryFolder outer;
-    const fs::path root = fs::path(outer.path()) / "package";
-    const fs::path original = fs::path(outer.path()) / "original";
+    const fs::path root = outer / "package";
+    const fs::path original = outer / "original";
     makeOldPackage(root);
     fs::copy(root, original);
     FaultPlan plan = GetParam();
@@ -66,17 +66,16 @@ TEST_P(MigrationFaultTests, thePackageOpensTheNextTimeAndTheBackupIsSound) {
             if (fs::exists(backups)) {
                 expectSoundBackups(root, original);
                 fs::rename(backups,
-                           fs::path(outer.path()) /
-                               "earlier"); // or a second within the second would be refused
+                           outer.path() / "earlier"); // or a second within the second would be refused
             }
             const ProjectPackage package = ProjectPackage::load(root);
             EXPECT_EQ(package.manifest().schemaVersion, 2);
             EXPECT_EQ(package.loadEvents(), events);
             EXPECT_EQ(package.loadEdits(), edits);
             EXPECT_EQ(readFile(package.screenURL()), "pictures");
-            if (fs::exists(fs::path(outer.path()) / "earlier")) {
+            if (fs::exists(outer / "earlier")) {
                 fs::create_directories(backups);
-                fs::rename(fs::path(outer.path()) / "earlier", backups / "earlier");
+                fs::rename(outer / "earlier", backups / "earlier");
             }
             expectSoundBackups(root, original);
         });

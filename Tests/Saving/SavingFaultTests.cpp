@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "Fixtures/Child.h"
 #include "Fixtures/FaultDriver.h"
+#include "Fixtures/TemporaryFolder.h"
 #include "SavedFiles.h"
 #include "TavrinKit/Library/BrandKitStore.h"
 #include "TavrinKit/Support/Files.h"
@@ -25,9 +25,9 @@ class SavingTests : public testing::TestWithParam<SavedFile> {};
 TEST_P(SavingTests, leavesOldOrNewWhateverCallGoesWrong) {
     const SavedFile saving = GetParam();
     const TemporaryFolder outer;
-    const fs::path folder = fs::path(outer.path()) / "f";
+    const fs::path folder = outer / "f";
     const fs::path file = folder / saving.file;
-    const fs::path backup = fs::path(outer.path()) / "backup";
+    const fs::path backup = outer / "backup";
     const auto prepare = [&] {
         fs::remove_all(folder);
         fs::remove(backup);
@@ -79,7 +79,7 @@ TEST_P(SavingTests, leavesOldOrNewWhateverCallGoesWrong) {
 
 TEST(DamagedStoreTests, aKillLosesNothingOfADamagedFile) {
     const TemporaryFolder outer;
-    const fs::path folder = fs::path(outer.path()) / "f";
+    const fs::path folder = outer / "f";
     const std::string damaged = "{\"presets\": [";
     const auto load = [&] {
         return BrandKitStore(folder / "brand-kits.json").loadPresets().at(0).name;

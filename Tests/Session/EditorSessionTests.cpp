@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Fixtures/Child.h"
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Project/ProjectPackageValidationError.h"
 #include "TavrinKit/Session/EditorSession.h"
 #include "TavrinKit/Support/Files.h"
@@ -135,7 +135,7 @@ TEST(EditorSession, GeneratedZoomsMergeOrReplaceAsOneStep) {
 
 TEST(EditorSession, OpensWhatWasSavedAndNoBrokenPackage) {
     const test::TemporaryFolder folder;
-    ProjectPackage package(folder.path() + "/take", ProjectManifest{});
+    ProjectPackage package(folder / "take", ProjectManifest{});
     package.createDirectoriesIfNeeded();
     writeFileAtomically(package.screenURL(), "pictures");
     package.saveManifest();

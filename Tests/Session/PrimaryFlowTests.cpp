@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Fixtures/Child.h"
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Capture/MockScreenStreamCapture.h"
 #include "TavrinKit/Project/PremiumDefaults.h"
 #include "TavrinKit/Session/PrimaryFlowController.h"
@@ -16,7 +16,7 @@ namespace {
 class Recording {
 public:
     Recording() {
-        const std::filesystem::path movie = folder_.path() + "/capture.mov";
+        const std::filesystem::path movie = folder_ / "capture.mov";
         writeFileAtomically(movie, "pictures");
         MockScreenStreamCapture::Configuration capture;
         capture.fixtureURL = movie;
@@ -28,7 +28,7 @@ public:
         options_.mappingContext = CaptureCoordinateMappingContext{Rect{0, 0, 1000, 500}, 500};
     }
 
-    [[nodiscard]] std::filesystem::path take() const { return folder_.path() + "/take"; }
+    [[nodiscard]] std::filesystem::path take() const { return folder_ / "take"; }
     [[nodiscard]] const CaptureOptions& options() const { return options_; }
     [[nodiscard]] const std::shared_ptr<CaptureCoordinator>& coordinator() const { return coordinator_; }
 
@@ -68,7 +68,7 @@ TEST(PrimaryFlow, StoppingWithoutARecordingFails) {
 
 TEST(SessionProjectLocator, GivesTheFirstNameThatIsFree) {
     const test::TemporaryFolder folder;
-    const std::filesystem::path root = folder.path() + "/a/b";
+    const std::filesystem::path root = folder / "a/b";
     const Date now = currentDate();
     const std::string name = "session-" + timestampLabel(now);
     EXPECT_EQ(SessionProjectLocator::makeSessionProjectURL(root, now), root / name);

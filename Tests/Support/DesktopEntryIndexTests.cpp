@@ -3,15 +3,15 @@
 
 #include <gtest/gtest.h>
 
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Support/DesktopEntryIndex.h"
 #include "TavrinKit/Support/Files.h"
-#include "TavrinKit/Support/UUID.h"
 
 namespace tavrin {
 namespace {
 
 TEST(DesktopEntryIndexTests, windowsFindTheFileOfTheirApplication) {
-    const auto root = std::filesystem::temp_directory_path() / UUID::make().string();
+    const test::TemporaryFolder root;
     const auto write = [&](const std::string& path, const std::string& text) {
         createDirectories((root / path).parent_path());
         writeFileAtomically(root / path, text);
@@ -55,7 +55,6 @@ TEST(DesktopEntryIndexTests, windowsFindTheFileOfTheirApplication) {
     std::filesystem::last_write_time(root / "shared", std::filesystem::file_time_type::clock::now());
     EXPECT_TRUE(index.find({"new", "", ""})) << "an application that was installed meanwhile";
     ::unsetenv("LC_ALL");
-    std::filesystem::remove_all(root);
 }
 
 } // namespace

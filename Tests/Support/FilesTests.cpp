@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Support/Files.h"
 #include "TavrinKit/Support/HostClock.h"
 #include "TavrinKit/Support/Log.h"
 #include "TavrinKit/Support/Text.h"
-#include "TavrinKit/Support/UUID.h"
 
 namespace tavrin {
 namespace {
@@ -15,10 +15,8 @@ namespace fs = std::filesystem;
 
 class FilesTests : public testing::Test {
 protected:
-    FilesTests() { fs::create_directories(folder_); }
-    ~FilesTests() override { fs::remove_all(folder_); }
-
-    fs::path folder_ = fs::temp_directory_path() / ("tavrin-files-" + UUID::make().string());
+    const test::TemporaryFolder temporary_;
+    const fs::path& folder_ = temporary_.path();
 };
 
 TEST_F(FilesTests, errorsSayWhatAndWhere) {

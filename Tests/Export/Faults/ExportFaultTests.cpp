@@ -12,6 +12,7 @@
 #include "../PlanFixtures.h"
 #include "FaultyLibraries.h"
 #include "Fixtures/FaultDriver.h"
+#include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Compositing/FFmpegEffectBakingRenderer.h"
 #include "TavrinKit/Export/FFmpegMP4Exporter.h"
 #include "TavrinKit/Media/MovieReader.h"
@@ -61,7 +62,7 @@ protected:
         fs::create_directories(temporary_);
         ::setenv("TMPDIR", temporary_.c_str(), 1);
         prepare();
-        takeFiles_ = contentsOf(folder_.path("package"));
+        takeFiles_ = contentsOf(folder_ / "package");
     }
     ~ExportFaultTests() override { ::unsetenv("TMPDIR"); }
 
@@ -117,7 +118,7 @@ protected:
         } else {
             EXPECT_EQ(movie, older);
         }
-        EXPECT_EQ(contentsOf(folder_.path("package")), takeFiles_);
+        EXPECT_EQ(contentsOf(folder_ / "package"), takeFiles_);
     }
 
     /// All pictures in their order, and both tones from start to end.
@@ -147,8 +148,8 @@ protected:
     }
 
     const fixtures::TemporaryFolder folder_;
-    const fs::path output_ = folder_.path("output");
-    const fs::path temporary_ = folder_.path("temporary");
+    const fs::path output_ = folder_ / "output";
+    const fs::path temporary_ = folder_ / "temporary";
     const fs::path destination_ = output_ / "out.mp4";
     const EditorSession session_ = fixtures::makeTake(folder_, {}, {.microphone = true, .seconds = 0.3});
     std::map<std::string, std::string> takeFiles_;
@@ -169,7 +170,7 @@ TEST_F(ExportFaultTests, NoSystemCallThatGoesWrongMakesABrokenMovieALostOneOrLit
     for (const int failures : {0, 2}) { // of the exporter: the second time the effects are baked
         std::size_t number = 0;
         for (FaultPlan plan : plans) {
-            plan.below = folder_.path("");
+            plan.below = folder_ / "";
             plan.limit = std::chrono::seconds(30);
             const std::size_t every = step(failures == 0 ? 16 : 48);
             for (plan.at = 1 + number++ % every;; plan.at += every) {
@@ -203,7 +204,7 @@ TEST_F(ExportFaultTests, NorDoesACodecThatBreaksDownOrMemoryThatRunsOut) {
             for (std::size_t at = 1 + std::size_t(failures);; at += every) {
                 prepare();
                 const FaultedRun run = test::runWithFault(
-                    {.below = folder_.path("nothing"), .limit = std::chrono::seconds(30)}, [&] {
+                    {.below = folder_ / "nothing", .limit = std::chrono::seconds(30)}, [&] {
                         test::armLibraryFault(at, fault);
                         const std::string outcome = exportMovie(failures);
                         return (test::libraryCalls() < at ? "-" : "+") + outcome;
