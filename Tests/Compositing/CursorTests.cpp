@@ -1,5 +1,4 @@
 #include <cmath>
-#include <set>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -162,55 +161,40 @@ TEST_F(CursorDrawing, TrailGrowsTowardsTheCursor) {
     EXPECT_TRUE(isGrey(picture, 30 - 5, 30));
 }
 
-TEST(CursorSpriteCache, TheSeventyThirdSpriteEmptiesIt) {
+TEST(CursorSpriteCache, SharesHundredthsOfAScaleAndStartsAnewAtTheSeventyThirdSprite) {
     CursorSpriteCache cache;
-    std::multiset<std::string> drawn;
-    const auto ask = [&](const std::string& name, double scale = 1) {
-        return cache.sprite(name, scale, [&](double) {
-            drawn.insert(name);
-            return Image::color({1, 1, 1, 1});
-        });
-    };
-    for (int i = 0; i < 72; ++i) {
-        (void)ask(std::to_string(i));
-    }
-    EXPECT_EQ(cache.size(), 72U);
-    (void)ask("0");
-    EXPECT_EQ(drawn.count("0"), 1U);
-    (void)ask("72");
-    EXPECT_EQ(cache.size(), 1U);
-    (void)ask("0");
-    EXPECT_EQ(drawn.count("0"), 2U);
-    (void)ask("72");
-    EXPECT_EQ(drawn.count("72"), 1U);
-}
-
-TEST(CursorSpriteCache, ScalesAreSharedInHundredths) {
-    CursorSpriteCache cache;
-    std::vector<double> scales;
+    std::vector<double> drawn;
     const auto ask = [&](double scale) {
         (void)cache.sprite("a", scale, [&](double s) {
-            scales.push_back(s);
+            drawn.push_back(s);
             return Image::color({1, 1, 1, 1});
         });
     };
     for (const double scale : {1.604, 1.6, 1.596, 1.606, 1.594}) {
         ask(scale);
     }
-    EXPECT_EQ(scales, (std::vector{1.6, 1.61, 1.59}));
+    EXPECT_EQ(drawn, (std::vector{1.6, 1.61, 1.59}));
     EXPECT_FALSE(cache.sprite("b", 1, [](double) { return std::optional<Image>(); }));
     EXPECT_EQ(cache.size(), 3U);
+    for (int i = 0; i < 69; ++i) {
+        ask(2 + i);
+    }
+    EXPECT_EQ(cache.size(), 72U);
+    ask(1.6);
+    EXPECT_EQ(drawn.size(), 72U);
+    for (const double scale : {99.0, 1.6, 99.0}) {
+        ask(scale);
+    }
+    EXPECT_EQ(drawn.size(), 74U);
+    EXPECT_EQ(cache.size(), 2U);
 }
 
-TEST(CursorQuality, TheArrowIsCrispInAllSizesOfTheStyle) {
+TEST(CursorQuality, MeasuresEachStepUpToTheEndOfTheRange) {
     EXPECT_TRUE(CursorQualityValidator::validateDefaultArrowSharpness(1, 2.5));
     // A glyph smaller than a pixel is a grey spot, and one of no size has no edge at all.
     EXPECT_FALSE(CursorQualityValidator::validateDefaultArrowSharpness(0.01, 2.5));
     EXPECT_FALSE(CursorQualityValidator::validateDefaultArrowSharpness(0, 2.5));
     EXPECT_FALSE(CursorQualityValidator::validateDefaultArrowSharpness(2.5, 1));
-}
-
-TEST(CursorQuality, MeasuresEachStepUpToTheEndOfTheRange) {
     const CursorSharpnessReport report =
         CursorQualityValidator::analyzeSharpness(CursorGlyphKind::iBeam, 1, 1.3, 0.1);
     ASSERT_EQ(report.samples.size(), 4U);

@@ -17,14 +17,10 @@
 namespace tavrin {
 namespace {
 
-constexpr PixelSize size{64, 48};
-
 class TemporalMotionBlur : public testing::Test {
 protected:
-    MediaAsset movie(const std::vector<double>& times, double endTime) {
-        const auto path = folder_ / "movie.mov";
-        test::writeMovie(path, times, endTime, [](int i) { return test::greyPicture(size, i); });
-        return MediaAsset::open(path);
+    [[nodiscard]] MediaAsset movie(const std::vector<double>& times, double endTime) const {
+        return test::greyMovie(folder_, times, endTime);
     }
 
     [[nodiscard]] Image blurred(const Image& source, double time, const TemporalFrameSampler* sampler,
@@ -100,7 +96,7 @@ TEST_F(TemporalMotionBlur, OnePictureWithOneCameraIsOneTerm) {
 TEST_F(TemporalMotionBlur, UnreadableSamplesShowTheFrameThroughEveryCamera) {
     const TimelineTimeMapper mapper(2, {{.startTime = 0, .endTime = 2, .speed = PlaybackSpeed::x05}});
     zoomTrack_.add({.startTime = 0, .endTime = 2, .focus = {0.3, 0.4}, .scale = 2});
-    const Image source = Image::pixels(test::greyPicture(size, 7));
+    const Image source = Image::pixels(test::greyPicture(7));
     const MediaAsset asset = movie(test::evenTimes(3, 30), 2);
     std::filesystem::remove(asset.path());
     const TemporalFrameSampler unreadable(asset, {TemporalFrameQuantizer::make(4, 60), false});
@@ -156,13 +152,12 @@ TEST_F(TemporalMotionBlur, MovingWindowsSmear) {
         desk = Image::roundedRectangle({310.0 + 70 * i, 40, 30, 120}, 9, {0.1, 0.3, 0.6, 1}).over(desk);
     }
     ImageRenderer renderer;
-    const auto path = folder_ / "drag.mov";
-    test::writeMovie(path, test::evenTimes(40, 60), 40 / 60.0, [&](int i) {
+    const auto picture = [&](int i) {
         const Rect window{windowLeft(i / 60.0), 200, 360, 240};
-        const Image picture = Image::roundedRectangle(window, 10, {0.12, 0.14, 0.2, 1}).over(desk);
-        return renderer.render(picture, frame, PixelFormat::i420);
-    });
-    const MediaAsset asset = MediaAsset::open(path);
+        const Image dragged = Image::roundedRectangle(window, 10, {0.12, 0.14, 0.2, 1}).over(desk);
+        return renderer.render(dragged, frame, PixelFormat::i420);
+    };
+    const MediaAsset asset = test::movieOf(picture, folder_, test::evenTimes(40, 60), 40 / 60.0);
     TimelineModel timeline;
     timeline.framingTrack.style.padding = 0;
     timeline.framingTrack.style.cornerRadius = 0;
@@ -186,8 +181,6 @@ TEST_F(TemporalMotionBlur, MovingWindowsSmear) {
     };
     const PixelBuffer sharp = drawn(0);
     const PixelBuffer blurred = drawn(0.65);
-    test::leavePicture("blur-window-sharp", sharp);
-    test::leavePicture("blur-window", blurred);
 
     const int edge = int(windowLeft(16 / 60.0));
     int previous = 255;

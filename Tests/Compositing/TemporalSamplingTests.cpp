@@ -9,7 +9,6 @@
 #include "TavrinKit/Compositing/TemporalFrameSampler.h"
 #include "TavrinKit/Compositing/TemporalLRUCache.h"
 #include "TestMovies.h"
-#include "TestPictures.h"
 
 namespace tavrin {
 namespace {
@@ -18,7 +17,6 @@ using Quantizer = TemporalFrameQuantizer;
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-constexpr PixelSize size{64, 48};
 
 TEST(TemporalFrameQuantizer, KeysAreTheNearestFrameWithinTheMovie) {
     const Quantizer ten = {.durationSeconds = 2, .frameStep = 0.125};
@@ -74,15 +72,11 @@ TEST(TemporalLRUCache, TheLeastRecentlyUsedGoesFirst) {
 
 class Sampling : public testing::Test {
 protected:
-    MediaAsset movie(const std::vector<double>& times, double endTime) {
-        const auto path = folder_.path() / ("movie" + std::to_string(++count_) + ".mov");
-        test::writeMovie(path, times, endTime, [](int i) { return test::greyPicture(size, i); });
-        return MediaAsset::open(path);
+    [[nodiscard]] MediaAsset movie(const std::vector<double>& times, double endTime) const {
+        return test::greyMovie(folder_, times, endTime);
     }
 
-private:
     test::TemporaryFolder folder_;
-    int count_ = 0;
 };
 
 /// What was on screen at each step of the grid, asked in any order and from several threads at once, each
@@ -147,11 +141,10 @@ TEST_F(Sampling, WhatIsKeptIsBoundedByNumberAndBySize) {
     EXPECT_EQ(alive({images.begin(), images.begin() + 36}), 0);
     EXPECT_EQ(alive(images), 64);
 
-    test::TemporaryFolder folder;
-    const PixelSize huge{4096, 2304};
-    test::writeMovie(folder / "huge.mov", test::evenTimes(22, 30), 1,
-                     [&](int i) { return test::greyPicture(huge, i); });
-    const MediaAsset large = MediaAsset::open(folder / "huge.mov");
+    const auto huge = [](int i) {
+        return test::greyPicture(i, {4096, 2304});
+    };
+    const MediaAsset large = test::movieOf(huge, folder_, test::evenTimes(22, 30), 1);
     const TemporalFrameSampler bounded(large, {Quantizer::make(large.duration(), 30), true});
     images.clear();
     for (int tick = 0; tick < 22; ++tick) {

@@ -1,22 +1,24 @@
 #pragma once
 
-#include <filesystem>
 #include <functional>
 #include <vector>
 
+#include "Fixtures/TemporaryFolder.h"
+#include "TavrinKit/Compositing/MediaAsset.h"
 #include "TavrinKit/Imaging/Image.h"
-#include "TavrinKit/Media/MovieWriter.h"
 
 namespace tavrin::test {
 
-/// Writes an H.264 movie whose pictures begin at the times.
-void writeMovie(const std::filesystem::path& path, const std::vector<double>& times, double endTime,
-                const std::function<PixelBuffer(int)>& picture);
+/// A new H.264 movie, whose pictures begin at the times; without times it has sound alone. The sound has one
+/// channel at 48 kHz.
+MediaAsset movieOf(const std::function<PixelBuffer(int)>& picture, const TemporaryFolder& folder,
+                   const std::vector<double>& times, double endTime, const std::vector<float>& sound = {});
 
-/// Pictures of one grey each, which tells their number: 0...50. Exact to less than half a number after
-/// encoding.
-[[nodiscard]] PixelBuffer greyPicture(PixelSize size, int number);
-/// The number that an image's middle bears; a mean of pictures bears the mean.
+/// Pictures of one grey each, which tells their number: 0...100.
+[[nodiscard]] PixelBuffer greyPicture(int number, PixelSize size = {64, 48});
+MediaAsset greyMovie(const TemporaryFolder& folder, const std::vector<double>& times, double endTime,
+                     const std::vector<float>& sound = {});
+/// The number that a picture's middle bears; a mean of pictures bears the mean.
 [[nodiscard]] double numberIn(const Image& image);
 
 [[nodiscard]] std::vector<double> evenTimes(int count, double rate);

@@ -1,7 +1,6 @@
 #include "TestPictures.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "TavrinKit/Imaging/ImageRenderer.h"
 #include "TavrinKit/Imaging/PNG.h"
@@ -44,13 +43,6 @@ bool areEqual(const PixelBuffer& a, const PixelBuffer& b) {
         equal = std::equal(a.row(0, y), a.row(0, y) + std::ptrdiff_t(a.size().width) * 4, b.row(0, y));
     }
     return equal;
-}
-
-void leavePicture(const std::string& name, const PixelBuffer& picture) {
-    if (const char* folder = std::getenv("TAVRIN_TEST_PICTURES")) {
-        createDirectories(folder);
-        writeFileAtomically(std::filesystem::path(folder) / (name + ".png"), encodePNG(picture));
-    }
 }
 
 } // namespace tavrin::test

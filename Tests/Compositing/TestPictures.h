@@ -25,7 +25,4 @@ void writePicture(const std::filesystem::path& path, const Color& color, PixelSi
 
 [[nodiscard]] bool areEqual(const PixelBuffer& a, const PixelBuffer& b);
 
-/// Writes a picture into the folder that TAVRIN_TEST_PICTURES names, if it does.
-void leavePicture(const std::string& name, const PixelBuffer& picture);
-
 } // namespace tavrin::test
