@@ -18,7 +18,7 @@ namespace tavrin {
 struct VideoTrackInfo {
     PixelSize naturalSize;
     PixelSize displaySize;       ///< with the track's rotation and sample aspect applied
-    double nominalFrameRate = 0; ///< 0 when unknown
+    double nominalFrameRate = 0; ///< at most 1000; 0 when unknown
     double duration = 0;         ///< seconds: where the track ends on the movie's clock
     std::int64_t frameCount = 0; ///< 0 when the container doesn't say
     std::string codecName;       ///< FFmpeg's name, as in "h264"

@@ -62,7 +62,7 @@ struct MovieWriter::Implementation {
     void finishVideo(std::optional<double> endTime, const std::stop_token& stop);
     void takeVideo(AVPacket& packet);
     void takeAudio(AVPacket& packet);
-    void writeHeldVideo(std::optional<std::int64_t> duration);
+    void writeHeldVideo(std::int64_t duration);
     void makePlain();
 
     const MovieWriterSettings settings;
@@ -157,10 +157,10 @@ void MovieWriter::Implementation::takeVideo(AVPacket& packet) {
     av_packet_move_ref(heldVideo.get(), &packet);
 }
 
-void MovieWriter::Implementation::writeHeldVideo(std::optional<std::int64_t> duration) {
+void MovieWriter::Implementation::writeHeldVideo(std::int64_t duration) {
     if (heldVideo) {
         const ffmpeg::Packet packet = std::move(heldVideo);
-        packet->duration = duration.value_or(shortestPicture());
+        packet->duration = duration;
         file->write(*packet, videoTrack);
     }
 }
@@ -186,7 +186,9 @@ void MovieWriter::Implementation::takeAudio(AVPacket& packet) {
 void MovieWriter::Implementation::flushFragment() {
     checkIsOpen();
     if (settings.crashSafe) {
-        writeHeldVideo({});
+        // Nobody knows yet how long it lasts, and the container puts off what begins before it ends.
+        constexpr std::int64_t leastDuration = 1;
+        writeHeldVideo(leastDuration);
         file->flushFragment();
     }
 }

@@ -100,7 +100,7 @@ public:
     void appendAudio(std::span<const float> interleaved, double time);
 
     /// What has left the encoders leaves the process as a fragment; only with `crashSafe`. With `lowLatency`
-    /// that is every picture so far.
+    /// that is every picture so far; the last one is told no end, it stays until the next one begins.
     /// @throws MediaError
     void flushFragment();
 

@@ -32,8 +32,10 @@ double endOf(MediaFile& file, int track) {
 }
 
 double rateOf(const AVStream& stream) {
+    // Beyond that it comes from durations that mean nothing, those of lone pictures in fragments say.
+    constexpr double mostCredible = 1000;
     for (const AVRational rate : {stream.avg_frame_rate, stream.r_frame_rate}) {
-        if (rate.num > 0 && rate.den > 0) {
+        if (rate.num > 0 && rate.den > 0 && av_q2d(rate) <= mostCredible) {
             return av_q2d(rate);
         }
     }

@@ -305,6 +305,32 @@ TEST(MovieWriter, TimesMustIncrease) {
     }
 }
 
+TEST(MovieWriter, PicturesAroundTheEndOfAFragmentKeepTheirTimes) {
+    for (const bool isFinished : {false, true}) {
+        SCOPED_TRACE(isFinished);
+        const TemporaryFolder folder;
+        MovieWriterSettings settings = smallMovie(folder / "fragments.mov");
+        settings.crashSafe = true;
+        settings.video->lowLatency = true;
+        MovieWriter writer(settings);
+        const std::vector<double> times{0.5, 0.500001, 0.504, 0.6, 0.611, 3, 3.016666, 3.033333};
+        for (std::size_t i = 0; i < times.size();
+             ++i) { // whoever flushes can't know how long a picture stays
+            writer.appendVideo(numbered({128, 96}, int(i)), times[i]);
+            writer.flushFragment();
+        }
+        isFinished ? writer.finish() : writer.abandon();
+        VideoReader reader(settings.path);
+        const std::vector<Seen> seen = readAll(reader);
+        EXPECT_LT(reader.info().nominalFrameRate, 1001);
+        ASSERT_EQ(seen.size(), times.size());
+        for (std::size_t i = 0; i < times.size(); ++i) {
+            EXPECT_NEAR(seen[i].time, times[i], 0.51e-6) << i;
+            EXPECT_EQ(seen[i].number, int(i));
+        }
+    }
+}
+
 TEST(MovieWriter, WhatStaysWhenAMovieIsGivenUp) {
     const std::vector<std::tuple<bool, std::function<void(MovieWriter&)>, bool>> cases = {
         {false, [](MovieWriter&) {}, false},
