@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <string>
 #include <system_error>
+#include <variant>
 
 #include <sys/stat.h>
 
 #include "TavrinKit/Support/Files.h"
+#include "TavrinKit/Support/Text.h"
 
 namespace tavrin {
 
@@ -14,6 +17,7 @@ namespace fs = std::filesystem;
 
 std::vector<fs::path> filesOf(const EditorSession& session) {
     const ProjectPackage& package = session.package();
+    const TimelineModel& timeline = session.edits().timeline;
     std::vector<fs::path> files{package.manifestURL(), package.screenURL(), package.eventsURL(),
                                 package.editsURL()};
     for (const AudioTrackDescriptor& track : package.manifest().audioTracks) {
@@ -22,8 +26,19 @@ std::vector<fs::path> filesOf(const EditorSession& session) {
     for (const CameraTrackDescriptor& track : package.manifest().cameraTracks) {
         files.push_back(package.cameraURL(track));
     }
-    for (const ExtraAudioRegion& region : session.edits().timeline.extraAudioTrack.regions) {
-        files.push_back(package.rootURL() / fs::path(region.normalized().filePath));
+    const auto addFileOfUser = [&](const std::string& path) {
+        files.push_back(package.rootURL() / trimmed(path));
+    };
+    for (const ExtraAudioRegion& region : timeline.extraAudioTrack.regions) {
+        addFileOfUser(region.filePath);
+    }
+    for (const AnnotationRegion& region : timeline.annotationTrack.regions) {
+        addFileOfUser(region.imagePath.value_or(""));
+    }
+    addFileOfUser(timeline.watermarkTrack.style.imagePath.value_or(""));
+    const auto& background = timeline.framingTrack.style.background.content;
+    if (const auto* picture = std::get_if<BackgroundStyle::Image>(&background)) {
+        addFileOfUser(picture->path);
     }
     return files;
 }

@@ -52,7 +52,8 @@ public:
     ExportReliabilityGuard(std::shared_ptr<MP4Exporting> exporter, int maxRetries, Validator validator);
 
     /// @param onProgress  may be empty; called on the thread that exports, or on the exporter's. Its
-    ///                    fractions don't fall within an attempt. What it throws ends the export.
+    ///                    fractions don't fall within an attempt. What it throws costs the attempt, or ends
+    ///                    the export when no attempt is under way.
     /// @param stop        looked at before each attempt and each check, and passed on to both
     /// @throws whatever the last attempt ended with; ExportError (cancelled) or CancellationError when
     ///         cancelled, without another attempt

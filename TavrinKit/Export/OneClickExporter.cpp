@@ -88,7 +88,7 @@ public:
         result.outputURL = destination;
         result.elapsedSeconds =
             std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        report(completed, 1, "Export completed.");
+        reportCompletion();
         return result;
     }
 
@@ -194,6 +194,15 @@ private:
         } catch (...) {
             logRecoverableFailure(service, "export.removeRejected", std::current_exception(),
                                   {{"path", movie.string()}});
+        }
+    }
+
+    /// The movie is in its place: nobody who can't hear of it makes the export fail any more.
+    void reportCompletion() noexcept {
+        try {
+            report(completed, 1, "Export completed.");
+        } catch (...) {
+            logRecoverableFailure(service, "export.reportCompletion", std::current_exception());
         }
     }
 

@@ -63,7 +63,8 @@ public:
     /// Blocks until the movie lies at the destination.
     /// @param session      isn't changed meanwhile
     /// @param destination  a file there is replaced, unless the movie is made of it
-    /// @param onProgress   may be empty. What it throws ends the export, unless the movie is in its place.
+    /// @param onProgress   may be empty. What it throws is a failure like any other; once the movie is in its
+    ///                     place, it is only logged.
     /// @param stop         a request ends the export within a few tenths of a second
     /// @throws OneClickExportError; FileError when nothing can be written to the destination, before any work
     ///         is done; CancellationError or ExportError (cancelled) when cancelled; else what the bake or
