@@ -66,16 +66,4 @@ ExportPresetStore::Document ExportPresetStore::readDocument() const {
         .value_or(Document());
 }
 
-void encode(Json& json, const ExportPresetStore::Document& value) {
-    JsonObjectWriter(json)
-        .put("schemaVersion", value.schemaVersion)
-        .put("customPresets", value.customPresets);
-}
-
-void decode(const Json& json, ExportPresetStore::Document& value) {
-    const JsonObject object(json);
-    object.tolerated("schemaVersion", value.schemaVersion);
-    object.tolerated("customPresets", value.customPresets);
-}
-
 } // namespace tavrin

@@ -21,7 +21,7 @@ namespace tavrin {
 /// old file is then as it was.
 class ExportPresetStore {
 public:
-    /// What the file holds. In older versions it was a bare list of presets.
+    /// What the file holds; both keys may be missing. In older versions it was a bare list of presets.
     struct Document {
         std::int64_t schemaVersion = 2;
         std::vector<ExportPreset> customPresets{};
@@ -56,7 +56,12 @@ private:
     mutable std::mutex turn_; ///< held while the file is read and written
 };
 
-void encode(Json& json, const ExportPresetStore::Document& value);
-void decode(const Json& json, ExportPresetStore::Document& value);
+template <>
+struct JsonRecord<ExportPresetStore::Document> {
+    static void fields(auto& keys, auto& value) {
+        keys.tolerated("schemaVersion", value.schemaVersion);
+        keys.tolerated("customPresets", value.customPresets);
+    }
+};
 
 } // namespace tavrin

@@ -7,28 +7,31 @@
 
 namespace tavrin {
 
-/// The cameras that are attached, at one moment.
-struct CameraCapabilitySnapshot {
+/// The devices of one kind that are attached, at one moment.
+struct DeviceCapabilitySnapshot {
     bool available = false; ///< there is at least one
     int deviceCount = 0;
-    std::vector<std::string> deviceNames; ///< sorted; a name for each device, so one may come twice
+    std::vector<std::string> deviceNames{}; ///< sorted; a name for each device, so one may come twice
 
-    friend bool operator==(const CameraCapabilitySnapshot&, const CameraCapabilitySnapshot&) = default;
+    friend bool operator==(const DeviceCapabilitySnapshot&, const DeviceCapabilitySnapshot&) = default;
 };
 
-/// The microphones that are attached, at one moment.
-struct MicrophoneCapabilitySnapshot {
-    bool available = false; ///< there is at least one
-    int deviceCount = 0;
-    std::vector<std::string> deviceNames; ///< sorted; a name for each device, so one may come twice
+struct CameraCapabilitySnapshot : DeviceCapabilitySnapshot {};
+struct MicrophoneCapabilitySnapshot : DeviceCapabilitySnapshot {};
 
-    friend bool operator==(const MicrophoneCapabilitySnapshot&,
-                           const MicrophoneCapabilitySnapshot&) = default;
+template <>
+struct JsonRecord<DeviceCapabilitySnapshot> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("available", value.available);
+        keys.required("deviceCount", value.deviceCount);
+        keys.required("deviceNames", value.deviceNames);
+    }
 };
 
-void encode(Json& json, const CameraCapabilitySnapshot& value);
-void decode(const Json& json, CameraCapabilitySnapshot& value);
-void encode(Json& json, const MicrophoneCapabilitySnapshot& value);
-void decode(const Json& json, MicrophoneCapabilitySnapshot& value);
+template <>
+struct JsonRecord<CameraCapabilitySnapshot> : JsonRecord<DeviceCapabilitySnapshot> {};
+
+template <>
+struct JsonRecord<MicrophoneCapabilitySnapshot> : JsonRecord<DeviceCapabilitySnapshot> {};
 
 } // namespace tavrin

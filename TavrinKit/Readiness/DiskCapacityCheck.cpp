@@ -20,21 +20,4 @@ DiskCapacityCheck DiskCapacityCheck::judge(std::optional<std::int64_t> available
     return check;
 }
 
-void encode(Json& json, const DiskCapacityCheck& value) {
-    JsonObjectWriter(json)
-        .put("availableBytes", value.availableBytes)
-        .put("warningThresholdBytes", value.warningThresholdBytes)
-        .put("failureThresholdBytes", value.failureThresholdBytes)
-        .put("status", value.status);
-}
-
-void decode(const Json& json, DiskCapacityCheck& value) {
-    const JsonObject object(json);
-    value.availableBytes.reset();
-    object.tolerated("availableBytes", value.availableBytes);
-    object.required("warningThresholdBytes", value.warningThresholdBytes);
-    object.required("failureThresholdBytes", value.failureThresholdBytes);
-    object.required("status", value.status);
-}
-
 } // namespace tavrin

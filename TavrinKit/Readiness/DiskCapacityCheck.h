@@ -38,7 +38,14 @@ struct EnumNames<DiskCapacityStatus> {
     }};
 };
 
-void encode(Json& json, const DiskCapacityCheck& value);
-void decode(const Json& json, DiskCapacityCheck& value);
+template <>
+struct JsonRecord<DiskCapacityCheck> {
+    static void fields(auto& keys, auto& value) {
+        keys.tolerated("availableBytes", value.availableBytes);
+        keys.required("warningThresholdBytes", value.warningThresholdBytes);
+        keys.required("failureThresholdBytes", value.failureThresholdBytes);
+        keys.required("status", value.status);
+    }
+};
 
 } // namespace tavrin

@@ -54,11 +54,31 @@ struct EnumNames<ValidationIssueSeverity> {
     }};
 };
 
-void encode(Json& json, const DisplayDescriptor& value);
-void decode(const Json& json, DisplayDescriptor& value);
-void encode(Json& json, const ValidationIssue& value);
-void decode(const Json& json, ValidationIssue& value);
-void encode(Json& json, const DisplayValidationReport& value);
-void decode(const Json& json, DisplayValidationReport& value);
+template <>
+struct JsonRecord<DisplayDescriptor> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("id", value.id);
+        keys.required("pixelWidth", value.pixelWidth);
+        keys.required("pixelHeight", value.pixelHeight);
+        keys.required("scaleFactor", value.scaleFactor);
+        keys.required("isPrimary", value.isPrimary);
+    }
+};
+
+template <>
+struct JsonRecord<ValidationIssue> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("severity", value.severity);
+        keys.required("message", value.message);
+    }
+};
+
+template <>
+struct JsonRecord<DisplayValidationReport> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("displays", value.displays);
+        keys.required("issues", value.issues);
+    }
+};
 
 } // namespace tavrin

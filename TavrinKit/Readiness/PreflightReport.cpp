@@ -69,12 +69,4 @@ void decode(const Json& json, PreflightCheckResult& value) {
     value.metadata = requiredMetadata(object);
 }
 
-void encode(Json& json, const PreflightReport& value) {
-    JsonObjectWriter(json).put("checks", value.checks);
-}
-
-void decode(const Json& json, PreflightReport& value) {
-    JsonObject(json).required("checks", value.checks);
-}
-
 } // namespace tavrin

@@ -55,7 +55,10 @@ struct EnumNames<PreflightCheckStatus> {
 
 void encode(Json& json, const PreflightCheckResult& value);
 void decode(const Json& json, PreflightCheckResult& value);
-void encode(Json& json, const PreflightReport& value);
-void decode(const Json& json, PreflightReport& value);
+
+template <>
+struct JsonRecord<PreflightReport> {
+    static void fields(auto& keys, auto& value) { keys.required("checks", value.checks); }
+};
 
 } // namespace tavrin
