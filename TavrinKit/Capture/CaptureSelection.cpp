@@ -18,8 +18,7 @@ std::vector<ShareableApplication> excludedApplications(const CaptureApplicationE
     std::vector<ShareableApplication> excluded;
     std::copy_if(content.applications.begin(), content.applications.end(), std::back_inserter(excluded),
                  [&](const ShareableApplication& application) {
-                     return rule.bundleIdentifiers.contains(application.bundleIdentifier) ||
-                            rule.processIdentifiers.contains(application.processID);
+                     return rule.excludes(application.bundleIdentifier, application.processID);
                  });
     return excluded;
 }

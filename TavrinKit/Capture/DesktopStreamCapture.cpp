@@ -44,8 +44,11 @@ struct DesktopStreamCapture::ActiveSession {
     std::vector<std::string> warnings;
 
     [[nodiscard]] CaptureStatistics statistics() const;
-    void cancelSideCaptures() const noexcept;
-    void shutDownStream(std::chrono::nanoseconds budget, const char* context) const noexcept;
+    void abandon(const char* context) const noexcept;
+    void cancelRecordings() const noexcept;
+
+private:
+    void shutDownStream(const char* context) const noexcept;
 };
 
 namespace {
@@ -70,7 +73,18 @@ CaptureStatistics DesktopStreamCapture::ActiveSession::statistics() const {
     return {writer->receivedFrames(), writer->droppedFrames() + stream->droppedFrames()};
 }
 
-void DesktopStreamCapture::ActiveSession::cancelSideCaptures() const noexcept {
+/// Ends whatever of the take there is. The files stay as they are.
+void DesktopStreamCapture::ActiveSession::abandon(const char* context) const noexcept {
+    if (stream) {
+        shutDownStream(context);
+    }
+    cancelRecordings();
+}
+
+void DesktopStreamCapture::ActiveSession::cancelRecordings() const noexcept {
+    if (writer) {
+        writer->cancel();
+    }
     if (microphoneCapture) {
         microphoneCapture->cancel();
     }
@@ -80,10 +94,9 @@ void DesktopStreamCapture::ActiveSession::cancelSideCaptures() const noexcept {
 }
 
 /// Takes the outputs off and stops the stream; one that hangs is left behind.
-void DesktopStreamCapture::ActiveSession::shutDownStream(std::chrono::nanoseconds budget,
-                                                         const char* context) const noexcept {
+void DesktopStreamCapture::ActiveSession::shutDownStream(const char* context) const noexcept {
     try {
-        const auto ended = raceAgainstTimer(budget, {}, [kept = stream](const std::stop_token& stop) {
+        const auto ended = raceAgainstTimer(1s, {}, [kept = stream](const std::stop_token& stop) {
             kept->removeOutput();
             kept->stop(stop);
         });
@@ -301,13 +314,7 @@ void DesktopStreamCapture::awaitStreamStart(ActiveSession& session, const std::s
 }
 
 void DesktopStreamCapture::cleanUpFailedStart(const Session& session) const {
-    if (session->stream) {
-        session->shutDownStream(2s, "cleanupFailedStart.stopCapture");
-    }
-    if (session->writer) {
-        session->writer->cancel();
-    }
-    session->cancelSideCaptures();
+    session->abandon("cleanupFailedStart.stopCapture");
     if (!session->outputURL.empty()) {
         try {
             removeFile(session->outputURL);
@@ -348,9 +355,7 @@ void DesktopStreamCapture::stopStream(const Session& session, const std::stop_to
         session->stream->stop(stop);
     } catch (...) {
         if (!session->outputBridge->stopError()) {
-            session->shutDownStream(1s, "stop.detachStreamOutputs");
-            session->writer->cancel();
-            session->cancelSideCaptures();
+            session->abandon("stop.detachStreamOutputs");
             throwIfTakenAway(session);
             endStopping(session);
             throwIfCancelled(stop);
@@ -376,6 +381,7 @@ std::optional<std::filesystem::path> DesktopStreamCapture::stopMicrophone(const 
         }
         throwIfTakenAway(session);
         endStopping(session);
+        throwIfCancelled(stop);
         throw DesktopStreamCaptureError::microphoneStopFailed(std::current_exception());
     }
 }
@@ -387,6 +393,10 @@ std::optional<CameraCaptureTrackResult> DesktopStreamCapture::stopCamera(const S
     }
     try {
         return session->cameraCapture->stop(stop);
+    } catch (const CancellationError&) {
+        session->cancelRecordings();
+        endStopping(session);
+        throw;
     } catch (...) {
         session->warnings.push_back(warning("camera_stop_failed", std::current_exception()));
         return std::nullopt;
@@ -438,10 +448,7 @@ ScreenCaptureResult DesktopStreamCapture::result(const Session& session, double 
 
 void DesktopStreamCapture::cancelRecording(std::stop_token stop) {
     const auto [starting, session] = state_.with([](State& state) {
-        Session taken = state.active ? state.active : state.stopping;
-        if (taken) {
-            state.lastStatistics = taken->statistics();
-        }
+        Session taken = state.active ? std::move(state.active) : std::move(state.stopping);
         state.active.reset();
         state.stopping.reset();
         return std::pair(state.starting, std::move(taken));
@@ -451,9 +458,8 @@ void DesktopStreamCapture::cancelRecording(std::stop_token stop) {
         static_cast<void>(starting->ended.wait_for(stop.stop_requested() ? 0s : 2s));
     }
     if (session) {
-        session->writer->cancel();
-        session->cancelSideCaptures();
-        session->shutDownStream(1s, "cancelRecording.stopCapture");
+        session->abandon("cancelRecording.stopCapture");
+        endStopping(session);
     }
 }
 

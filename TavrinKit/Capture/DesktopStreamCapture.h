@@ -61,7 +61,7 @@ public:
     /// @throws DesktopStreamCaptureError, CancellationError
     [[nodiscard]] ScreenCaptureResult stop(std::stop_token stop) override;
 
-    /// Waits for what it ends, but never more than about two seconds.
+    /// Waits for what it ends: for the display, the screen movie and each device a second or two at most.
     void cancelRecording(std::stop_token stop) override;
 
     /// Of the running take, or else of the last one.
@@ -102,8 +102,8 @@ private:
     void stopStream(const Session& session, const std::stop_token& stop);
     [[nodiscard]] std::optional<std::filesystem::path> stopMicrophone(const Session& session,
                                                                       const std::stop_token& stop);
-    [[nodiscard]] static std::optional<CameraCaptureTrackResult> stopCamera(const Session& session,
-                                                                            const std::stop_token& stop);
+    [[nodiscard]] std::optional<CameraCaptureTrackResult> stopCamera(const Session& session,
+                                                                     const std::stop_token& stop);
     void finishWriter(const Session& session, double endTime);
     [[nodiscard]] static ScreenCaptureResult result(const Session& session, double endTime);
 

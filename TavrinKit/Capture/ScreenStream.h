@@ -148,7 +148,7 @@ public:
 /// A running capture of one source's pictures, and of sound when the configuration asks for it.
 ///
 /// A picture is delivered when something changed, at most one every `minimumFrameInterval`, with the time
-/// at which it was taken; the first one as soon as the stream runs.
+/// at which it was taken; the first one as soon as the stream runs, and no other sample before it.
 class ScreenStream : public CaptureStream {
 public:
     /// Pictures that could not be delivered in time, since the start.
