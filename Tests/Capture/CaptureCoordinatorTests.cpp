@@ -1,8 +1,5 @@
 #include <atomic>
-#include <condition_variable>
-#include <fstream>
 #include <functional>
-#include <mutex>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -17,27 +14,9 @@
 namespace tavrin {
 namespace {
 
+using test::Gate;
 using test::TemporaryFolder;
 using Kind = AudioTrackDescriptor::Kind;
-
-/// Hangs until it is let go, whatever it is asked.
-class Gate {
-public:
-    void open() {
-        const std::lock_guard lock(mutex_);
-        isOpen_ = true;
-        opened_.notify_all();
-    }
-    void wait() {
-        std::unique_lock lock(mutex_);
-        opened_.wait(lock, [&] { return isOpen_; });
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable opened_;
-    bool isOpen_ = false;
-};
 
 /// A capture of which each step can be made to fail or hang, and that takes down what is asked of it.
 class ScriptedCapture : public ScreenStreamCapture {
@@ -101,14 +80,8 @@ protected:
     std::shared_ptr<ScriptedCapture> capture = std::make_shared<ScriptedCapture>();
 };
 
-template <typename Function>
-CaptureCoordinatorErrorKind coordinatorError(Function function) {
-    try {
-        function();
-    } catch (const CaptureCoordinatorError& error) {
-        return error.kind();
-    }
-    throw std::logic_error("no error");
+CaptureCoordinatorErrorKind coordinatorError(const std::function<void()>& call) {
+    return test::failureOf<CaptureCoordinatorError>(call).kind();
 }
 
 TEST_F(CaptureCoordinatorTest, WritesAPackageThatOpens) {
@@ -206,12 +179,8 @@ TEST_F(CaptureCoordinatorTest, AFailedStartIsCancelledAndLeavesNothing) {
     capture->onCancel = [](auto) {
         throw Error("nor a cancel");
     };
-    try {
-        coordinator.startRecording(project, options);
-        ADD_FAILURE();
-    } catch (const Error& error) {
-        EXPECT_STREQ(error.what(), "no screen");
-    }
+    const Error failure = test::failureOf<Error>([&] { coordinator.startRecording(project, options); });
+    EXPECT_STREQ(failure.what(), "no screen");
     EXPECT_EQ(capture->calls(), "start cancel ");
     EXPECT_FALSE(recorder->isRecording());
     capture->onStart = nullptr;
@@ -233,13 +202,12 @@ TEST_F(CaptureCoordinatorTest, AHangingStartTimesOutAlthoughItsCancelHangsToo) {
     capture->onCancel = [gate](auto) {
         gate->wait();
     };
-    try {
-        coordinator.startRecording(project, options);
-        ADD_FAILURE();
-    } catch (const CaptureCoordinatorError& error) {
-        EXPECT_STREQ(error.what(), "Recording start timed out after 0.1 seconds.");
+    const auto failure =
+        test::failureOf<CaptureCoordinatorError>([&] { coordinator.startRecording(project, options); });
+    EXPECT_STREQ(failure.what(), "Recording start timed out after 0.1 seconds.");
+    while (!*sawStop) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    EXPECT_TRUE(*sawStop);
     gate->open();
     recorder->recordMove(1, {});
     EXPECT_TRUE(recorder->stop().isEmpty());

@@ -4,12 +4,22 @@
 #include <chrono>
 #include <cstring>
 #include <random>
-#include <stdexcept>
 #include <thread>
 
 #include "TavrinKit/Support/Error.h"
 
 namespace tavrin::test {
+
+void Gate::open() {
+    const std::lock_guard lock(mutex_);
+    isOpen_ = true;
+    opened_.notify_all();
+}
+
+void Gate::wait() {
+    std::unique_lock lock(mutex_);
+    opened_.wait(lock, [&] { return isOpen_; });
+}
 
 PixelBuffer greyPicture(PixelSize size, int luma) {
     PixelBuffer picture = PixelBuffer::allocate(PixelFormat::i420, size);

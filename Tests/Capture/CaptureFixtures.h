@@ -1,7 +1,11 @@
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <mutex>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -11,6 +15,29 @@
 #include "TavrinKit/Support/PixelBuffer.h"
 
 namespace tavrin::test {
+
+/// Hangs whoever comes until it is opened.
+class Gate {
+public:
+    void open();
+    void wait();
+
+private:
+    std::mutex mutex_;
+    std::condition_variable opened_;
+    bool isOpen_ = false;
+};
+
+/// What a call fails with.
+template <typename Failure>
+Failure failureOf(const std::function<void()>& call) {
+    try {
+        call();
+    } catch (const Failure& failure) {
+        return failure;
+    }
+    throw std::logic_error("no failure");
+}
 
 /// A plain grey picture of this luma.
 [[nodiscard]] PixelBuffer greyPicture(PixelSize size, int luma);

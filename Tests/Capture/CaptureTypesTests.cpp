@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "CaptureFixtures.h"
 #include "TavrinKit/Capture/CaptureTypes.h"
 
 namespace tavrin {
@@ -62,12 +63,9 @@ TEST(CaptureOptionsJson, RefusesWhatIsIncomplete) {
         {R"({"target":{"display":{"displayID":"1"},"window":{"windowID":"2"}}})", notOne},
     };
     for (const auto& [text, reason] : cases) {
-        try {
-            static_cast<void>(decodeDocument<CaptureOptions>(text));
-            ADD_FAILURE() << text;
-        } catch (const JsonError& error) {
-            EXPECT_EQ(error.reason(), reason) << text;
-        }
+        const auto error =
+            test::failureOf<JsonError>([&] { static_cast<void>(decodeDocument<CaptureOptions>(text)); });
+        EXPECT_EQ(error.reason(), reason) << text;
     }
 }
 

@@ -1,12 +1,13 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <functional>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -148,12 +149,9 @@ TEST_F(StreamAssetWriterSinkTest, AFolderThatIsMissingFailsAtTheEndOnly) {
     std::filesystem::path missing = folder / "none" / "screen.mov";
     StreamAssetWriterSink sink(missing, size.width, size.height, false);
     sink.appendVideo(videoSample(greyPicture(size, 60), start));
-    try {
-        static_cast<void>(sink.prepareForFinish());
-        ADD_FAILURE();
-    } catch (const StreamAssetWriterSinkError& error) {
-        EXPECT_EQ(error.kind(), StreamAssetWriterSinkErrorKind::startFailed);
-    }
+    const auto failure =
+        test::failureOf<StreamAssetWriterSinkError>([&] { static_cast<void>(sink.prepareForFinish()); });
+    EXPECT_EQ(failure.kind(), StreamAssetWriterSinkErrorKind::startFailed);
     EXPECT_EQ(sink.droppedFrames(), 1);
 }
 
@@ -199,37 +197,52 @@ TEST_F(StreamAssetWriterSinkTest, CancelMayMeetSamplesAndAFinish) {
     }
 }
 
-/// Starts the recorder program.
-pid_t spawnRecorder(const std::string& mode, const std::filesystem::path& file) {
+/// Runs in a process of its own, whose exit code it returns.
+pid_t inAnotherProcess(const std::function<int()>& work) {
     const pid_t process = fork();
     if (process == 0) {
-        execl(RECORDER_PROGRAM, RECORDER_PROGRAM, mode.c_str(), file.c_str(), nullptr);
-        _exit(127);
+        _exit(work());
     }
     return process;
 }
 
-TEST_F(StreamAssetWriterSinkTest, AKilledProcessLeavesAMoviePlayingNearlyToItsEnd) {
-    const std::pair<std::string, std::chrono::milliseconds> cases[] = {
-        {"motion", 1270ms}, {"motion", 2130ms}, {"still", 2600ms}, {"still", 3330ms}};
-    for (const auto& [mode, life] : cases) {
-        std::filesystem::remove(movie);
-        const pid_t process = spawnRecorder(mode, movie);
-        while (!std::filesystem::exists(movie)) {
-            std::this_thread::sleep_for(1ms);
-        }
-        const double begun = HostClock::now();
-        std::this_thread::sleep_for(life);
-        const double lived = HostClock::now() - begun;
-        kill(process, SIGKILL);
-        waitpid(process, nullptr, 0);
-        EXPECT_GT(framesOf(movie).back().time, lived - 2) << mode << " of " << lived;
+TEST_F(StreamAssetWriterSinkTest, AKilledProcessLeavesEvenOfAStillScreenNearlyAllItsTime) {
+    const pid_t process = inAnotherProcess([&] {
+        StreamAssetWriterSink sink(movie, size.width, size.height, false);
+        sink.appendVideo(videoSample(greyPicture(size, 60), HostClock::now()));
+        std::this_thread::sleep_for(60s);
+        return 0;
+    });
+    while (!std::filesystem::exists(movie)) {
+        std::this_thread::sleep_for(1ms);
     }
+    const double begun = HostClock::now();
+    std::this_thread::sleep_for(2600ms);
+    const double lived = HostClock::now() - begun;
+    kill(process, SIGKILL);
+    waitpid(process, nullptr, 0);
+    EXPECT_GT(framesOf(movie).back().time, lived - 2);
 }
 
 TEST_F(StreamAssetWriterSinkTest, AFullDiskFailsTheFinishAndKeepsWhatIsThere) {
+    const pid_t process = inAnotherProcess([&] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{600'000, 600'000};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        StreamAssetWriterSink sink(movie, 320, 180, false);
+        for (std::uint32_t i = 0; i < 90; ++i) {
+            sink.appendVideo(videoSample(test::noisePicture({320, 180}, i), HostClock::now()));
+            std::this_thread::sleep_for(16ms);
+        }
+        try {
+            finish(sink, HostClock::now());
+            return 0;
+        } catch (const Error&) {
+            return 3;
+        }
+    });
     int status = 0;
-    waitpid(spawnRecorder("limited", movie), &status, 0);
+    waitpid(process, &status, 0);
     EXPECT_EQ(WEXITSTATUS(status), 3) << "finish has thrown";
     EXPECT_FALSE(framesOf(movie).empty());
 }

@@ -20,26 +20,23 @@ constexpr PixelSize size{64, 48};
 
 const std::exception_ptr failure = std::make_exception_ptr(Error("gone"));
 
-TEST(FirstScreenSampleSignal, IsDecidedOnce) {
+TEST(FirstScreenSampleSignal, IsDecidedOnceAndForEverybody) {
     FirstScreenSampleSignal good;
     good.resolve();
     good.resolve(failure);
-    good.wait({});
     good.wait({});
 
     FirstScreenSampleSignal bad;
     bad.resolve(failure);
     bad.resolve();
     EXPECT_THROW(bad.wait({}), Error);
-}
 
-TEST(FirstScreenSampleSignal, ACancelledWaitDecidesForEverybody) {
-    FirstScreenSampleSignal signal;
+    FirstScreenSampleSignal cancelled;
     std::stop_source source;
     std::jthread other([&] { source.request_stop(); });
-    EXPECT_THROW(signal.wait(source.get_token()), CancellationError);
-    signal.resolve();
-    EXPECT_THROW(signal.wait({}), CancellationError);
+    EXPECT_THROW(cancelled.wait(source.get_token()), CancellationError);
+    cancelled.resolve();
+    EXPECT_THROW(cancelled.wait({}), CancellationError);
 }
 
 VideoSample placedAt(Rect screenRect) {
