@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <chrono>
 #include <string_view>
 
 #include <pulse/pulseaudio.h>
 
 #include "TavrinKit/Platform/Pulse/PulseConnection.h"
+#include "TavrinKit/Platform/Pulse/PulseError.h"
 
 namespace tavrin::PulseDevices {
 namespace {
@@ -34,25 +34,6 @@ Defaults defaults(PulseConnection& connection) {
     };
     connection.finish(pa_context_get_server_info(connection.context(), take, &found),
                       "asking for the default devices", patience);
-    return found;
-}
-
-struct Source {
-    PulseDevice device;
-    bool isMonitor;
-};
-
-std::vector<Source> sources(PulseConnection& connection) {
-    std::vector<Source> found;
-    const auto take = [](pa_context*, const pa_source_info* source, int end, void* destination) {
-        if (end == 0) {
-            auto& list = *static_cast<std::vector<Source>*>(destination);
-            list.push_back({{textOf(source->name), textOf(source->description)},
-                            source->monitor_of_sink != PA_INVALID_INDEX});
-        }
-    };
-    connection.finish(pa_context_get_source_info_list(connection.context(), take, &found),
-                      "listing the microphones", patience);
     return found;
 }
 
@@ -92,6 +73,28 @@ bool isExcluded(const pa_sink_input_info& input, const CaptureApplicationExclusi
 
 } // namespace
 
+std::vector<PulseDevice> sources(PulseConnection& connection,
+                                 std::optional<std::chrono::duration<double>> bound) {
+    constexpr const char* request = "listing the microphones";
+    struct List {
+        std::vector<PulseDevice> devices;
+        bool isComplete = false;
+    } list;
+    const auto take = [](pa_context*, const pa_source_info* source, int end, void* destination) {
+        auto& [devices, isComplete] = *static_cast<List*>(destination);
+        if (end == 0) {
+            devices.push_back({textOf(source->name), textOf(source->description),
+                               source->monitor_of_sink != PA_INVALID_INDEX});
+        }
+        isComplete = end > 0; // below 0 the server refused
+    };
+    connection.finish(pa_context_get_source_info_list(connection.context(), take, &list), request, bound);
+    if (!list.isComplete) {
+        throw PulseError::requestFailed(request, connection.lastReason());
+    }
+    return std::move(list.devices);
+}
+
 std::optional<PulseDevice> speakers(PulseConnection& connection) {
     const std::string name = defaults(connection).sink;
     if (name.empty()) {
@@ -101,7 +104,7 @@ std::optional<PulseDevice> speakers(PulseConnection& connection) {
     const auto take = [](pa_context*, const pa_sink_info* sink, int end, void* destination) {
         if (end == 0 && sink->monitor_source_name != nullptr) {
             auto& device = *static_cast<std::optional<PulseDevice>*>(destination);
-            device = PulseDevice{sink->monitor_source_name, textOf(sink->description)};
+            device = PulseDevice{sink->monitor_source_name, textOf(sink->description), true};
         }
     };
     connection.finish(pa_context_get_sink_info_by_name(connection.context(), name.c_str(), take, &found),
@@ -113,10 +116,10 @@ std::optional<PulseDevice> microphone(PulseConnection& connection, const std::st
     const std::string byDefault = defaults(connection).source;
     std::optional<PulseDevice> best;
     int bestRank = 0;
-    for (const auto& [device, isMonitor] : sources(connection)) {
-        const int rank = !name.empty() && device.source == name     ? 3
-                         : !isMonitor && device.source == byDefault ? 2
-                                                                    : int(!isMonitor);
+    for (const PulseDevice& device : sources(connection, patience)) {
+        const int rank = !name.empty() && device.source == name            ? 3
+                         : !device.isMonitor && device.source == byDefault ? 2
+                                                                           : int(!device.isMonitor);
         if (rank > bestRank) {
             best = device;
             bestRank = rank;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -15,11 +16,18 @@ class PulseConnection;
 struct PulseDevice {
     std::string source;      ///< its name
     std::string description; ///< as the user knows the device
+    bool isMonitor = false;  ///< repeats what an output plays
 };
 
-/// What a Pulse server has at the moment. Each call waits for the answer, two seconds at most.
+/// What a Pulse server has at the moment. Each call waits for the answer, two seconds at most unless it says
+/// otherwise.
 /// @throws PulseError, CancellationError
 namespace PulseDevices {
+
+/// Microphones and monitors, in the server's order.
+/// @param bound  seconds that the server is given; absent: none
+[[nodiscard]] std::vector<PulseDevice> sources(PulseConnection& connection,
+                                               std::optional<std::chrono::duration<double>> bound);
 
 /// The monitor of the default output; nothing when there is no output.
 [[nodiscard]] std::optional<PulseDevice> speakers(PulseConnection& connection);

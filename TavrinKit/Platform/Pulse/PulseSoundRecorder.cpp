@@ -140,12 +140,12 @@ void PulseSoundRecorder::noteSound(double from, double until) {
 }
 
 void PulseSoundRecorder::noteDevice() {
-    const auto& [source, description] = session_->device();
-    if (!source.empty() && source != source_) {
+    const PulseDevice& device = session_->device();
+    if (!device.source.empty() && device.source != source_) {
         if (!source_.empty()) {
-            warn("device_changed:" + (description.empty() ? source : description));
+            warn("device_changed:" + (device.description.empty() ? device.source : device.description));
         }
-        source_ = source;
+        source_ = device.source;
     }
 }
 

@@ -26,7 +26,6 @@ public:
     void clear() { boxes_.clear(); }
 
     [[nodiscard]] bool isEmpty() const { return boxes_.empty(); }
-    [[nodiscard]] bool coversAll() const { return boxes_.size() == 1 && boxes_.front() == bounds_; }
     /// Whether one of the boxes holds all of `box`.
     [[nodiscard]] bool covers(const X11Rect& box) const;
     [[nodiscard]] const std::vector<X11Rect>& boxes() const { return boxes_; }

@@ -10,15 +10,6 @@ namespace {
 constexpr std::uint8_t blackLuma = 16;
 constexpr std::uint8_t noChroma = 128;
 
-void fillBlack(const PixelBuffer& picture) {
-    for (int i = 0; i < picture.planeCount(); ++i) {
-        const PixelBuffer::Plane& plane = picture.plane(i);
-        for (int y = 0; y < plane.height; ++y) {
-            std::memset(picture.row(i, y), i == 0 ? blackLuma : noChroma, std::size_t(plane.width));
-        }
-    }
-}
-
 void copyBox(const PixelBuffer& source, const PixelBuffer& target, const X11Rect& box) {
     for (int i = 0; i < source.planeCount(); ++i) {
         const int shift = i == 0 ? 0 : 1;
@@ -100,6 +91,15 @@ PixelBuffer PicturePool::next(const DamageRegion& damage) {
     const std::shared_ptr<const void> owner(
         slot.get(), [slot](const void*) { slot->isOut.store(false, std::memory_order_release); });
     return PixelBuffer::wrap(PixelFormat::i420, size_, planes, owner);
+}
+
+void fillBlack(const PixelBuffer& picture) {
+    for (int i = 0; i < picture.planeCount(); ++i) {
+        const PixelBuffer::Plane& plane = picture.plane(i);
+        for (int y = 0; y < plane.height; ++y) {
+            std::memset(picture.row(i, y), i == 0 ? blackLuma : noChroma, std::size_t(plane.width));
+        }
+    }
 }
 
 } // namespace tavrin

@@ -47,4 +47,7 @@ private:
     std::shared_ptr<Slot> latest_;
 };
 
+/// @param picture  i420
+void fillBlack(const PixelBuffer& picture);
+
 } // namespace tavrin

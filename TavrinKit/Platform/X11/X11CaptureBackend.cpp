@@ -32,7 +32,8 @@ ShareableContent X11CaptureBackend::shareableContent(bool excludingDesktopWindow
 std::unique_ptr<ScreenStream> X11CaptureBackend::makeStream(const ContentFilter& filter,
                                                             const StreamConfiguration& configuration,
                                                             std::shared_ptr<ScreenStreamOutput> output) {
-    return std::make_unique<X11ScreenStream>(displayName_, filter, configuration, std::move(output));
+    return std::make_unique<X11ScreenStream>(displayName_, filter, configuration, entries_,
+                                             std::move(output));
 }
 
 } // namespace tavrin

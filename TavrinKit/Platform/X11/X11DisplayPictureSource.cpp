@@ -4,14 +4,15 @@
 #include <chrono>
 #include <cmath>
 #include <thread>
+#include <utility>
 
 #include <xcb/damage.h>
-#include <xcb/randr.h>
 #include <xcb/xcb.h>
 #include <xcb/xfixes.h>
 
 #include "TavrinKit/Platform/X11/X11Connection.h"
 #include "TavrinKit/Platform/X11/X11Error.h"
+#include "TavrinKit/Platform/X11/X11Event.h"
 #include "TavrinKit/Platform/X11/X11ServerGrab.h"
 #include "TavrinKit/Support/HostClock.h"
 
@@ -24,11 +25,6 @@ constexpr const char* purpose = "recording the screen";
 constexpr int looksForAMissingDisplay = 20;
 constexpr int attemptsWhileOthersRun = 2;
 constexpr int mostAttempts = 6;
-
-template <typename Event>
-const Event& as(const xcb_generic_event_t& event) {
-    return reinterpret_cast<const Event&>(event);
-}
 
 CaptureApplicationExclusionRule exclusionRuleOf(const ContentFilter::Display& filter) {
     CaptureApplicationExclusionRule rule = filter.exclusionRule;
@@ -47,19 +43,19 @@ CaptureApplicationExclusionRule exclusionRuleOf(const ContentFilter::Display& fi
 
 X11DisplayPictureSource::X11DisplayPictureSource(const X11Connection& connection,
                                                  const ContentFilter::Display& filter,
-                                                 const StreamConfiguration& configuration)
+                                                 const StreamConfiguration& configuration,
+                                                 std::shared_ptr<const DesktopEntryIndex> entries)
     : connection_(connection), configuration_(configuration), displayID_(filter.displayID),
-      painter_(connection, {configuration.width, configuration.height}),
+      layoutEvents_(connection, purpose), painter_(connection, {configuration.width, configuration.height}),
       pool_({configuration.width, configuration.height}, PicturePool::limitFor(configuration.queueDepth)) {
     damageEvent_ = connection.requireDamage(purpose);
     connection.requireFixes(purpose);
-    randrEvent_ = connection.requireRandR(purpose);
     if (configuration_.showsCursor) {
         pointer_.emplace(connection);
     }
     selectEvents();
     if (const auto rule = exclusionRuleOf(filter); rule != CaptureApplicationExclusionRule{}) {
-        exclusion_ = std::make_unique<X11ExclusionComposer>(connection, rule);
+        exclusion_ = std::make_unique<X11ExclusionComposer>(connection, rule, std::move(entries));
     }
 
     layout_ = X11DisplayLayout::of(connection);
@@ -75,19 +71,11 @@ X11DisplayPictureSource::~X11DisplayPictureSource() = default;
 
 void X11DisplayPictureSource::selectEvents() {
     xcb_connection_t* xcb = connection_.xcb();
-    const xcb_window_t root = connection_.root();
     damageID_ = xcb_generate_id(xcb);
     damagedParts_ = xcb_generate_id(xcb);
     xcb_xfixes_create_region(xcb, damagedParts_, 0, nullptr);
     // One event when the first change comes; which parts it was is asked for when a picture is taken.
-    xcb_damage_create(xcb, damageID_, root, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
-
-    xcb_randr_select_input(xcb, root,
-                           XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
-                               XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
-    // Monitors that are set without their outputs changing are told as a change of the root window.
-    const std::uint32_t structure = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
-    xcb_change_window_attributes(xcb, root, XCB_CW_EVENT_MASK, &structure);
+    xcb_damage_create(xcb, damageID_, connection_.root(), XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
     connection_.flush();
 }
 
@@ -135,17 +123,12 @@ void X11DisplayPictureSource::followLayout() {
 
 void X11DisplayPictureSource::readEvents() {
     while (const X11Owned<xcb_generic_event_t> event{xcb_poll_for_event(connection_.xcb())}) {
-        const int type = event->response_type & 0x7f;
         if (exclusion_) {
             exclusion_->handle(*event);
         }
-        if (type == damageEvent_ + XCB_DAMAGE_NOTIFY) {
-            isDamaged_ = isDamaged_ || as<xcb_damage_notify_event_t>(*event).damage == damageID_;
-        } else if (type == XCB_CONFIGURE_NOTIFY) {
-            const bool isOfRoot = as<xcb_configure_notify_event_t>(*event).window == connection_.root();
-            hasLayoutChanged_ = hasLayoutChanged_ || isOfRoot;
-        } else if (type == randrEvent_ + XCB_RANDR_NOTIFY ||
-                   type == randrEvent_ + XCB_RANDR_SCREEN_CHANGE_NOTIFY) {
+        if (typeOf(*event) == damageEvent_ + XCB_DAMAGE_NOTIFY) {
+            isDamaged_ = isDamaged_ || eventAs<xcb_damage_notify_event_t>(*event).damage == damageID_;
+        } else if (layoutEvents_.include(*event)) {
             hasLayoutChanged_ = true;
         } else if (pointer_) {
             pointer_->handle(*event);

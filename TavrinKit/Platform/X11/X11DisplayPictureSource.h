@@ -9,6 +9,7 @@
 #include "TavrinKit/Platform/X11/PicturePool.h"
 #include "TavrinKit/Platform/X11/X11DisplayLayout.h"
 #include "TavrinKit/Platform/X11/X11ExclusionComposer.h"
+#include "TavrinKit/Platform/X11/X11LayoutEvents.h"
 #include "TavrinKit/Platform/X11/X11PicturePainter.h"
 #include "TavrinKit/Platform/X11/X11PictureSource.h"
 #include "TavrinKit/Platform/X11/X11PointerFollower.h"
@@ -29,9 +30,11 @@ class X11Connection;
 class X11DisplayPictureSource : public X11PictureSource {
 public:
     /// @param connection  outlives the object
+    /// @param entries     by which excluded applications are known
     /// @throws X11Error
     X11DisplayPictureSource(const X11Connection& connection, const ContentFilter::Display& filter,
-                            const StreamConfiguration& configuration);
+                            const StreamConfiguration& configuration,
+                            std::shared_ptr<const DesktopEntryIndex> entries);
     ~X11DisplayPictureSource() override;
     X11DisplayPictureSource(const X11DisplayPictureSource&) = delete;
     X11DisplayPictureSource& operator=(const X11DisplayPictureSource&) = delete;
@@ -54,6 +57,7 @@ private:
     const StreamConfiguration configuration_;
     const std::uint32_t displayID_;
 
+    const X11LayoutEvents layoutEvents_;
     X11DisplayLayout layout_;
     X11DisplayLayout::Monitor monitor_;
     X11PicturePainter painter_; ///< of the root window
@@ -62,7 +66,6 @@ private:
     std::unique_ptr<X11ExclusionComposer> exclusion_; ///< when something is to be left out
 
     std::uint8_t damageEvent_ = 0;
-    std::uint8_t randrEvent_ = 0;
     std::uint32_t damageID_ = 0;
     std::uint32_t damagedParts_ = 0; ///< a region of the server's
 

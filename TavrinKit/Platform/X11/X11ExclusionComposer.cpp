@@ -84,9 +84,10 @@ struct X11ExclusionComposer::Kept {
 };
 
 X11ExclusionComposer::X11ExclusionComposer(const X11Connection& connection,
-                                           CaptureApplicationExclusionRule rule)
+                                           CaptureApplicationExclusionRule rule,
+                                           std::shared_ptr<const DesktopEntryIndex> entries)
     : connection_(connection), stack_(connection),
-      excluded_(connection, std::move(rule), std::make_shared<DesktopEntryIndex>()) {
+      excluded_(connection, std::move(rule), std::move(entries)) {
     xcb_connection_t* xcb = connection.xcb();
     const xcb_query_extension_reply_t* shape = xcb_get_extension_data(xcb, &xcb_shape_id);
     if (shape == nullptr || shape->present == 0) {

@@ -36,8 +36,10 @@ class X11Connection;
 class X11ExclusionComposer {
 public:
     /// @param connection  outlives the object
+    /// @param entries     by which the owners of windows are known
     /// @throws X11Error
-    X11ExclusionComposer(const X11Connection& connection, CaptureApplicationExclusionRule rule);
+    X11ExclusionComposer(const X11Connection& connection, CaptureApplicationExclusionRule rule,
+                         std::shared_ptr<const DesktopEntryIndex> entries);
     ~X11ExclusionComposer();
     X11ExclusionComposer(const X11ExclusionComposer&) = delete;
     X11ExclusionComposer& operator=(const X11ExclusionComposer&) = delete;

@@ -1,29 +1,25 @@
 #include "TavrinKit/Platform/X11/X11LiveCursorStateMonitor.h"
 
 #include <cstdint>
-#include <exception>
 #include <map>
 #include <optional>
-#include <thread>
 #include <utility>
 
-#include <xcb/randr.h>
 #include <xcb/xcb.h>
 #include <xcb/xfixes.h>
 
 #include "TavrinKit/Platform/X11/LiveCursorSignature.h"
-#include "TavrinKit/Platform/X11/StopSignal.h"
 #include "TavrinKit/Platform/X11/X11Connection.h"
 #include "TavrinKit/Platform/X11/X11CursorAppearance.h"
 #include "TavrinKit/Platform/X11/X11CursorImage.h"
 #include "TavrinKit/Platform/X11/X11DisplayLayout.h"
+#include "TavrinKit/Platform/X11/X11Event.h"
+#include "TavrinKit/Platform/X11/X11LayoutEvents.h"
+#include "TavrinKit/Platform/X11/X11WatchThread.h"
 #include "TavrinKit/Support/HostClock.h"
-#include "TavrinKit/Support/Log.h"
 
 namespace tavrin {
 namespace {
-
-using Clock = StopSignal::Clock;
 
 /// More than any desktop shows in turn; an application that draws a new pointer for each frame starts anew.
 constexpr std::size_t mostLooks = 256;
@@ -40,51 +36,28 @@ public:
     Watch(const Settings& settings, Handler handler)
         : interval_(settings.pollInterval), handler_(std::move(handler)), connection_(settings.displayName) {
         fixesEvent_ = connection_.requireFixes("watching the pointer's looks");
-        connection_.requireRandR("watching the pointer's place");
-        xcb_connection_t* xcb = connection_.xcb();
-        xcb_xfixes_select_cursor_input(xcb, connection_.root(), XCB_XFIXES_CURSOR_NOTIFY_MASK_DISPLAY_CURSOR);
-        const std::uint32_t structure = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
-        xcb_change_window_attributes(xcb, connection_.root(), XCB_CW_EVENT_MASK, &structure);
-        xcb_randr_select_input(xcb, connection_.root(),
-                               XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
-                                   XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
+        xcb_xfixes_select_cursor_input(connection_.xcb(), connection_.root(),
+                                       XCB_XFIXES_CURSOR_NOTIFY_MASK_DISPLAY_CURSOR);
         layout_ = X11DisplayLayout::of(connection_);
-        thread_ = std::thread([this] { run(); });
+        thread_.emplace(connection_, "TavrinKit.X11LiveCursorStateMonitor",
+                        [this](const StopSignal& stop) { run(stop); });
     }
-
-    ~Watch() {
-        stopSignal_.request();
-        connection_.hangUp();
-        thread_.join();
-    }
-    Watch(const Watch&) = delete;
-    Watch& operator=(const Watch&) = delete;
 
 private:
-    void run() {
-        try {
-            bool force = true;
-            while (!stopSignal_.isRequested()) {
-                readEvents();
-                emit(std::exchange(force, false));
-                stopSignal_.waitUntil(Clock::now() + interval_);
-            }
-        } catch (...) {
-            if (!stopSignal_.isRequested()) {
-                logRecoverableFailure("TavrinKit.X11LiveCursorStateMonitor", "watch",
-                                      std::current_exception());
-            }
+    void run(const StopSignal& stop) {
+        bool force = true;
+        while (!stop.isRequested()) {
+            readEvents();
+            emit(std::exchange(force, false));
+            stop.waitUntil(StopSignal::Clock::now() + interval_);
         }
     }
 
     void readEvents() {
         bool hasLayoutChanged = false;
         while (const X11Owned<xcb_generic_event_t> event{xcb_poll_for_event(connection_.xcb())}) {
-            if ((event->response_type & 0x7f) == fixesEvent_ + XCB_XFIXES_CURSOR_NOTIFY) {
-                hasCursorChanged_ = true;
-            } else {
-                hasLayoutChanged = true; // All that is selected beside it tells of the screen.
-            }
+            hasCursorChanged_ = hasCursorChanged_ || typeOf(*event) == fixesEvent_ + XCB_XFIXES_CURSOR_NOTIFY;
+            hasLayoutChanged = hasLayoutChanged || layoutEvents_.include(*event);
         }
         connection_.throwIfBroken();
         if (hasLayoutChanged) {
@@ -136,7 +109,7 @@ private:
     const std::chrono::nanoseconds interval_;
     const Handler handler_;
     const X11Connection connection_;
-    StopSignal stopSignal_;
+    const X11LayoutEvents layoutEvents_{connection_, "watching the pointer's place"};
 
     // The constructor's, then the thread's.
     X11DisplayLayout layout_;
@@ -146,7 +119,7 @@ private:
     std::map<std::uint32_t, Looks> looksBySerial_;
     LiveCursorFilter filter_;
 
-    std::thread thread_;
+    std::optional<X11WatchThread> thread_; ///< goes first
 };
 
 X11LiveCursorStateMonitor::X11LiveCursorStateMonitor() : X11LiveCursorStateMonitor(Settings{}) {}

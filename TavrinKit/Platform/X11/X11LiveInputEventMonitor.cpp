@@ -1,25 +1,23 @@
 #include "TavrinKit/Platform/X11/X11LiveInputEventMonitor.h"
 
 #include <algorithm>
-#include <exception>
 #include <optional>
 #include <set>
-#include <thread>
 #include <utility>
 #include <vector>
 
-#include <xcb/randr.h>
 #include <xcb/xcb.h>
 #include <xcb/xinput.h>
 
 #include "TavrinKit/Platform/X11/LiveKeyMapping.h"
-#include "TavrinKit/Platform/X11/StopSignal.h"
 #include "TavrinKit/Platform/X11/X11Connection.h"
 #include "TavrinKit/Platform/X11/X11DisplayLayout.h"
 #include "TavrinKit/Platform/X11/X11Error.h"
+#include "TavrinKit/Platform/X11/X11Event.h"
 #include "TavrinKit/Platform/X11/X11Keyboard.h"
+#include "TavrinKit/Platform/X11/X11LayoutEvents.h"
+#include "TavrinKit/Platform/X11/X11WatchThread.h"
 #include "TavrinKit/Support/HostClock.h"
-#include "TavrinKit/Support/Log.h"
 
 namespace tavrin {
 namespace {
@@ -46,21 +44,13 @@ public:
         : settings_(settings), handler_(std::move(handler)), connection_(settings.displayName),
           keyboard_(connection_) {
         inputOpcode_ = connection_.requireInput2(purpose);
-        randrEvent_ = connection_.requireRandR(purpose);
         selectEvents();
         layout_ = X11DisplayLayout::of(connection_);
         readButtonMapping();
         readHeldButtons();
-        thread_ = std::thread([this] { run(); });
+        thread_.emplace(connection_, "TavrinKit.X11LiveInputEventMonitor",
+                        [this](const StopSignal& stop) { run(stop); });
     }
-
-    ~Watch() {
-        stopSignal_.request();
-        connection_.hangUp();
-        thread_.join();
-    }
-    Watch(const Watch&) = delete;
-    Watch& operator=(const Watch&) = delete;
 
 private:
     struct HeldKey {
@@ -84,33 +74,21 @@ private:
         if (error) {
             throw X11Error::requestFailed(purpose, error->error_code);
         }
-        xcb_randr_select_input(xcb, connection_.root(),
-                               XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
-                                   XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
-        const std::uint32_t structure = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
-        xcb_change_window_attributes(xcb, connection_.root(), XCB_CW_EVENT_MASK, &structure);
     }
 
-    void run() {
-        try {
-            while (!stopSignal_.isRequested()) {
-                readEvents();
-                // Each of these asks the server, and may find that events came before the answer.
-                if (!tellMoveWhenDue() && !repeatKeyWhenDue()) {
-                    stopSignal_.waitFor(connection_.fileDescriptor(), nextMoment());
-                }
-            }
-        } catch (...) {
-            if (!stopSignal_.isRequested()) {
-                logRecoverableFailure("TavrinKit.X11LiveInputEventMonitor", "watch",
-                                      std::current_exception());
+    void run(const StopSignal& stop) {
+        while (!stop.isRequested()) {
+            readEvents();
+            // Each of these asks the server, and may find that events came before the answer.
+            if (!tellMoveWhenDue() && !repeatKeyWhenDue()) {
+                stop.waitFor(connection_.fileDescriptor(), nextMoment());
             }
         }
     }
 
     void readEvents() {
         while (const X11Owned<xcb_generic_event_t> event{xcb_poll_for_event(connection_.xcb())}) {
-            const int type = event->response_type & 0x7f;
+            const int type = typeOf(*event);
             if (keyboard_.handle(event.get())) {
                 continue;
             }
@@ -118,8 +96,7 @@ private:
                 handleInput(*reinterpret_cast<const xcb_ge_generic_event_t*>(event.get()));
             } else if (type == XCB_MAPPING_NOTIFY) {
                 readButtonMapping();
-            } else if (type == XCB_CONFIGURE_NOTIFY || type == randrEvent_ + XCB_RANDR_NOTIFY ||
-                       type == randrEvent_ + XCB_RANDR_SCREEN_CHANGE_NOTIFY) {
+            } else if (layoutEvents_.include(*event)) {
                 layout_ = X11DisplayLayout::of(connection_);
             }
         }
@@ -258,7 +235,7 @@ private:
     const Settings& settings_;
     const Handler handler_;
     const X11Connection connection_;
-    StopSignal stopSignal_;
+    const X11LayoutEvents layoutEvents_{connection_, purpose};
 
     // The constructor's, then the thread's.
     X11Keyboard keyboard_;
@@ -269,9 +246,8 @@ private:
     bool hasMoved_ = false;
     Clock::time_point nextMove_{};
     std::uint8_t inputOpcode_ = 0;
-    std::uint8_t randrEvent_ = 0;
 
-    std::thread thread_;
+    std::optional<X11WatchThread> thread_; ///< goes first
 };
 
 X11LiveInputEventMonitor::X11LiveInputEventMonitor() : X11LiveInputEventMonitor(Settings{}) {}

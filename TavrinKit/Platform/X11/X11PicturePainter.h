@@ -42,7 +42,6 @@ public:
 
     /// @param area  of the drawable
     void addDamage(const X11Rect& area);
-    void addAll() { damage_.addAll(); }
     /// In the picture, chroma-aligned.
     [[nodiscard]] const DamageRegion& damage() const { return damage_; }
 

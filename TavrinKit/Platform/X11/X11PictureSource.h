@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "TavrinKit/Capture/ScreenStream.h"
+#include "TavrinKit/Support/DesktopEntryIndex.h"
 
 namespace tavrin {
 
@@ -25,10 +26,11 @@ public:
     };
 
     /// @param connection  outlives the object
+    /// @param entries     by which excluded applications are known
     /// @throws X11Error
-    [[nodiscard]] static std::unique_ptr<X11PictureSource> make(const X11Connection& connection,
-                                                                const ContentFilter& filter,
-                                                                const StreamConfiguration& configuration);
+    [[nodiscard]] static std::unique_ptr<X11PictureSource>
+    make(const X11Connection& connection, const ContentFilter& filter,
+         const StreamConfiguration& configuration, std::shared_ptr<const DesktopEntryIndex> entries);
     virtual ~X11PictureSource() = default;
 
     /// Takes in what the server has sent; doesn't wait.

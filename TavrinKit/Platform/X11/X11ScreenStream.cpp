@@ -30,8 +30,10 @@ constexpr double pauseAfterNothing = 0.002;
 class X11ScreenStream::Worker {
 public:
     Worker(const std::string& displayName, const ContentFilter& filter,
-           const StreamConfiguration& configuration, std::shared_ptr<ScreenStreamOutput> output)
-        : connection_(displayName), source_(X11PictureSource::make(connection_, filter, configuration)),
+           const StreamConfiguration& configuration, std::shared_ptr<const DesktopEntryIndex> entries,
+           std::shared_ptr<ScreenStreamOutput> output)
+        : connection_(displayName),
+          source_(X11PictureSource::make(connection_, filter, configuration, std::move(entries))),
           pacer_(configuration.minimumFrameInterval), output_(std::move(output)) {}
 
     void start(std::shared_ptr<Worker> self) {
@@ -164,8 +166,10 @@ private:
 
 X11ScreenStream::X11ScreenStream(const std::string& displayName, const ContentFilter& filter,
                                  const StreamConfiguration& configuration,
+                                 std::shared_ptr<const DesktopEntryIndex> entries,
                                  std::shared_ptr<ScreenStreamOutput> output)
-    : worker_(std::make_shared<Worker>(displayName, filter, configuration, std::move(output))) {}
+    : worker_(std::make_shared<Worker>(displayName, filter, configuration, std::move(entries),
+                                       std::move(output))) {}
 
 X11ScreenStream::~X11ScreenStream() {
     worker_->removeOutput();

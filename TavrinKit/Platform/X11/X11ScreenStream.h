@@ -4,6 +4,7 @@
 #include <string>
 
 #include "TavrinKit/Capture/ScreenStream.h"
+#include "TavrinKit/Support/DesktopEntryIndex.h"
 
 namespace tavrin {
 
@@ -21,9 +22,12 @@ namespace tavrin {
 class X11ScreenStream : public ScreenStream {
 public:
     /// Connects to the server and looks for the source.
+    /// @param entries  by which excluded applications are known
     /// @throws X11Error
     X11ScreenStream(const std::string& displayName, const ContentFilter& filter,
-                    const StreamConfiguration& configuration, std::shared_ptr<ScreenStreamOutput> output);
+                    const StreamConfiguration& configuration,
+                    std::shared_ptr<const DesktopEntryIndex> entries,
+                    std::shared_ptr<ScreenStreamOutput> output);
     ~X11ScreenStream() override; ///< as `removeOutput` and `stop`
     X11ScreenStream(const X11ScreenStream&) = delete;
     X11ScreenStream& operator=(const X11ScreenStream&) = delete;

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <limits>
 
 #include <xcb/xcb.h>
 
 #include "TavrinKit/Platform/X11/X11Connection.h"
+#include "TavrinKit/Platform/X11/X11Properties.h"
 
 namespace tavrin {
 namespace {
@@ -24,44 +24,24 @@ struct Question {
     xcb_get_property_cookie_t shadowExtents;
 };
 
-struct Atoms {
-    std::uint32_t frameExtents;
-    std::uint32_t shadowExtents;
-};
-
-Atoms internAtoms(const X11Connection& connection) {
+/// @param extents  the names of the frame's and of the shadow's
+Question ask(const X11Connection& connection, const std::vector<std::uint32_t>& extents,
+             std::uint32_t window) {
     xcb_connection_t* xcb = connection.xcb();
-    const auto ask = [xcb](std::string_view name) {
-        return xcb_intern_atom(xcb, 0, std::uint16_t(name.size()), name.data());
-    };
-    const auto answer = [xcb](xcb_intern_atom_cookie_t cookie) {
-        const X11Owned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(xcb, cookie, nullptr));
-        return reply ? reply->atom : std::uint32_t(XCB_ATOM_NONE);
-    };
-    const auto frame = ask("_NET_FRAME_EXTENTS");
-    const auto shadow = ask("_GTK_FRAME_EXTENTS");
-    return {answer(frame), answer(shadow)};
-}
-
-Question ask(const X11Connection& connection, const Atoms& atoms, std::uint32_t window) {
-    xcb_connection_t* xcb = connection.xcb();
-    const auto property = [&](std::uint32_t name) {
-        return xcb_get_property(xcb, 0, window, name, XCB_ATOM_CARDINAL, 0, 4);
-    };
     return {xcb_get_window_attributes(xcb, window), xcb_get_geometry(xcb, window),
-            xcb_translate_coordinates(xcb, window, connection.root(), 0, 0), property(atoms.frameExtents),
-            property(atoms.shadowExtents)};
+            xcb_translate_coordinates(xcb, window, connection.root(), 0, 0),
+            askProperty(connection, window, extents[0], XCB_ATOM_CARDINAL),
+            askProperty(connection, window, extents[1], XCB_ATOM_CARDINAL)};
 }
 
-Extents extentsFrom(xcb_connection_t* xcb, xcb_get_property_cookie_t cookie) {
-    const X11Owned<xcb_get_property_reply_t> reply(xcb_get_property_reply(xcb, cookie, nullptr));
+Extents extentsFrom(const X11Connection& connection, xcb_get_property_cookie_t cookie) {
+    const auto lengths = propertyNumbers(connection, cookie);
     Extents extents{};
-    std::array<std::uint32_t, 4> raw{};
-    if (reply && reply->format == 32 && xcb_get_property_value_length(reply.get()) == int(sizeof raw)) {
-        std::memcpy(raw.data(), xcb_get_property_value(reply.get()), sizeof raw);
-        std::transform(raw.begin(), raw.end(), extents.begin(), [](std::uint32_t length) {
-            return int(std::min(length, std::uint32_t(std::numeric_limits<std::int16_t>::max())));
-        });
+    if (lengths.size() >= extents.size()) {
+        std::transform(
+            lengths.begin(), lengths.begin() + extents.size(), extents.begin(), [](std::uint32_t length) {
+                return int(std::min(length, std::uint32_t(std::numeric_limits<std::int16_t>::max())));
+            });
     }
     return extents;
 }
@@ -75,16 +55,17 @@ X11Rect shrunk(const X11Rect& area, const Extents& by) {
 }
 
 /// With `client` and the rest, but neither `topLevel` nor what follows from it; the frame is as wanted.
-std::optional<X11WindowGeometry> answer(xcb_connection_t* xcb, const Question& question,
+std::optional<X11WindowGeometry> answer(const X11Connection& connection, const Question& question,
                                         std::uint32_t window) {
+    xcb_connection_t* xcb = connection.xcb();
     const X11Owned<xcb_get_window_attributes_reply_t> attributes(
         xcb_get_window_attributes_reply(xcb, question.attributes, nullptr));
     const X11Owned<xcb_get_geometry_reply_t> geometry(
         xcb_get_geometry_reply(xcb, question.geometry, nullptr));
     const X11Owned<xcb_translate_coordinates_reply_t> origin(
         xcb_translate_coordinates_reply(xcb, question.origin, nullptr));
-    const Extents frameExtents = extentsFrom(xcb, question.frameExtents);
-    const Extents shadowExtents = extentsFrom(xcb, question.shadowExtents);
+    const Extents frameExtents = extentsFrom(connection, question.frameExtents);
+    const Extents shadowExtents = extentsFrom(connection, question.shadowExtents);
     if (!attributes || !geometry || !origin) {
         return std::nullopt;
     }
@@ -159,14 +140,14 @@ void measureTopLevels(const X11Connection& connection,
 
 std::vector<std::optional<X11WindowGeometry>>
 X11WindowGeometry::of(const X11Connection& connection, const std::vector<std::uint32_t>& windows) {
-    const Atoms atoms = internAtoms(connection);
+    const auto extents = atomsNamed(connection, {"_NET_FRAME_EXTENTS", "_GTK_FRAME_EXTENTS"});
     std::vector<Question> questions;
     for (const std::uint32_t window : windows) {
-        questions.push_back(ask(connection, atoms, window));
+        questions.push_back(ask(connection, extents, window));
     }
     std::vector<std::optional<X11WindowGeometry>> result;
     for (std::size_t i = 0; i < windows.size(); ++i) {
-        result.push_back(answer(connection.xcb(), questions[i], windows[i]));
+        result.push_back(answer(connection, questions[i], windows[i]));
     }
     findTopLevels(connection, result);
     measureTopLevels(connection, result);

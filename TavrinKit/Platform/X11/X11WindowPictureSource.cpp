@@ -8,12 +8,12 @@
 
 #include <fmt/format.h>
 #include <poll.h>
-#include <xcb/randr.h>
 #include <xcb/xcb.h>
 
 #include "TavrinKit/Capture/CaptureSelection.h"
 #include "TavrinKit/Platform/X11/X11Connection.h"
 #include "TavrinKit/Platform/X11/X11Error.h"
+#include "TavrinKit/Platform/X11/X11Event.h"
 #include "TavrinKit/Platform/X11/X11Properties.h"
 #include "TavrinKit/Support/HostClock.h"
 
@@ -40,11 +40,6 @@ PixelSize sizeOf(const X11Rect& rect) {
     return {rect.width, rect.height};
 }
 
-template <typename Event>
-const Event& as(const xcb_generic_event_t& event) {
-    return reinterpret_cast<const Event&>(event);
-}
-
 /// Scaled evenly and centred, on whole pairs of columns and rows.
 X11Rect fitted(PixelSize source, PixelSize into) {
     const double scale = std::min(double(into.width) / source.width, double(into.height) / source.height);
@@ -54,17 +49,6 @@ X11Rect fitted(PixelSize source, PixelSize into) {
     const int width = length(source.width, into.width);
     const int height = length(source.height, into.height);
     return {(into.width - width) / 4 * 2, (into.height - height) / 4 * 2, width, height};
-}
-
-void fillBlack(const PixelBuffer& picture) {
-    constexpr int blackLuma = 16;
-    constexpr int noChroma = 128;
-    for (int i = 0; i < picture.planeCount(); ++i) {
-        for (int y = 0; y < picture.plane(i).height; ++y) {
-            std::memset(picture.row(i, y), i == 0 ? blackLuma : noChroma,
-                        std::size_t(picture.plane(i).width));
-        }
-    }
 }
 
 bool isSame(const PixelBuffer& a, const PixelBuffer& b) {
@@ -89,9 +73,8 @@ X11WindowPictureSource::X11WindowPictureSource(const X11Connection& connection,
                                                const StreamConfiguration& configuration)
     : connection_(connection), pictureSize_{configuration.width, configuration.height},
       window_(filter.windowID), title_(titleOf(connection, filter.windowID)),
-      painter_(connection, pictureSize_),
+      layoutEvents_(connection, "recording a window"), painter_(connection, pictureSize_),
       pool_(pictureSize_, PicturePool::limitFor(configuration.queueDepth)) {
-    randrEvent_ = connection.requireRandR("recording a window");
     extents_ = atomsNamed(connection, {"_NET_FRAME_EXTENTS", "_GTK_FRAME_EXTENTS"});
     if (configuration.showsCursor) {
         pointer_.emplace(connection);
@@ -121,11 +104,6 @@ void X11WindowPictureSource::selectEvents() {
     xcb_connection_t* xcb = connection_.xcb();
     const std::uint32_t ofWindow = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_change_window_attributes(xcb, window_, XCB_CW_EVENT_MASK, &ofWindow);
-    const std::uint32_t ofRoot = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
-    xcb_change_window_attributes(xcb, connection_.root(), XCB_CW_EVENT_MASK, &ofRoot);
-    xcb_randr_select_input(xcb, connection_.root(),
-                           XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
-                               XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
 }
 
 /// Whether anything lies over the window, or a part of it off the screen.
@@ -182,11 +160,12 @@ void X11WindowPictureSource::handle(const xcb_generic_event_t& event) {
     if (pixmap_) {
         pixmap_->handle(event);
     }
-    const int type = event.response_type & 0x7f;
+    hasLayoutChanged_ = hasLayoutChanged_ || layoutEvents_.include(event);
+    const int type = typeOf(event);
     const bool isSent = type != event.response_type; // by a program, not by the server
     switch (type) {
     case XCB_DESTROY_NOTIFY:
-        isGone_ = isGone_ || as<xcb_destroy_notify_event_t>(event).window == window_;
+        isGone_ = isGone_ || eventAs<xcb_destroy_notify_event_t>(event).window == window_;
         isStale_ = true;
         break;
     case XCB_UNMAP_NOTIFY:
@@ -199,19 +178,16 @@ void X11WindowPictureSource::handle(const xcb_generic_event_t& event) {
         break;
     case XCB_CONFIGURE_NOTIFY: {
         // When the frame is only moved, it is known where the window has gone along with it.
-        const std::uint32_t configured = as<xcb_configure_notify_event_t>(event).window;
-        hasLayoutChanged_ = hasLayoutChanged_ || configured == connection_.root();
+        const std::uint32_t configured = eventAs<xcb_configure_notify_event_t>(event).window;
         isStale_ = isStale_ || (!isSent && configured == window_ && geometry_.topLevel != window_);
         break;
     }
     case XCB_PROPERTY_NOTIFY: {
-        const std::uint32_t property = as<xcb_property_notify_event_t>(event).atom;
+        const std::uint32_t property = eventAs<xcb_property_notify_event_t>(event).atom;
         isStale_ = isStale_ || std::find(extents_.begin(), extents_.end(), property) != extents_.end();
         break;
     }
     default:
-        hasLayoutChanged_ = hasLayoutChanged_ || type == randrEvent_ + XCB_RANDR_NOTIFY ||
-                            type == randrEvent_ + XCB_RANDR_SCREEN_CHANGE_NOTIFY;
         break;
     }
 }

@@ -10,6 +10,7 @@
 #include "TavrinKit/Media/PictureScaler.h"
 #include "TavrinKit/Platform/X11/PicturePool.h"
 #include "TavrinKit/Platform/X11/X11DisplayLayout.h"
+#include "TavrinKit/Platform/X11/X11LayoutEvents.h"
 #include "TavrinKit/Platform/X11/X11PicturePainter.h"
 #include "TavrinKit/Platform/X11/X11PictureSource.h"
 #include "TavrinKit/Platform/X11/X11PointerFollower.h"
@@ -66,7 +67,7 @@ private:
     const PixelSize pictureSize_;
     const std::uint32_t window_;
     const std::string title_;
-    std::uint8_t randrEvent_ = 0;
+    const X11LayoutEvents layoutEvents_;
     std::vector<std::uint32_t> extents_; ///< the properties that say what belongs to a frame
 
     X11DisplayLayout layout_;

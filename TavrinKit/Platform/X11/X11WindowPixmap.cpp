@@ -8,17 +8,12 @@
 
 #include "TavrinKit/Platform/X11/X11Connection.h"
 #include "TavrinKit/Platform/X11/X11Error.h"
+#include "TavrinKit/Platform/X11/X11Event.h"
 
 namespace tavrin {
 namespace {
 
 constexpr const char* purpose = "recording a window";
-constexpr std::uint8_t eventTypeBits = 0x7f;
-
-template <typename Event>
-const Event& as(const xcb_generic_event_t& event) {
-    return reinterpret_cast<const Event&>(event);
-}
 
 } // namespace
 
@@ -63,9 +58,9 @@ X11WindowPixmap::~X11WindowPixmap() {
 }
 
 bool X11WindowPixmap::handle(const xcb_generic_event_t& event) {
-    const int type = event.response_type & eventTypeBits;
+    const int type = typeOf(event);
     if (type == damageEvent_ + XCB_DAMAGE_NOTIFY) {
-        const bool isOurs = as<xcb_damage_notify_event_t>(event).damage == damageID_;
+        const bool isOurs = eventAs<xcb_damage_notify_event_t>(event).damage == damageID_;
         isDamaged_ = isDamaged_ || isOurs;
         return isOurs;
     }
@@ -74,7 +69,7 @@ bool X11WindowPixmap::handle(const xcb_generic_event_t& event) {
     }
     switch (type) {
     case XCB_CONFIGURE_NOTIFY: {
-        const auto& configured = as<xcb_configure_notify_event_t>(event);
+        const auto& configured = eventAs<xcb_configure_notify_event_t>(event);
         if (configured.window != window_) {
             return false;
         }
@@ -82,18 +77,18 @@ bool X11WindowPixmap::handle(const xcb_generic_event_t& event) {
         return true;
     }
     case XCB_MAP_NOTIFY: {
-        const bool isOurs = as<xcb_map_notify_event_t>(event).window == window_;
+        const bool isOurs = eventAs<xcb_map_notify_event_t>(event).window == window_;
         isMapped_ = isMapped_ || isOurs;
         isNameStale_ = isNameStale_ || isOurs;
         return isOurs;
     }
     case XCB_UNMAP_NOTIFY: {
-        const bool isOurs = as<xcb_unmap_notify_event_t>(event).window == window_;
+        const bool isOurs = eventAs<xcb_unmap_notify_event_t>(event).window == window_;
         isMapped_ = isMapped_ && !isOurs;
         return isOurs;
     }
     case XCB_DESTROY_NOTIFY: {
-        const bool isOurs = as<xcb_destroy_notify_event_t>(event).window == window_;
+        const bool isOurs = eventAs<xcb_destroy_notify_event_t>(event).window == window_;
         isGone_ = isGone_ || isOurs;
         isMapped_ = isMapped_ && !isOurs;
         return isOurs;

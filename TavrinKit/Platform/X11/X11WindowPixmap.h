@@ -39,7 +39,6 @@ public:
 
     // As of the last event that was handled.
     [[nodiscard]] bool isGone() const { return isGone_; }
-    [[nodiscard]] bool isMapped() const { return isMapped_; }
     /// Of the root window, with the X border.
     [[nodiscard]] const X11Rect& area() const { return area_; }
 

@@ -3,15 +3,11 @@
 #include <algorithm>
 
 #include "TavrinKit/Platform/X11/X11Connection.h"
+#include "TavrinKit/Platform/X11/X11Event.h"
 #include "TavrinKit/Platform/X11/X11ServerGrab.h"
 
 namespace tavrin {
 namespace {
-
-template <typename Event>
-const Event& as(const xcb_generic_event_t& event) {
-    return reinterpret_cast<const Event&>(event);
-}
 
 X11Rect shown(const X11WindowStack::Window& window) {
     return window.isMapped ? window.area : X11Rect{};
@@ -74,7 +70,7 @@ std::optional<X11WindowStack::Change> X11WindowStack::handle(const xcb_generic_e
     const std::uint32_t root = connection_.root();
     switch (event.response_type) {
     case XCB_CREATE_NOTIFY: {
-        const auto& created = as<xcb_create_notify_event_t>(event);
+        const auto& created = eventAs<xcb_create_notify_event_t>(event);
         if (created.parent == root && find(created.window) == windows_.end()) {
             windows_.push_back(
                 {created.window,
@@ -84,27 +80,27 @@ std::optional<X11WindowStack::Change> X11WindowStack::handle(const xcb_generic_e
         return std::nullopt;
     }
     case XCB_CONFIGURE_NOTIFY:
-        return as<xcb_configure_notify_event_t>(event).event == root
-                   ? configure(as<xcb_configure_notify_event_t>(event))
+        return eventAs<xcb_configure_notify_event_t>(event).event == root
+                   ? configure(eventAs<xcb_configure_notify_event_t>(event))
                    : std::nullopt;
     case XCB_MAP_NOTIFY: {
-        const auto& mapped = as<xcb_map_notify_event_t>(event);
+        const auto& mapped = eventAs<xcb_map_notify_event_t>(event);
         return mapped.event == root ? show(mapped.window, true) : std::nullopt;
     }
     case XCB_UNMAP_NOTIFY: {
-        const auto& unmapped = as<xcb_unmap_notify_event_t>(event);
+        const auto& unmapped = eventAs<xcb_unmap_notify_event_t>(event);
         return unmapped.event == root ? show(unmapped.window, false) : std::nullopt;
     }
     case XCB_DESTROY_NOTIFY: {
-        const auto& destroyed = as<xcb_destroy_notify_event_t>(event);
+        const auto& destroyed = eventAs<xcb_destroy_notify_event_t>(event);
         return destroyed.event == root ? remove(destroyed.window, true) : std::nullopt;
     }
     case XCB_REPARENT_NOTIFY:
-        return as<xcb_reparent_notify_event_t>(event).event == root
-                   ? reparent(as<xcb_reparent_notify_event_t>(event))
+        return eventAs<xcb_reparent_notify_event_t>(event).event == root
+                   ? reparent(eventAs<xcb_reparent_notify_event_t>(event))
                    : std::nullopt;
     case XCB_CIRCULATE_NOTIFY: {
-        const auto& circulated = as<xcb_circulate_notify_event_t>(event);
+        const auto& circulated = eventAs<xcb_circulate_notify_event_t>(event);
         const auto found = find(circulated.window);
         if (circulated.event != root || found == windows_.end()) {
             return std::nullopt;
