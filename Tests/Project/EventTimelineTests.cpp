@@ -1,4 +1,4 @@
-#include <cmath>
+#include <algorithm>
 #include <limits>
 
 #include <gmock/gmock.h>
@@ -60,15 +60,12 @@ TEST(EventTimelineTests, keepsOnlyUsableEventsInOrderHoweverTheyCome) {
     };
     const EventTimeline whole(mouse, keys, cursors);
     EventTimeline appended;
-    for (const MouseEvent& event : mouse) {
-        appended.append(event);
-    }
-    for (const KeyEvent& event : keys) {
-        appended.append(event);
-    }
-    for (const CursorStateEvent& event : cursors) {
-        appended.append(event);
-    }
+    const auto append = [&](const auto& events) {
+        std::ranges::for_each(events, [&](const auto& event) { appended.append(event); });
+    };
+    append(mouse);
+    append(keys);
+    append(cursors);
     for (const EventTimeline& timeline : {whole, appended}) {
         EXPECT_THAT(times(timeline.mouseEvents()), ElementsAre(-1, 1, 3, 3, 3));
         EXPECT_EQ(timeline.mouseEvents()[2].kind, MouseEventKind::moved);
@@ -98,15 +95,17 @@ TEST(KeyEventTests, normalizesTextAndModifiers) {
 EventTimeline sample() {
     using enum KeyModifier;
     const CursorAppearance arrow = appearance();
-    const CursorAppearance hand = appearance("hand \"é\"", {0, 255, 62, 63});
+    const CursorAppearance hand = appearance("hand \"é😀\\\x01\x7f\"", {0, 255, 62, 63});
     return EventTimeline(
         {{0.1, {0.25, 1.0 / 3}, MouseEventKind::moved, {}}, {2, {0, 1}, MouseEventKind::clicked, 2}},
         {{0.5, "é\"\t", {command, function}, KeyEventContentKind::special, true}, key(1e-7, "a")},
-        {{0, {0, 0}, true, arrow}, {1, {0, 0}, false, hand}, {2, {1e-9, 123456789.123}, true, arrow}});
+        {{0, {0, 0}, true, arrow}, {1, {0, 0}, false, hand}, {2, {1e-9, -1e300}, true, arrow}});
 }
 
 TEST(EventTimelineFileTests, comesBackAndIsPrintedLikeEveryDocument) {
-    for (const EventTimeline& timeline : {sample(), EventTimeline()}) {
+    EventTimeline large; // longer than what is written in one piece
+    large.append(CursorStateEvent{0, {0, 0}, true, appearance("large", Bytes(100000, 7))});
+    for (const EventTimeline& timeline : {sample(), large, EventTimeline()}) {
         const std::string text = encodeEventTimeline(timeline);
         EXPECT_EQ(decodeEventTimeline(text), timeline);
         EXPECT_EQ(encodeJson(parseJson(text)), text);

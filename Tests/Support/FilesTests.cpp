@@ -91,14 +91,11 @@ TEST(LogTests, aFailureIsOneLineWithItsMetadataInOrder) {
 }
 
 TEST(HostClockTests, followsTheWallAndNeverRunsBack) {
-    const double before = double(time(nullptr));
-    double last = HostClock::now();
-    EXPECT_NEAR(last, before, 2);
-    for (int i = 0; i < 1000; ++i) {
-        const double now = HostClock::now();
-        ASSERT_GE(now, last);
-        last = now;
-    }
+    const auto before = double(time(nullptr));
+    const double now = HostClock::now();
+    EXPECT_GE(now, before - 0.1);
+    EXPECT_LE(now, double(time(nullptr)) + 1.1);
+    EXPECT_GE(HostClock::now(), now);
 }
 
 } // namespace
