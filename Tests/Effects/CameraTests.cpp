@@ -35,26 +35,28 @@ TEST(Easing, CurvesRiseFromZeroToOneAndMeetInTheMiddle) {
 
 TEST(CameraAnimator, GoesInHoldsAndComesOut) {
     const ZoomTrack track{{zoom(10, 12, 1.9)}};
-    struct Case {
-        double time;
-        double scale;
-    };
-    for (const Case& c : {Case{9.99, 1}, Case{10, 1}, Case{10.11, 1 + 0.9 * 0.0625}, Case{10.22, 1.45},
-                          Case{10.44, 1.9}, Case{11, 1.9}, Case{11.56, 1.9}, Case{11.78, 1.45}, Case{12, 1},
-                          Case{12.01, 1}, Case{std::numeric_limits<double>::quiet_NaN(), 1}}) {
-        const CameraTransform camera = CameraAnimator().transform(c.time, track);
-        EXPECT_NEAR(camera.scale, c.scale, 1e-9) << c.time;
-        const Vec2 expected = c.scale > 1 ? Vec2{0.25, 0.75} : Vec2{};
-        EXPECT_NEAR(camera.center.x, expected.x, 1e-12) << c.time;
-        EXPECT_NEAR(camera.center.y, expected.y, 1e-12) << c.time;
+    const std::pair<double, double> cases[] = {{9.99, 1},
+                                               {10, 1},
+                                               {10.11, 1 + 0.9 * 0.0625},
+                                               {10.22, 1.45},
+                                               {10.44, 1.9},
+                                               {11, 1.9},
+                                               {11.56, 1.9},
+                                               {11.78, 1.45},
+                                               {12, 1},
+                                               {12.01, 1},
+                                               {std::numeric_limits<double>::quiet_NaN(), 1}};
+    for (const auto& [time, scale] : cases) {
+        const CameraTransform camera = CameraAnimator().transform(time, track);
+        EXPECT_NEAR(camera.scale, scale, 1e-9) << time;
+        const Vec2 expected = scale > 1 ? Vec2{0.25, 0.75} : Vec2{};
+        EXPECT_NEAR(camera.center.x, expected.x, 1e-12) << time;
+        EXPECT_NEAR(camera.center.y, expected.y, 1e-12) << time;
     }
-}
-
-TEST(CameraAnimator, AShortZoomTurnsInItsMiddle) {
-    const ZoomTrack track{{zoom(1, 1.2, 2)}};
-    EXPECT_NEAR(CameraAnimator().transform(1.1, track).scale, 2, 1e-9);
-    EXPECT_NEAR(CameraAnimator().transform(1.05, track).scale, 1.5, 1e-9);
-    EXPECT_NEAR(CameraAnimator().transform(1.15, track).scale, 1.5, 1e-9);
+    const ZoomTrack brief{{zoom(1, 1.2, 2)}}; // too short to hold: it turns in its middle
+    for (const auto& [time, scale] : {std::pair{1.05, 1.5}, {1.1, 2.0}, {1.15, 1.5}}) {
+        EXPECT_NEAR(CameraAnimator().transform(time, brief).scale, scale, 1e-9);
+    }
 }
 
 TEST(CameraAnimator, SegmentsThatCannotZoomDontCount) {

@@ -163,28 +163,6 @@ TEST(CursorRenderer, TheFresherWitnessDecidesTheBase) {
         (Vec2{0.7, 0.8}));
 }
 
-TEST(CursorRenderer, AHiddenCursorLeavesOnlyTheInvisibleHeadOfItsTrail) {
-    CursorStyle style = plainStyle();
-    style.trailStyle = CursorTrailStyle::subtle;
-    style.trailIntensity = 1;
-    std::vector<MouseEvent> mouse;
-    for (int i = 0; i < 40; ++i) {
-        mouse.push_back(moved(1 + i * 0.01, i * 0.01, 0.5));
-    }
-    const CursorFrameState shown = CursorRenderer::frameState(1.4, EventTimeline(mouse), style);
-    ASSERT_EQ(shown.trailPoints.size(), 8U);
-    EXPECT_EQ(shown.trailOpacities.back(), 1);
-    EXPECT_TRUE(std::is_sorted(shown.trailOpacities.begin(), shown.trailOpacities.end()));
-    EXPECT_LE(shown.trailOpacities[6], 0.75);
-
-    const EventTimeline hiding(mouse, {}, {seen(1.2, 0.2, 0.5, false)});
-    const CursorFrameState hidden = CursorRenderer::frameState(1.4, hiding, style);
-    EXPECT_FALSE(hidden.visible);
-    EXPECT_EQ(hidden.opacity, 0);
-    ASSERT_EQ(hidden.trailOpacities.size(), 1U);
-    EXPECT_EQ(hidden.trailOpacities[0], 0);
-}
-
 TEST(CursorRenderer, AFrameStateSurvivesJson) {
     RandomTake take(3);
     const EventTimeline events = take.events();

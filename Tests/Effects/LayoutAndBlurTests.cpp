@@ -1,5 +1,6 @@
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -16,67 +17,58 @@ namespace {
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double inf = std::numeric_limits<double>::infinity();
 
-void expectRect(const Rect& actual, const Rect& expected, const char* what) {
-    EXPECT_NEAR(actual.x, expected.x, 1e-9) << what;
-    EXPECT_NEAR(actual.y, expected.y, 1e-9) << what;
-    EXPECT_NEAR(actual.width, expected.width, 1e-9) << what;
-    EXPECT_NEAR(actual.height, expected.height, 1e-9) << what;
+void expectRect(const Rect& actual, const Rect& expected) {
+    EXPECT_NEAR(actual.x, expected.x, 1e-9);
+    EXPECT_NEAR(actual.y, expected.y, 1e-9);
+    EXPECT_NEAR(actual.width, expected.width, 1e-9);
+    EXPECT_NEAR(actual.height, expected.height, 1e-9);
 }
 
 const Rect frame{100, 200, 1600, 900};
 
 TEST(CameraPiP, StandsInItsCornerAndIgnoresTheCameraWhenFixed) {
-    struct Case {
-        const char* what;
-        CameraPiPAnchor anchor;
-        CameraPiPShape shape;
-        Rect expected;
-    };
+    using enum CameraPiPAnchor;
     // A quarter of the width is 400, a margin of a tenth of the height 90.
-    for (const Case& c : {
-             Case{"top left", CameraPiPAnchor::topLeft, CameraPiPShape::roundedRect, {190, 785, 400, 225}},
-             Case{"top right", CameraPiPAnchor::topRight, CameraPiPShape::roundedRect, {1210, 785, 400, 225}},
-             Case{"bottom left", CameraPiPAnchor::bottomLeft, CameraPiPShape::circle, {190, 290, 400, 400}},
-             Case{
-                 "bottom right", CameraPiPAnchor::bottomRight, CameraPiPShape::circle, {1210, 290, 400, 400}},
-         }) {
+    const std::tuple<CameraPiPAnchor, CameraPiPShape, Rect> cases[] = {
+        {topLeft, CameraPiPShape::roundedRect, {190, 785, 400, 225}},
+        {topRight, CameraPiPShape::roundedRect, {1210, 785, 400, 225}},
+        {bottomLeft, CameraPiPShape::circle, {190, 290, 400, 400}},
+        {bottomRight, CameraPiPShape::circle, {1210, 290, 400, 400}},
+    };
+    for (const auto& [anchor, shape, expected] : cases) {
+        SCOPED_TRACE(int(anchor));
         CameraPiPStyle style;
-        style.anchor = c.anchor;
-        style.shape = c.shape;
+        style.anchor = anchor;
+        style.shape = shape;
         style.widthFraction = 0.25;
         style.marginFraction = 0.1;
-        expectRect(CameraPiPLayoutResolver::rect(frame, style, {{0.1, 0.9}, 3}), c.expected, c.what);
+        expectRect(CameraPiPLayoutResolver::rect(frame, style, {{0.1, 0.9}, 3}), expected);
         style.layoutMode = CameraPiPLayoutMode::focusAware;
         style.focusReactionStrength = 1;
-        expectRect(CameraPiPLayoutResolver::rect(frame, style, {{0.1, 0.9}, 1}), c.expected, c.what);
+        expectRect(CameraPiPLayoutResolver::rect(frame, style, {{0.1, 0.9}, 1}), expected);
     }
 }
 
 TEST(CameraPiP, FullReactionGoesToTheCornerThatOpposesTheFocus) {
-    struct Case {
-        const char* what;
-        Vec2 focus;
-        CameraPiPAnchor expectedAnchor;
+    const std::pair<Vec2, CameraPiPAnchor> cases[] = {
+        {{0.2, 0.2}, CameraPiPAnchor::topRight},     {{0.5, 0.5}, CameraPiPAnchor::topRight},
+        {{0.5, 0.51}, CameraPiPAnchor::bottomRight}, {{0.51, 0.5}, CameraPiPAnchor::topLeft},
+        {{1500, 1000}, CameraPiPAnchor::bottomLeft}, // in pixels
+        {{899, 649}, CameraPiPAnchor::topRight},
     };
-    for (const Case& c : {
-             Case{"low left", {0.2, 0.2}, CameraPiPAnchor::topRight},
-             Case{"middle", {0.5, 0.5}, CameraPiPAnchor::topRight},
-             Case{"high left", {0.5, 0.51}, CameraPiPAnchor::bottomRight},
-             Case{"low right", {0.51, 0.5}, CameraPiPAnchor::topLeft},
-             Case{"high right, in pixels", {1500, 1000}, CameraPiPAnchor::bottomLeft},
-             Case{"low left, in pixels", {899, 649}, CameraPiPAnchor::topRight},
-         }) {
+    for (const auto& [focus, expectedAnchor] : cases) {
         CameraPiPStyle style;
         style.widthFraction = 0.25;
         style.marginFraction = 0.1;
         CameraPiPStyle target = style;
-        target.anchor = c.expectedAnchor;
+        target.anchor = expectedAnchor;
         target.widthFraction = 0.22;
         target.marginFraction = 0.115;
         style.layoutMode = CameraPiPLayoutMode::focusAware;
         style.focusReactionStrength = 1;
-        expectRect(CameraPiPLayoutResolver::rect(frame, style, {c.focus, 2.2}),
-                   CameraPiPLayoutResolver::rect(frame, target, {}), c.what);
+        SCOPED_TRACE(focus.x);
+        expectRect(CameraPiPLayoutResolver::rect(frame, style, {focus, 2.2}),
+                   CameraPiPLayoutResolver::rect(frame, target, {}));
     }
 }
 
@@ -89,7 +81,7 @@ TEST(CameraPiP, HalfAReactionIsHalfTheWay) {
     style.marginFraction = 0.2;
     // Neither shrinks below a tenth nor moves further from the edge than a fifth: only x moves.
     expectRect(CameraPiPLayoutResolver::rect(frame, style, {{0.9, 0.1}, 9}),
-               {280, 380 + (900 - 360 - 90) / 2.0, 160, 90}, "to the top left");
+               {280, 380 + (900 - 360 - 90) / 2.0, 160, 90});
 }
 
 TEST(MotionBlur, OffsetsStraddleTheFrameEvenly) {
@@ -104,48 +96,44 @@ TEST(MotionBlur, OffsetsStraddleTheFrameEvenly) {
 }
 
 TEST(MotionBlur, ShutterAndRateAreHeldToWhatACameraCould) {
-    struct Case {
-        double intensity;
-        double frameRate;
-        double exposure;
-    };
-    for (const Case& c :
-         {Case{0, 60, 0}, Case{1, 60, 0.65 / 60}, Case{nan, 60, 0}, Case{0.5, 1000, 0.5 / 240},
-          Case{0.5, 0.99, 0.5 / 60}, Case{0.5, 1, 0.5}, Case{0.5, nan, 0.5 / 60}, Case{0.5, inf, 0.5 / 60}}) {
+    const std::tuple<double, double, double> cases[] = {{0, 60, 0},
+                                                        {1, 60, 0.65 / 60},
+                                                        {nan, 60, 0},
+                                                        {0.5, 1000, 0.5 / 240},
+                                                        {0.5, 0.99, 0.5 / 60},
+                                                        {0.5, 1, 0.5},
+                                                        {0.5, nan, 0.5 / 60},
+                                                        {0.5, inf, 0.5 / 60}};
+    for (const auto& [intensity, frameRate, exposure] : cases) {
         const MotionBlurPlan plan =
-            MotionBlurEngine::plan({c.intensity}, MotionBlurQualityMode::preview, c.frameRate);
+            MotionBlurEngine::plan({intensity}, MotionBlurQualityMode::preview, frameRate);
         ASSERT_EQ(plan.temporalOffsets.size(), 4U);
-        EXPECT_DOUBLE_EQ(plan.temporalOffsets[3] - plan.temporalOffsets[0], c.exposure) << c.frameRate;
+        EXPECT_DOUBLE_EQ(plan.temporalOffsets[3] - plan.temporalOffsets[0], exposure) << frameRate;
     }
 }
 
 TEST(MotionBlur, SampleTimesStayInTheMovie) {
     MotionBlurPlan plan;
     plan.temporalOffsets = {-0.5, 0, 0.5};
-    struct Case {
-        double center;
-        double duration;
-        MotionBlurTimes expected;
-    };
-    for (const Case& c :
-         {Case{0, 10, {0, 0, 0.5}}, Case{9.75, 10, {9.25, 9.75, 10}}, Case{-3, 10, {0, 0, 0.5}},
-          Case{20, 0, {19.5, 20, 20.5}}, Case{nan, 10, {0, 0, 0.5}}, Case{0, nan, {0, 0, 0.5}}}) {
-        EXPECT_EQ(MotionBlurEngine::sampleTimes(c.center, c.duration, plan), c.expected) << c.center;
+    const std::tuple<double, double, MotionBlurTimes> cases[] = {
+        {0, 10, {0, 0, 0.5}},      {9.75, 10, {9.25, 9.75, 10}}, {-3, 10, {0, 0, 0.5}},
+        {20, 0, {19.5, 20, 20.5}}, {nan, 10, {0, 0, 0.5}},       {0, nan, {0, 0, 0.5}}};
+    for (const auto& [center, duration, expected] : cases) {
+        EXPECT_EQ(MotionBlurEngine::sampleTimes(center, duration, plan), expected) << center;
     }
     EXPECT_EQ(MotionBlurEngine::sampleTimes(3, 10, {}), MotionBlurTimes{3});
 }
 
 TEST(FrameTimes, CountsTheFramesThatStartBeforeTheEnd) {
-    struct Case {
-        double duration;
-        double fps;
-        std::int64_t count;
-    };
-    for (const Case& c : {Case{1, 30, 30}, Case{1.01, 30, 31}, Case{0.001, 30, 1}, Case{1.0 / 30, 30, 1},
-                          Case{0.1 + 0.2, 10, 3}, Case{1.1 * 1.1, 100, 121}, Case{4.35, 100, 435},
-                          Case{0, 30, 0}, Case{-1, 30, 0}, Case{1, 0, 0}, Case{nan, 30, 0}, Case{inf, 30, 0},
-                          Case{1, nan, 0}, Case{3600.0001, 60, 216001}}) {
-        EXPECT_EQ(FrameTimes(c.duration, c.fps).count(), c.count) << c.duration << " s at " << c.fps;
+    const std::tuple<double, double, std::int64_t> cases[] = {{1, 30, 30},        {1.01, 30, 31},
+                                                              {0.001, 30, 1},     {1.0 / 30, 30, 1},
+                                                              {0.1 + 0.2, 10, 3}, {1.1 * 1.1, 100, 121},
+                                                              {4.35, 100, 435},   {0, 30, 0},
+                                                              {-1, 30, 0},        {1, 0, 0},
+                                                              {nan, 30, 0},       {inf, 30, 0},
+                                                              {1, nan, 0},        {3600.0001, 60, 216001}};
+    for (const auto& [duration, fps, count] : cases) {
+        EXPECT_EQ(FrameTimes(duration, fps).count(), count) << duration << " s at " << fps;
     }
     EXPECT_GT(FrameTimes(1e308, 1e308).count(), 0);
 }
