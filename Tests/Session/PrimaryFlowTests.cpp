@@ -12,38 +12,25 @@
 namespace tavrin {
 namespace {
 
-/// A capture that has been running since second 1000 for ten seconds, of a display of 1000 by 500 points.
-class Recording {
-public:
-    Recording() {
-        const std::filesystem::path movie = folder_ / "capture.mov";
-        writeFileAtomically(movie, "pictures");
-        MockScreenStreamCapture::Configuration capture;
-        capture.fixtureURL = movie;
-        capture.startTime = 1000;
-        capture.endTime = 1010;
-        coordinator_ = std::make_shared<CaptureCoordinator>(
-            std::make_shared<MockScreenStreamCapture>(capture), std::make_shared<InputEventRecorder>());
-        options_.target = RecordingTarget::display("main");
-        options_.mappingContext = CaptureCoordinateMappingContext{Rect{0, 0, 1000, 500}, 500};
-    }
-
-    [[nodiscard]] std::filesystem::path take() const { return folder_ / "take"; }
-    [[nodiscard]] const CaptureOptions& options() const { return options_; }
-    [[nodiscard]] const std::shared_ptr<CaptureCoordinator>& coordinator() const { return coordinator_; }
-
-private:
-    test::TemporaryFolder folder_;
-    std::shared_ptr<CaptureCoordinator> coordinator_;
-    CaptureOptions options_;
-};
-
+/// The capture runs from second 1000 on for ten seconds, on a display of 1000 by 500 points.
 TEST(PrimaryFlow, ATakeOpensWithSavedZoomsThatTheFirstUndoTakesAway) {
-    const Recording recording;
-    PrimaryFlowController flow(recording.coordinator());
-    flow.newRecording(recording.take(), recording.options());
-    recording.coordinator()->recordMouseClick(1003, 300, 200, 0);
-    recording.coordinator()->recordMouseClick(1003.5, 300, 200, 0);
+    const test::TemporaryFolder folder;
+    const std::filesystem::path take = folder / "take";
+    MockScreenStreamCapture::Configuration capture;
+    capture.fixtureURL = folder.write("capture.mov", "pictures");
+    capture.startTime = 1000;
+    capture.endTime = 1010;
+    const auto coordinator = std::make_shared<CaptureCoordinator>(
+        std::make_shared<MockScreenStreamCapture>(capture), std::make_shared<InputEventRecorder>());
+    CaptureOptions options;
+    options.target = RecordingTarget::display("main");
+    options.mappingContext = CaptureCoordinateMappingContext{Rect{0, 0, 1000, 500}, 500};
+    PrimaryFlowController flow(coordinator);
+    EXPECT_THROW((void)flow.stopAndOpenEditor(), CaptureCoordinatorError);
+    EXPECT_FALSE(std::filesystem::exists(take));
+    flow.newRecording(take, options);
+    coordinator->recordMouseClick(1003, 300, 200, 0);
+    coordinator->recordMouseClick(1003.5, 300, 200, 0);
     EditorSession session = flow.stopAndOpenEditor();
 
     const ZoomTrack track = session.edits().timeline.zoomTrack;
@@ -51,19 +38,12 @@ TEST(PrimaryFlow, ATakeOpensWithSavedZoomsThatTheFirstUndoTakesAway) {
     EXPECT_NEAR(track.segments[0].startTime, 2.75, 1e-6);
     EXPECT_NEAR(track.segments[0].endTime, 4.5, 1e-6);
     EXPECT_EQ(track.segments[0].scale, 1.9);
-    EXPECT_EQ(ProjectPackage::load(recording.take()).loadEdits(), session.edits());
+    EXPECT_EQ(ProjectPackage::load(take).loadEdits(), session.edits());
 
     EXPECT_TRUE(session.undo());
     EXPECT_EQ(session.edits().timeline, PremiumDefaults::timelineModel());
     EXPECT_EQ(session.edits().audioRouting, AudioRoutingMetadata());
     EXPECT_FALSE(session.canUndo());
-}
-
-TEST(PrimaryFlow, StoppingWithoutARecordingFails) {
-    const Recording recording;
-    PrimaryFlowController flow(recording.coordinator());
-    EXPECT_THROW((void)flow.stopAndOpenEditor(), CaptureCoordinatorError);
-    EXPECT_FALSE(std::filesystem::exists(recording.take()));
 }
 
 TEST(SessionProjectLocator, GivesTheFirstNameThatIsFree) {
