@@ -8,6 +8,7 @@
 #include "TavrinKit/Imaging/PNG.h"
 #include "TavrinKit/Imaging/Raster.h"
 #include "TavrinKit/Imaging/Text.h"
+#include "TestPictures.h"
 
 namespace tavrin {
 namespace {
@@ -29,15 +30,6 @@ double coverage(const PixelBuffer& picture) {
         }
     }
     return sum / 255;
-}
-
-bool areEqual(const PixelBuffer& a, const PixelBuffer& b) {
-    for (int y = 0; y < a.size().height; ++y) {
-        if (!std::equal(a.row(0, y), a.row(0, y) + std::ptrdiff_t(a.size().width) * 4, b.row(0, y))) {
-            return false;
-        }
-    }
-    return a.size() == b.size();
 }
 
 PixelBuffer halfRed() {
@@ -111,15 +103,11 @@ TEST(Raster, NumbersThatAreNoneDrawNothingAndDoNoHarm) {
     EXPECT_EQ(coverage(raster.pixels()), 25);
 }
 
-TEST(PNG, ComesBackAsItWas) {
-    const PixelBuffer picture = halfRed();
-    const auto decoded = decodePNG(bytesOf(encodePNG(picture)));
-    ASSERT_TRUE(decoded);
-    EXPECT_TRUE(areEqual(picture, *decoded));
-}
-
-TEST(PNG, DamageGivesNothing) {
+TEST(PNG, ComesBackAsItWasOrNotAtAll) {
     const std::string png = encodePNG(halfRed());
+    const auto decoded = decodePNG(bytesOf(png));
+    ASSERT_TRUE(decoded);
+    EXPECT_TRUE(testing::sameBytes(halfRed(), *decoded));
     for (std::size_t length = 0; length + 12 < png.size(); ++length) {
         EXPECT_FALSE(decodePNG(bytesOf(png).first(length))) << length;
     }
@@ -153,7 +141,7 @@ TEST(TextLine, StandsUprightOnItsBaseline) {
     line.draw(up, {10, 20}, {1, 1, 1, 1});
     Raster down({120, 60}, Raster::YAxis::down);
     line.draw(down, {10, 40}, {1, 1, 1, 1});
-    EXPECT_TRUE(areEqual(up.pixels(), down.pixels()));
+    EXPECT_TRUE(testing::sameBytes(up.pixels(), down.pixels()));
 
     const PixelBuffer picture = up.pixels();
     const auto ink = [&](int firstRow, int lastRow, int left, int right) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <random>
 
 #include "TavrinKit/Imaging/Image.h"
@@ -35,6 +36,25 @@ inline PixelBuffer screenLike420(PixelSize size, unsigned seed) {
         }
     }
     return buffer;
+}
+
+inline void fill(const PixelBuffer& picture, int plane, std::uint8_t value) {
+    for (int y = 0; y < picture.plane(plane).height; ++y) {
+        std::memset(picture.row(plane, y), value, std::size_t(picture.plane(plane).width));
+    }
+}
+
+inline bool sameBytes(const PixelBuffer& a, const PixelBuffer& b) {
+    for (int plane = 0; plane < a.planeCount(); ++plane) {
+        const PixelBuffer::Plane& p = a.plane(plane);
+        const std::size_t bytes = std::size_t(p.width) * (a.format() == PixelFormat::bgra8 ? 4 : 1);
+        for (int y = 0; y < p.height; ++y) {
+            if (std::memcmp(a.row(plane, y), b.row(plane, y), bytes) != 0) {
+                return false;
+            }
+        }
+    }
+    return true;
 }
 
 /// A round spot with a soft edge, premultiplied.
