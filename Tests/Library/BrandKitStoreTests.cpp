@@ -19,8 +19,6 @@ using testing::HasSubstr;
 
 class BrandKitStoreTests : public testing::Test {
 protected:
-    ~BrandKitStoreTests() override { fs::remove_all(folder_); }
-
     [[nodiscard]] std::vector<std::string> names() {
         std::vector<std::string> result;
         for (const BrandKitPreset& kit : store_.loadPresets()) {
