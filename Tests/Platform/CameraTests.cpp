@@ -18,6 +18,7 @@
 #include "TavrinKit/Platform/V4L2/CameraMode.h"
 #include "TavrinKit/Platform/V4L2/V4L2CameraCapture.h"
 #include "TavrinKit/Support/HostClock.h"
+#include "TestScreen.h"
 
 namespace tavrin::test {
 namespace {
@@ -125,7 +126,8 @@ TEST_F(CameraTests, everyKindOfDeviceIsRecordedWithTheTimesOfItsPictures) {
         const CameraCaptureTrackResult taken = recorder.stop({});
         EXPECT_EQ(camera.mode().format, one.format);
         EXPECT_EQ(taken.mediaURL, movie());
-        EXPECT_NEAR(taken.endedAt, before, 0.05);
+        EXPECT_GE(taken.endedAt, before - 0.05);
+        EXPECT_LE(taken.endedAt, HostClock::now());
         EXPECT_THAT(recorder.warnings(), testing::Each(testing::StartsWith("camera_frames_dropped")));
 
         VideoReader reader(movie());
@@ -173,18 +175,18 @@ TEST_F(CameraTests, theMovieIsCutToTheTakeAndOutlivesTheDevice) {
     EXPECT_THAT(recorder.warnings(), testing::IsEmpty());
 
     recorder.start(options, {}); // and again, until it is pulled out
-    std::this_thread::sleep_for(2s);
-    EXPECT_THAT(recorder.warnings(), testing::ElementsAre("camera_disconnected"));
+    EXPECT_TRUE(eventually([&] { return !recorder.warnings().empty(); }));
     const double present = HostClock::now();
     const CameraCaptureTrackResult cut = recorder.stop({});
-    EXPECT_NEAR(cut.endedAt, present, 0.05);
+    EXPECT_GE(cut.endedAt, present - 0.05);
+    EXPECT_LE(cut.endedAt, HostClock::now());
     EXPECT_NEAR(probeMedia(cut.mediaURL).duration, 1.5, 0.05);
     EXPECT_THAT(recorder.warnings(), testing::ElementsAre("camera_disconnected"));
 
     const FakeCamera camera({.modes = {{V4L2_PIX_FMT_YUYV, {640, 480}, 30}}, .picturesToLive = 12});
     V4L2CameraCapture& unplugged = capture(camera);
     unplugged.start(options, {});
-    std::this_thread::sleep_for(800ms);
+    EXPECT_TRUE(eventually([&] { return !unplugged.warnings().empty(); }));
     EXPECT_EQ(unplugged.stop({}).mediaURL, movie());
     EXPECT_EQ(VideoReader(movie()).info().frameCount, 12);
     EXPECT_THAT(unplugged.warnings(), testing::ElementsAre("camera_disconnected"));
