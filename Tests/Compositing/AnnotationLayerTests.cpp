@@ -33,7 +33,7 @@ std::array<int, 4> at(const AnnotationLayer& annotations, double time, int x, in
     const Image grey = Image::color({0.5, 0.5, 0.5, 1}).cropped(frame);
     const Image image = annotations.overlayAnnotations(grey, time, plain);
     EXPECT_EQ(image.extent(), frame);
-    return test::pixel(test::rendered(image, {double(x), double(y), 1, 1}), 0, 0);
+    return test::pixel(image, x, y);
 }
 
 constexpr std::array bare{128, 128, 128, 255};
@@ -91,7 +91,7 @@ TEST(AnnotationLayer, ShowsEachInItsTimeAndOrder) {
 
 TEST(AnnotationLayer, DrawsPanelsFiguresAndPictures) {
     const test::TemporaryFolder folder;
-    test::writePicture(folder / "green.png", {0, 1, 0, 1}, {30, 20});
+    folder.write("green.png", test::pngOf(Image::color({0, 1, 0, 1}), {30, 20}));
     AnnotationRegion box = region(AnnotationType::image, {0.25, 0.25}, {0.5, 0.5});
     box.style.fillColorHex = "000000ff";
     box.style.strokeWidth = 4;

@@ -5,7 +5,6 @@
 
 #include "TavrinKit/Compositing/CursorLayer.h"
 #include "TavrinKit/Compositing/CursorQualityValidator.h"
-#include "TavrinKit/Imaging/PNG.h"
 #include "TestPictures.h"
 
 namespace tavrin {
@@ -35,8 +34,7 @@ protected:
     }
     /// The recorded image is a full square of one colour.
     void useSquare(int side, Vec2 hotSpot, Vec2 pixelSize, const Color& color) {
-        const std::string png =
-            encodePNG(test::rendered(Image::color(color), {0, 0, double(side), double(side)}));
+        const std::string png = test::pngOf(Image::color(color), {side, side});
         state.appearance = CursorAppearance("square", Bytes(png.begin(), png.end()), hotSpot, pixelSize);
     }
     [[nodiscard]] static bool isGrey(const PixelBuffer& picture, int x, int y) {

@@ -5,7 +5,6 @@
 #include "TavrinKit/Compositing/BackgroundAssetRenderer.h"
 #include "TavrinKit/Compositing/FramingLayer.h"
 #include "TavrinKit/Compositing/HexColor.h"
-#include "TavrinKit/Imaging/PNG.h"
 #include "TestPictures.h"
 
 namespace tavrin {
@@ -31,12 +30,6 @@ FramingStyle onGrey(double padding, ShadowStyle shadow) {
 PixelBuffer background(const BackgroundStyle& style, const Rect& extent,
                        const std::optional<std::filesystem::path>& root = {}) {
     return test::rendered(BackgroundAssetRenderer::image(style, extent, root), extent);
-}
-
-/// A PNG whose red grows from left to right.
-std::string ramp(PixelSize size) {
-    return encodePNG(
-        test::rendered(test::placeColouredPicture(size), {0, 0, double(size.width), double(size.height)}));
 }
 
 TEST(Framing, WithoutPaddingOnlyTheCornersAreCut) {
@@ -89,14 +82,13 @@ TEST(Framing, ShadowBlurEndsAt48) {
 
 TEST(Framing, BackdropIsMadeOnceForASize) {
     const test::TemporaryFolder folder;
-    const auto path = folder.write("wall.png", ramp({90, 60}));
+    const auto path = folder.write("wall.png", test::pngOf(test::placeColouredPicture({90, 60}), {90, 60}));
     const FramingLayer layer({.padding = 20, .background = BackgroundStyle::image(path.string())}, {});
-    const auto before = test::pixel(test::rendered(layer.applyFraming(white()), frame), 5, 5);
+    const auto before = test::pixel(layer.applyFraming(white()), 5, 5);
     std::filesystem::remove(path);
-    EXPECT_EQ(test::pixel(test::rendered(layer.applyFraming(white()), frame), 5, 5), before);
-    const Rect larger{0, 0, 360, 240};
-    const Image other = Image::color({1, 1, 1, 1}).cropped(larger);
-    EXPECT_NE(test::pixel(test::rendered(layer.applyFraming(other), larger), 5, 5), before);
+    EXPECT_EQ(test::pixel(layer.applyFraming(white()), 5, 5), before);
+    const Image other = Image::color({1, 1, 1, 1}).cropped({0, 0, 360, 240});
+    EXPECT_NE(test::pixel(layer.applyFraming(other), 5, 5), before);
 }
 
 TEST(HexColor, ReadsSixOrEightDigits) {
@@ -123,7 +115,7 @@ TEST(HexColor, ReadsSixOrEightDigits) {
 
 TEST(Background, WhatCannotBeReadFallsBack) {
     const test::TemporaryFolder folder;
-    folder.write("ramp.png", ramp({30, 20}));
+    folder.write("ramp.png", test::pngOf(test::placeColouredPicture({30, 20}), {30, 20}));
     folder.write("playlist.png", "#EXTM3U\n#EXTINF:1,\nramp.png\n");
     const std::array<int, 3> lowerLeft{18, 26, 51};
     const std::array<int, 3> upperRight{51, 76, 115};
@@ -148,7 +140,7 @@ TEST(Background, WhatCannotBeReadFallsBack) {
 
 TEST(Background, PictureCoversTheFrameFromItsMiddle) {
     const test::TemporaryFolder folder;
-    folder.write("50%d ramp.png", ramp({300, 100}));
+    folder.write("50%d ramp.png", test::pngOf(test::placeColouredPicture({300, 100}), {300, 100}));
     const Rect extent{0, 0, 120, 100};
     const PixelBuffer picture =
         background(BackgroundStyle::image("\t50%d ramp.png \n"), extent, folder.path());

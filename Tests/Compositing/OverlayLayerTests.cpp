@@ -18,11 +18,6 @@ Image grey(const Rect& rect = wide) {
     return Image::color({0.5, 0.5, 0.5, 1}).cropped(rect);
 }
 
-std::array<int, 4> at(const Image& image, double x, double y) {
-    const Rect pixel{std::floor(x), std::floor(y), 1, 1};
-    return test::pixel(test::rendered(image, pixel), 0, 0);
-}
-
 #define EXPECT_RECT(rect, px, py, w, h)                                                                      \
     do {                                                                                                     \
         const Rect got = rect;                                                                               \
@@ -92,7 +87,7 @@ TEST(TypingLayer, ColoursFollowEmphasisAndOpacity) {
     const Rect panel = TypingLayer::layout(measured, wide).panel;
     const auto seen = [&](double emphasis, double opacity, Vec2 place) {
         const auto state = typed({{"i", TypingChipRole::modifier, emphasis}}, opacity);
-        return at(layer.overlayTyping(grey(), state, wide, plain), place.x, place.y);
+        return test::pixel(layer.overlayTyping(grey(), state, wide, plain), place.x, place.y);
     };
     const Vec2 inChip{panel.minX() + 18 + 6, panel.midY()};
     const Vec2 inPanel{panel.minX() + 9, panel.midY()};
@@ -163,7 +158,7 @@ TEST(WatermarkLayer, PlacesByAnchor) {
 
 TEST(WatermarkLayer, PictureWithShadowFromThePackageOrNothing) {
     const test::TemporaryFolder folder;
-    test::writePicture(folder / "mark.png", {1, 0, 0, 1}, {40, 20});
+    folder.write("mark.png", test::pngOf(Image::color({1, 0, 0, 1}), {40, 20}));
     folder.write("broken.png", "\x89PNG\r\n\x1a\n and no more");
     WatermarkStyle style{.enabled = true,
                          .kind = WatermarkKind::image,
@@ -176,18 +171,18 @@ TEST(WatermarkLayer, PictureWithShadowFromThePackageOrNothing) {
         return WatermarkLayer(style, folder.path()).overlayWatermark(grey(), wide, plain);
     };
     const Rect rect = WatermarkLayer::watermarkRect(wide, style, 2);
-    EXPECT_EQ(at(overlaid(), rect.midX(), rect.midY()), (std::array{255, 0, 0, 255}));
-    EXPECT_NEAR(at(overlaid(), rect.midX(), rect.minY() - 1.6)[0], 128 * (1 - 0.45 / 2), 8);
+    EXPECT_EQ(test::pixel(overlaid(), rect.midX(), rect.midY()), (std::array{255, 0, 0, 255}));
+    EXPECT_NEAR(test::pixel(overlaid(), rect.midX(), rect.minY() - 1.6)[0], 128 * (1 - 0.45 / 2), 8);
     style.shadowEnabled = false;
-    EXPECT_EQ(at(overlaid(), rect.midX(), rect.minY() - 1.6)[0], 128);
+    EXPECT_EQ(test::pixel(overlaid(), rect.midX(), rect.minY() - 1.6)[0], 128);
     style.opacity = 0.5;
-    EXPECT_NEAR(at(overlaid(), rect.midX(), rect.midY())[1], 64, 1);
+    EXPECT_NEAR(test::pixel(overlaid(), rect.midX(), rect.midY())[1], 64, 1);
 
     for (const char* name : {"broken.png", "missing.png", "."}) {
         style.imagePath = name;
         const WatermarkLayer layer(style, folder.path());
         testing::internal::CaptureStderr();
-        EXPECT_EQ(at(layer.overlayWatermark(grey(), wide, plain), rect.midX(), rect.midY())[0], 128);
+        EXPECT_EQ(test::pixel(layer.overlayWatermark(grey(), wide, plain), rect.midX(), rect.midY())[0], 128);
         (void)layer.overlayWatermark(grey(), wide, plain);
         const std::string log = testing::internal::GetCapturedStderr();
         EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
@@ -215,24 +210,25 @@ TEST(CameraPiPLayer, LaysBackdropShadowPictureAndVeil) {
     const Rect rect{640 - 36 - 160, 36, 160, 90};
     style.borderOpacity = 0;
     style.shadowOpacity = 0;
-    EXPECT_EQ(at(overlaid(), rect.midX(), rect.midY()), (std::array{0, 255, 0, 255}));
-    EXPECT_EQ(at(overlaid(), rect.midX(), rect.minY() - 2)[0], 128);
-    EXPECT_EQ(at(overlaid(), rect.minX(), rect.minY())[0], 128) << "round corners";
+    EXPECT_EQ(test::pixel(overlaid(), rect.midX(), rect.midY()), (std::array{0, 255, 0, 255}));
+    EXPECT_EQ(test::pixel(overlaid(), rect.midX(), rect.minY() - 2)[0], 128);
+    EXPECT_EQ(test::pixel(overlaid(), rect.minX(), rect.minY())[0], 128) << "round corners";
     style.borderOpacity = 1;
-    EXPECT_NEAR(at(overlaid(), rect.midX(), rect.midY())[0], 255 * 0.22, 1);
+    EXPECT_NEAR(test::pixel(overlaid(), rect.midX(), rect.midY())[0], 255 * 0.22, 1);
     style.shadowOpacity = 0.5;
-    EXPECT_NEAR(at(overlaid(), rect.midX(), rect.minY() - 3)[0], 128 * (1 - 0.5), 2);
-    EXPECT_EQ(at(overlaid(), rect.midX(), rect.minY() - 4)[0], 128)
+    EXPECT_NEAR(test::pixel(overlaid(), rect.midX(), rect.minY() - 3)[0], 128 * (1 - 0.5), 2);
+    EXPECT_EQ(test::pixel(overlaid(), rect.midX(), rect.minY() - 4)[0], 128)
         << "it ends with the shape's own rectangle";
-    EXPECT_EQ(at(overlaid(), rect.minX() - 1, rect.midY())[0], 128);
+    EXPECT_EQ(test::pixel(overlaid(), rect.minX() - 1, rect.midY())[0], 128);
     style.backgroundTreatment = CameraPiPBackgroundTreatment::plate;
-    EXPECT_LT(at(overlaid(), rect.minX() - 4, rect.midY())[0], 75);
-    EXPECT_EQ(at(overlaid(), rect.minX() - 11, rect.midY())[0], 128) << "6 % of 160, rounded up, and no more";
+    EXPECT_LT(test::pixel(overlaid(), rect.minX() - 4, rect.midY())[0], 75);
+    EXPECT_EQ(test::pixel(overlaid(), rect.minX() - 11, rect.midY())[0], 128)
+        << "6 % of 160, rounded up, and no more";
     style.backgroundTreatment = CameraPiPBackgroundTreatment::glow;
-    EXPECT_GT(at(overlaid(), rect.midX(), rect.maxY() + 16)[2], 129);
+    EXPECT_GT(test::pixel(overlaid(), rect.midX(), rect.maxY() + 16)[2], 129);
     style.shape = CameraPiPShape::circle;
     style.widthFraction = 1.0 / 640;
-    EXPECT_EQ(at(overlaid(), 640 - 36 - 1, 36)[0], 128) << "no picture of one pixel";
+    EXPECT_EQ(test::pixel(overlaid(), 640 - 36 - 1, 36)[0], 128) << "no picture of one pixel";
 }
 
 } // namespace

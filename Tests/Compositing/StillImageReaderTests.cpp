@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "TavrinKit/Imaging/PNG.h"
 #include "TavrinKit/Media/StillImageReader.h"
 #include "TestPictures.h"
 
@@ -24,10 +23,6 @@ MediaErrorKind failure(const std::filesystem::path& path, const StillImageLimits
     return MediaErrorKind::outOfOrder;
 }
 
-std::string plainPNG(PixelSize size, const Color& color) {
-    return encodePNG(test::rendered(Image::color(color), {0, 0, double(size.width), double(size.height)}));
-}
-
 TEST(StillImageReader, TurnsAPhotographUpright) {
     const test::TemporaryFolder folder;
     Bytes bytes;
@@ -45,7 +40,7 @@ TEST(StillImageReader, TurnsAPhotographUpright) {
 
 TEST(StillImageReader, PremultipliesAndShrinks) {
     const test::TemporaryFolder folder;
-    const auto path = folder.write("thin", plainPNG({60, 40}, {1, 0.5, 0, 0.4}));
+    const auto path = folder.write("thin", test::pngOf(Image::color({1, 0.5, 0, 0.4}), {60, 40}));
     EXPECT_EQ(test::pixel(readStillImage(path), 30, 20), (std::array{102, 51, 0, 102}));
     const PixelBuffer small = readStillImage(path, {.longerSide = 15});
     EXPECT_EQ(small.size(), (PixelSize{15, 10}));
@@ -54,7 +49,7 @@ TEST(StillImageReader, PremultipliesAndShrinks) {
 
 TEST(StillImageReader, RefusesWhatIsNoPictureOrTooMuch) {
     const test::TemporaryFolder folder;
-    const std::string png = plainPNG({300, 200}, {0, 1, 0, 1});
+    const std::string png = test::pngOf(Image::color({0, 1, 0, 1}), {300, 200});
     const auto good = folder.write("good.png", png);
     EXPECT_EQ(failure(folder.write("empty.png", "")), MediaErrorKind::unreadable);
     EXPECT_EQ(failure(folder.write("words.jpg", "no picture at all, but a few words")),

@@ -133,7 +133,7 @@ TEST_F(TemporalMotionBlur, SamplesOfOtherSizesFillTheFrame) {
         SCOPED_TRACE(c.name);
         const Image aligned = alignedTemporalSample(sample, c.target);
         EXPECT_EQ(aligned.extent(), c.target);
-        EXPECT_NEAR(test::pixel(test::rendered(aligned, c.target), 0, 5)[0], c.redAtLeft, 2);
+        EXPECT_NEAR(test::pixel(aligned, c.target.x, c.target.y + 5)[0], c.redAtLeft, 2);
         EXPECT_EQ(requiresCenterFrameReuse(sample.extent(), c.target), c.isUnusable);
     }
     EXPECT_TRUE(requiresCenterFrameReuse({0, 0, 64, 0.1}, {0, 0, 64, 0.1}));

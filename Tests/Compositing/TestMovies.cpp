@@ -1,6 +1,5 @@
 #include "TestMovies.h"
 
-#include <cmath>
 #include <cstring>
 
 #include "TavrinKit/Media/MovieWriter.h"
@@ -51,8 +50,7 @@ MediaAsset greyMovie(const TemporaryFolder& folder, const std::vector<double>& t
 }
 
 double numberIn(const Image& image) {
-    const Rect middle{std::floor(image.extent().midX()), std::floor(image.extent().midY()), 1, 1};
-    const double red = pixel(rendered(image, middle), 0, 0)[0];
+    const double red = pixel(image, image.extent().midX(), image.extent().midY())[0];
     return (16 + red * 219 / 255 - 20) / 2;
 }
 

@@ -1,13 +1,13 @@
 #include "TestPictures.h"
 
-#include <algorithm>
+#include <cmath>
 
+#include "Imaging/TestPictures.h"
 #include "TavrinKit/Imaging/ImageRenderer.h"
 #include "TavrinKit/Imaging/PNG.h"
-#include "TavrinKit/Imaging/Raster.h"
-#include "TavrinKit/Support/Files.h"
 
 namespace tavrin::test {
+
 Image placeColouredPicture(PixelSize size) {
     const PixelBuffer picture = PixelBuffer::allocate(PixelFormat::bgra8, size);
     for (int y = 0; y < size.height; ++y) {
@@ -22,10 +22,8 @@ Image placeColouredPicture(PixelSize size) {
     return Image::pixels(picture);
 }
 
-void writePicture(const std::filesystem::path& path, const Color& color, PixelSize size) {
-    Raster raster(size);
-    raster.fillRoundedRectangle({0, 0, double(size.width), double(size.height)}, 0, color);
-    writeFileAtomically(path, encodePNG(raster.pixels()));
+std::string pngOf(const Image& image, PixelSize size) {
+    return encodePNG(rendered(image, {0, 0, double(size.width), double(size.height)}));
 }
 
 PixelBuffer rendered(const Image& image, const Rect& rect) {
@@ -37,12 +35,12 @@ std::array<int, 4> pixel(const PixelBuffer& picture, int x, int yUpward) {
     return {p[2], p[1], p[0], p[3]};
 }
 
+std::array<int, 4> pixel(const Image& image, double x, double yUpward) {
+    return pixel(rendered(image, {std::floor(x), std::floor(yUpward), 1, 1}), 0, 0);
+}
+
 bool areEqual(const PixelBuffer& a, const PixelBuffer& b) {
-    bool equal = a.size() == b.size();
-    for (int y = 0; equal && y < a.size().height; ++y) {
-        equal = std::equal(a.row(0, y), a.row(0, y) + std::ptrdiff_t(a.size().width) * 4, b.row(0, y));
-    }
-    return equal;
+    return testing::sameBytes(a, b);
 }
 
 } // namespace tavrin::test

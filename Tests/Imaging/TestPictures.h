@@ -45,6 +45,9 @@ inline void fill(const PixelBuffer& picture, int plane, std::uint8_t value) {
 }
 
 inline bool sameBytes(const PixelBuffer& a, const PixelBuffer& b) {
+    if (a.size() != b.size() || a.format() != b.format()) {
+        return false;
+    }
     for (int plane = 0; plane < a.planeCount(); ++plane) {
         const PixelBuffer::Plane& p = a.plane(plane);
         const std::size_t bytes = std::size_t(p.width) * (a.format() == PixelFormat::bgra8 ? 4 : 1);
