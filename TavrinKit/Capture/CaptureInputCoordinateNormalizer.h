@@ -43,10 +43,6 @@ public:
     ///         event that lies elsewhere
     [[nodiscard]] std::optional<Vec2> normalizedLocation(Vec2 location, double time) const;
 
-    [[nodiscard]] const std::vector<ResolvedGeometrySample>& geometrySamples() const {
-        return geometrySamples_;
-    }
-
 private:
     [[nodiscard]] std::optional<Vec2> locationInWindow(Vec2 location, double time) const;
 

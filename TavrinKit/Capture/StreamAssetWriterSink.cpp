@@ -112,10 +112,6 @@ StreamAssetWriterSink::~StreamAssetWriterSink() {
     }
 }
 
-bool StreamAssetWriterSink::hasAudioInput() const {
-    return core_->hasAudioInput;
-}
-
 void StreamAssetWriterSink::appendVideo(VideoSample sample) noexcept {
     if (std::isnan(core_->firstSampleTime.load())) {
         core_->firstSampleTime = sample.presentationTime;

@@ -41,8 +41,6 @@ public:
     StreamAssetWriterSink(const StreamAssetWriterSink&) = delete;
     StreamAssetWriterSink& operator=(const StreamAssetWriterSink&) = delete;
 
-    [[nodiscard]] bool hasAudioInput() const;
-
     /// A sample without a picture leaves no trace but its time.
     void appendVideo(VideoSample sample) noexcept;
     /// Ignored without an audio input.

@@ -197,6 +197,10 @@ TEST_F(DesktopStreamCaptureTest, AMicrophoneThatFailsEndsTheStartOrTheStop) {
     capture->start(options, {});
     EXPECT_EQ(stopFailure(*capture), Kind::microphoneStopFailed);
     EXPECT_TRUE(log->text().ends_with("mic.stop camera.cancel")) << log->text();
+    std::stop_source cancelled;
+    cancelled.request_stop();
+    capture->start(options, {});
+    EXPECT_THROW(static_cast<void>(capture->stop(cancelled.get_token())), CancellationError);
     capture->start(options, {});
     services.microphonePermissions = std::make_shared<FixedPermission>(false);
     EXPECT_EQ(startFailure(*makeCapture()), Kind::microphonePermissionDenied);
