@@ -216,9 +216,6 @@ TEST(CursorGlyphTests, everyKindHasAShapeAndAPlaceThatPoints) {
         }
     }
     EXPECT_THAT(tips, ElementsAre(arrow, pointingHand, contextualMenu, alias));
-    EXPECT_EQ(CursorGlyph::path(contextualMenu).polygons[0].points,
-              CursorGlyph::path(arrow).polygons[0].points);
-    EXPECT_EQ(CursorGlyph::path(zoomIn).polygons.size(), CursorGlyph::path(zoomOut).polygons.size() + 1);
 }
 
 } // namespace

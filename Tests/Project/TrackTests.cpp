@@ -34,15 +34,14 @@ std::vector<int> ids(const auto& records) {
 }
 
 TEST(TrackTests, everyTrackHasItsOwnOrder) {
-    const ZoomTrack zoom{
-        {{.id = id(3), .startTime = 2}, {.id = id(2), .startTime = 1}, {.id = id(1), .startTime = 2}}};
-    EXPECT_THAT(ids(zoom.normalized().segments), ElementsAre(2, 3, 1)); // by start alone
-    const SpeedTrack speed{
-        {{.id = id(3), .startTime = 2}, {.id = id(2), .startTime = 1}, {.id = id(1), .startTime = 2}}};
-    EXPECT_THAT(ids(speed.normalized().regions), ElementsAre(2, 1, 3));
-    const ExtraAudioTrack audio{
-        {{.id = id(3), .startTime = 2}, {.id = id(2), .startTime = 1}, {.id = id(1), .startTime = 2}}};
-    EXPECT_THAT(ids(audio.normalized().regions), ElementsAre(2, 1, 3));
+    const auto order = [](auto track, auto records) {
+        track.*records = {
+            {.id = id(3), .startTime = 2}, {.id = id(2), .startTime = 1}, {.id = id(1), .startTime = 2}};
+        return ids(track.normalized().*records);
+    };
+    EXPECT_THAT(order(ZoomTrack(), &ZoomTrack::segments), ElementsAre(2, 3, 1)); // by start alone
+    EXPECT_THAT(order(SpeedTrack(), &SpeedTrack::regions), ElementsAre(2, 1, 3));
+    EXPECT_THAT(order(ExtraAudioTrack(), &ExtraAudioTrack::regions), ElementsAre(2, 1, 3));
     const AnnotationTrack annotations{{{.id = id(1), .startTime = 0, .zIndex = 1},
                                        {.id = id(2), .startTime = 5, .zIndex = 0},
                                        {.id = id(4), .startTime = 4, .zIndex = 0},
@@ -67,20 +66,17 @@ TEST(TrackTests, boundsOfARegionMove) {
         {{}, 1, {2, 2}, {2, 2}},    {5, 4.5, {5, 5}, {5, 5}}, {{}, 9, {2, 9}, {2, 9}},
         {nan, nan, {0, 0}, {0, 0}}, {{}, {}, {2, 4}, {2, 4}},
     };
-    for (const auto& [start, end, zoom, speed] : cases) {
-        ZoomTrack zoomTrack{
-            {{.id = id(1), .startTime = 2, .endTime = 4}, {.id = id(2), .startTime = 3, .endTime = 4}}};
-        zoomTrack.updateBounds(id(1), start, end);
-        const auto& moved = zoomTrack.segments[zoom.startTime > 3 ? 1 : 0];
-        EXPECT_EQ(moved.id, id(1));
-        EXPECT_EQ((ClipTimeRange{moved.startTime, moved.endTime}), zoom);
-
-        SpeedTrack speedTrack{
-            {{.id = id(1), .startTime = 2, .endTime = 4}, {.id = id(2), .startTime = 3, .endTime = 4}}};
-        speedTrack.updateBounds(id(1), start, end);
-        const auto& retimed = speedTrack.regions[speed.startTime > 3 ? 1 : 0];
-        EXPECT_EQ(retimed.id, id(1));
-        EXPECT_EQ((ClipTimeRange{retimed.startTime, retimed.endTime}), speed);
+    for (const auto& c : cases) {
+        const auto check = [&](auto track, auto records, const ClipTimeRange& expected) {
+            track.*records = {{.id = id(1), .startTime = 2, .endTime = 4},
+                              {.id = id(2), .startTime = 3, .endTime = 4}};
+            track.updateBounds(id(1), c.start, c.end);
+            const auto& moved = (track.*records)[expected.startTime > 3 ? 1 : 0];
+            EXPECT_EQ(moved.id, id(1));
+            EXPECT_EQ((ClipTimeRange{moved.startTime, moved.endTime}), expected);
+        };
+        check(ZoomTrack(), &ZoomTrack::segments, c.zoom);
+        check(SpeedTrack(), &SpeedTrack::regions, c.speed);
     }
 }
 

@@ -138,14 +138,11 @@ TEST(VideoTrack, AnOverlapIsReportedAfterTheEdit) {
         EXPECT_EQ(error.lane(), 3);
     }
     EXPECT_EQ(track.clips.size(), 4U);
-    EXPECT_EQ(failureOf([] {
-                  VideoTrack{{clip(1, {0, 2}), clip(2, {1.9999, 3})}, {}}.assertNoOverlap();
-              }),
-              std::nullopt);
-    EXPECT_EQ(failureOf([] {
-                  VideoTrack{{clip(2, {1.9998, 3}), clip(1, {0, 2})}, {}}.assertNoOverlap();
-              }),
-              Kind::overlapDetected);
+    const auto overlap = [](double start) {
+        return failureOf([&] { VideoTrack{{clip(2, {start, 3}), clip(1, {0, 2})}, {}}.assertNoOverlap(); });
+    };
+    EXPECT_EQ(overlap(1.9999), std::nullopt);
+    EXPECT_EQ(overlap(1.9998), Kind::overlapDetected);
 }
 
 TEST(VideoTrack, ATakeIsTriedGivenUpAndCommitted) {
