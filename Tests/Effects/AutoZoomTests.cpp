@@ -1,4 +1,6 @@
+#include <array>
 #include <limits>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -20,28 +22,23 @@ EventTimeline clicksAt(const std::vector<double>& times) {
 }
 
 TEST(AutoZoomGenerator, ClustersByTheGapToTheLastClick) {
-    struct Expected {
-        double start;
-        double end;
-        double focusX;
-    };
-    struct Case {
+    const struct {
         std::vector<double> clicks;
-        std::vector<Expected> zooms;
+        std::vector<std::array<double, 3>> zooms; ///< start, end, the focus's x
+    } cases[] = {
+        {{}, {}},
+        {{0.125}, {{0, 1.125, 0.0125}}},
+        {{1, 2, 3}, {{0.75, 4, 0.2}}},
+        {{1, 2.01}, {{0.75, 2, 0.1}, {1.76, 3.01, 0.201}}},
+        {{1, 1.5, 4, 4}, {{0.75, 2.5, 0.125}, {3.75, 5, 0.4}}},
     };
-    for (const Case& c : {
-             Case{{}, {}},
-             Case{{0.125}, {{0, 1.125, 0.0125}}},
-             Case{{1, 2, 3}, {{0.75, 4, 0.2}}},
-             Case{{1, 2.01}, {{0.75, 2, 0.1}, {1.76, 3.01, 0.201}}},
-             Case{{1, 1.5, 4, 4}, {{0.75, 2.5, 0.125}, {3.75, 5, 0.4}}},
-         }) {
+    for (const auto& c : cases) {
         const auto zooms = AutoZoomGenerator().generate(clicksAt(c.clicks), AutoZoomConfig::standard());
         ASSERT_EQ(zooms.size(), c.zooms.size());
         for (std::size_t i = 0; i < zooms.size(); ++i) {
-            EXPECT_NEAR(zooms[i].startTime, c.zooms[i].start, 1e-12);
-            EXPECT_NEAR(zooms[i].endTime, c.zooms[i].end, 1e-12);
-            EXPECT_NEAR(zooms[i].focus.x, c.zooms[i].focusX, 1e-12);
+            EXPECT_NEAR(zooms[i].startTime, c.zooms[i][0], 1e-12);
+            EXPECT_NEAR(zooms[i].endTime, c.zooms[i][1], 1e-12);
+            EXPECT_NEAR(zooms[i].focus.x, c.zooms[i][2], 1e-12);
             EXPECT_DOUBLE_EQ(zooms[i].focus.y, 0.5);
             EXPECT_EQ(zooms[i].scale, 1.9);
             EXPECT_TRUE(zooms[i].enabled);
@@ -62,24 +59,20 @@ ZoomSegment zoom(double start, double end, Vec2 focus) {
 }
 
 TEST(AutoZoomMerge, DuplicatesAreNearInTimeAndPlace) {
-    struct Case {
-        const char* what;
-        ZoomSegment existing;
-        bool duplicate;
-    };
     const ZoomSegment proposed = zoom(10, 12, {0.5, 0.5});
-    for (const Case& c : {
-             Case{"same", zoom(10, 12, {0.5, 0.5}), true},
-             Case{"centres half a second apart, no overlap needed", zoom(11.5, 11.5, {0.5, 0.5}), true},
-             Case{"overlaps half of the shorter", zoom(11, 13, {0.5, 0.5}), true},
-             Case{"overlaps less", zoom(11.01, 13.01, {0.5, 0.5}), false},
-             Case{"inside a long one", zoom(0, 30, {0.5, 0.5}), true},
-             Case{"elsewhere in time", zoom(20, 22, {0.5, 0.5}), false},
-             Case{"within the distance", zoom(10, 12, {0.57, 0.59}), true},
-             Case{"beyond the distance", zoom(10, 12, {0.59, 0.59}), false},
-             Case{"other unit", zoom(10, 12, {640, 360}), false},
-         }) {
-        EXPECT_EQ(AutoZoomMerge::isDuplicate(proposed, c.existing), c.duplicate) << c.what;
+    const std::tuple<const char*, ZoomSegment, bool> cases[] = {
+        {"same", zoom(10, 12, {0.5, 0.5}), true},
+        {"centres half a second apart, no overlap needed", zoom(11.5, 11.5, {0.5, 0.5}), true},
+        {"overlaps half of the shorter", zoom(11, 13, {0.5, 0.5}), true},
+        {"overlaps less", zoom(11.01, 13.01, {0.5, 0.5}), false},
+        {"inside a long one", zoom(0, 30, {0.5, 0.5}), true},
+        {"elsewhere in time", zoom(20, 22, {0.5, 0.5}), false},
+        {"within the distance", zoom(10, 12, {0.57, 0.59}), true},
+        {"beyond the distance", zoom(10, 12, {0.59, 0.59}), false},
+        {"other unit", zoom(10, 12, {640, 360}), false},
+    };
+    for (const auto& [what, existing, duplicate] : cases) {
+        EXPECT_EQ(AutoZoomMerge::isDuplicate(proposed, existing), duplicate) << what;
     }
     const ZoomSegment pixels = zoom(10, 12, {640, 360});
     EXPECT_TRUE(AutoZoomMerge::isDuplicate(pixels, zoom(10, 12, {640, 440})));
