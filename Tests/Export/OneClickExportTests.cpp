@@ -3,7 +3,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <optional>
 #include <random>
 #include <string>
 #include <thread>
@@ -52,16 +51,40 @@ EditorSession sessionWithoutFiles(const TemporaryFolder& folder) {
     return {ProjectPackage(folder / "package", {}), std::make_shared<EventTimeline>(), {}};
 }
 
+struct Outcome {
+    std::vector<ExportProgressUpdate> told;
+    ExportResult result;
+    std::string failure; ///< empty when there is a movie
+};
+
+/// Exports to out.mp4 in the folder. Whoever listens fails when the movie is in its place.
+Outcome exportScripted(const TemporaryFolder& folder, const std::shared_ptr<MP4Exporting>& exporter,
+                       const std::shared_ptr<ScriptedRenderer>& renderer, int maxRetries,
+                       const ExportReliabilityGuard::Validator& validator = pass,
+                       const ExportPreset& preset = smallPreset()) {
+    Outcome outcome;
+    try {
+        outcome.result = oneClick(exporter, renderer, maxRetries, validator)
+                             .exportMovie(sessionWithoutFiles(folder), folder / "out.mp4", preset,
+                                          [&](const ExportProgressUpdate& u) {
+                                              outcome.told.push_back(u);
+                                              if (u.message == "Export completed.") {
+                                                  throw std::runtime_error("nobody listens any more");
+                                              }
+                                          });
+    } catch (const std::exception& error) {
+        outcome.failure = error.what();
+    }
+    return outcome;
+}
+
 TEST(OneClickExportTests, TellsOfADirectExportAndItsFallbackToTheLetter) {
     const TemporaryFolder folder;
     const fs::path bake = folder / "baked.mov";
     const fs::path destination = folder / "out.mp4";
-    const auto exporter = std::make_shared<MockMP4Exporter>(2);
     const auto renderer = std::make_shared<ScriptedRenderer>();
     std::size_t filesDuringBake = 0;
-    renderer->onPrepare = [] {
-        return toCompose();
-    };
+    renderer->onPrepare = toCompose;
     renderer->onBake = [&] {
         filesDuringBake = folder.names().size();
         writeFileAtomically(bake, "baked");
@@ -70,16 +93,14 @@ TEST(OneClickExportTests, TellsOfADirectExportAndItsFallbackToTheLetter) {
     ExportPreset preset = smallPreset();
     preset.container = ExportContainer::mov;
     preset.fps = 500;
-    std::vector<ExportProgressUpdate> told;
-    const ExportResult result = oneClick(exporter, renderer, 1, pass)
-                                    .exportMovie(sessionWithoutFiles(folder), destination, preset,
-                                                 [&](const ExportProgressUpdate& u) { told.push_back(u); });
+    const Outcome outcome =
+        exportScripted(folder, std::make_shared<MockMP4Exporter>(2), renderer, 1, pass, preset);
     const auto share = [](double base, double span, double fraction) {
         return base + span * fraction;
     };
     const double reached = share(0.22, 0.76, 0.99);
     EXPECT_THAT(
-        told,
+        outcome.told,
         ElementsAre(
             update(preparing, 0.02, "Preparing export pipeline."),
             update(preparing, 0.05,
@@ -103,8 +124,9 @@ TEST(OneClickExportTests, TellsOfADirectExportAndItsFallbackToTheLetter) {
             update(transcoding, reached, "Transcoding export attempt 1 of 2."),
             update(validating, reached, "Validating exported media."),
             update(completed, 0.98, "Export validation passed."), update(completed, 1, "Export completed.")));
+    EXPECT_EQ(outcome.failure, "");
     EXPECT_EQ(filesDuringBake, 0U);
-    EXPECT_EQ(result.outputURL, destination);
+    EXPECT_EQ(outcome.result.outputURL, destination);
     EXPECT_EQ(readFile(destination), "mock-mp4");
     EXPECT_EQ(folder.names().size(), 1U) << "the bake has gone";
     EXPECT_EQ(renderer->bakedPresets.at(0).fps, 120);
@@ -129,19 +151,18 @@ TEST(OneClickExportTests, TellsOfMediaThatNeedNoComposition) {
                 writeFileAtomically(request.destinationURL, "movie");
                 return ExportResult{.outputURL = request.destinationURL, .durationSeconds = 1};
             }});
-        std::vector<ExportProgressUpdate> told;
-        oneClick(exporter, renderer, 0, pass)
-            .exportMovie(sessionWithoutFiles(folder), folder / "out.mp4", smallPreset(),
-                         [&](const ExportProgressUpdate& u) { told.push_back(u); });
-        EXPECT_THAT(told, ElementsAre(update(preparing, 0.02, "Preparing export pipeline."),
-                                      update(preparing, 0.08, "Preparing effects for export."),
-                                      isBaked ? update(baking, 0.42, "Effects baked successfully.")
-                                              : update(preparing, 0.12, "Source media is ready for export."),
-                                      update(transcoding, 0.45, "Starting MP4 transcoding."),
-                                      update(transcoding, 0.45, "Starting export attempt 1 of 1."),
-                                      update(validating, 0.45 + 0.53 * 0.98, "Validating exported media."),
-                                      update(completed, 0.98, "Export validation passed."),
-                                      update(completed, 1, "Export completed.")));
+        const Outcome outcome = exportScripted(folder, exporter, renderer, 0);
+        EXPECT_EQ(outcome.failure, "");
+        EXPECT_THAT(outcome.told,
+                    ElementsAre(update(preparing, 0.02, "Preparing export pipeline."),
+                                update(preparing, 0.08, "Preparing effects for export."),
+                                isBaked ? update(baking, 0.42, "Effects baked successfully.")
+                                        : update(preparing, 0.12, "Source media is ready for export."),
+                                update(transcoding, 0.45, "Starting MP4 transcoding."),
+                                update(transcoding, 0.45, "Starting export attempt 1 of 1."),
+                                update(validating, 0.45 + 0.53 * 0.98, "Validating exported media."),
+                                update(completed, 0.98, "Export validation passed."),
+                                update(completed, 1, "Export completed.")));
         EXPECT_EQ(exporter->requests.at(0).sourceURL, isBaked ? bake : fs::path("screen.mov"));
         EXPECT_EQ(folder.names().size(), 1U);
         removeFile(folder / "out.mp4");
@@ -154,9 +175,6 @@ TEST(OneClickExportTests, AFailureLeavesTheFolderAsItWas) {
     const TemporaryFolder folder;
     const fs::path destination = folder / "out.mp4";
     writeFileAtomically(destination, "an older movie");
-    const auto direct = [] {
-        return toCompose();
-    };
     const auto baked = [&] {
         writeFileAtomically(folder / "baked.mov", "baked");
         return EffectBakeResult{folder / "baked.mov", true};
@@ -177,13 +195,13 @@ TEST(OneClickExportTests, AFailureLeavesTheFolderAsItWas) {
     const std::vector<Case> cases{
         {"nothing to prepare",
          []() -> PreparedEffectExport { throw std::runtime_error("nothing to prepare"); }, baked, 0, pass},
-        {"no room to bake", direct, cannotBake, 9, pass},
-        {"no room to bake", direct, cannotBake, 0, reject},
-        {"MP4 export failed.", direct, baked, 9, pass},
-        {"rejected", direct, baked, 0, reject},
+        {"no room to bake", toCompose, cannotBake, 9, pass},
+        {"no room to bake", toCompose, cannotBake, 0, reject},
+        {"MP4 export failed.", toCompose, baked, 9, pass},
+        {"rejected", toCompose, baked, 0, reject},
         {"MP4 export cancelled.", []() -> PreparedEffectExport { throw ExportError::cancelled(); }, baked, 0,
          pass},
-        {"The operation was cancelled.", direct, cannotBake, 0,
+        {"The operation was cancelled.", toCompose, cannotBake, 0,
          [](const ExportResult&, const std::stop_token&) {
              throw CancellationError();
          }},
@@ -192,20 +210,11 @@ TEST(OneClickExportTests, AFailureLeavesTheFolderAsItWas) {
         const auto renderer = std::make_shared<ScriptedRenderer>();
         renderer->onPrepare = c.prepare;
         renderer->onBake = c.bake;
-        std::string sentence;
-        double last = 0;
-        try {
-            oneClick(std::make_shared<MockMP4Exporter>(c.failures), renderer, 1, c.validator)
-                .exportMovie(sessionWithoutFiles(folder), destination, smallPreset(),
-                             [&](const ExportProgressUpdate& u) {
-                                 EXPECT_GE(u.fractionCompleted, last);
-                                 last = u.fractionCompleted;
-                             });
-        } catch (const std::exception& error) {
-            sentence = error.what();
-        }
-        EXPECT_EQ(sentence, c.sentence);
-        EXPECT_LT(last, 1);
+        const Outcome outcome =
+            exportScripted(folder, std::make_shared<MockMP4Exporter>(c.failures), renderer, 1, c.validator);
+        EXPECT_EQ(outcome.failure, c.sentence);
+        EXPECT_TRUE(std::ranges::is_sorted(outcome.told, {}, &ExportProgressUpdate::fractionCompleted));
+        EXPECT_LT(outcome.told.back().fractionCompleted, 1);
         EXPECT_EQ(readFile(destination), "an older movie");
         EXPECT_EQ(folder.names().size(), 1U) << c.sentence;
     }
@@ -213,7 +222,14 @@ TEST(OneClickExportTests, AFailureLeavesTheFolderAsItWas) {
 
 TEST(OneClickExportTests, PresetsAndDestinationsThatWillNotDoAreRefusedBeforeAnyWork) {
     const TemporaryFolder folder;
-    const EditorSession session = makeTake(folder);
+    const EditorSession session = makeTake(folder, [](TimelineModel& timeline) {
+        timeline.framingTrack.style.background.content = BackgroundStyle::Image{"../background.png"};
+        timeline.watermarkTrack.style.imagePath = "../watermark.png";
+        timeline.annotationTrack.regions.emplace_back().imagePath = " ../annotation.png";
+    });
+    for (const char* picture : {"background.png", "watermark.png", "annotation.png"}) {
+        writeFileAtomically(folder / picture, "a picture");
+    }
     fs::create_directory(folder / "folder");
     fs::create_symlink("package/screen.mov", folder / "alias.mov");
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
@@ -238,6 +254,9 @@ TEST(OneClickExportTests, PresetsAndDestinationsThatWillNotDoAreRefusedBeforeAny
         {"folder", "Choose another name."},
         {"package/screen.mov", "Choose another name."},
         {"alias.mov", "Choose another name."},
+        {"background.png", "Choose another name."},
+        {"watermark.png", "Choose another name."},
+        {"annotation.png", "Choose another name."},
         {"pipe", "Unable to replace"},
         {"missing/out.mp4", "Check that the folder still exists."},
         {"alias.mov/out.mp4", "Check that the folder still exists."},
@@ -331,26 +350,19 @@ private:
 };
 
 TEST(OneClickExportTests, CancellingAtAnyMomentLeavesTheFolderAsItWas) {
-    using Clock = std::chrono::steady_clock;
     const TemporaryFolder folder;
     const TemporaryFolder temporary;
     const EditorSession session = makeTake(folder, {}, {.microphone = true});
     const fs::path destination = folder / "out.mp4";
-    const auto attempt = [&](bool isBaked, std::optional<Clock::duration> wait) {
+    const auto endsCancelled = [&](bool isBaked, const std::stop_source& stop,
+                                   const OneClickExporter::ProgressHandler& onProgress) {
         writeFileAtomically(destination, "an older movie");
         const auto renderer = std::make_shared<FFmpegEffectBakingRenderer>();
         OneClickExporter exporter = isBaked ? oneClick(std::make_shared<SecondWindExporter>(), renderer, 0)
                                             : oneClick(std::make_shared<FFmpegMP4Exporter>(), renderer);
-        std::stop_source stop;
-        const std::jthread canceller([&] {
-            if (wait) {
-                std::this_thread::sleep_for(*wait);
-                stop.request_stop();
-            }
-        });
         bool isCancelled = false;
         try {
-            exporter.exportMovie(session, destination, smallPreset(160, 120), {}, stop.get_token());
+            exporter.exportMovie(session, destination, smallPreset(160, 120), onProgress, stop.get_token());
             EXPECT_GT(probeMedia(destination).duration, 2.9);
         } catch (...) {
             isCancelled = isCancelledExport(std::current_exception());
@@ -364,15 +376,35 @@ TEST(OneClickExportTests, CancellingAtAnyMomentLeavesTheFolderAsItWas) {
     ::setenv("TMPDIR", (temporary / "").c_str(), 1);
     std::mt19937 random(7);
     for (const bool isBaked : {false, true}) {
-        const auto start = Clock::now();
-        EXPECT_FALSE(attempt(isBaked, {}));
-        std::uniform_int_distribution<Clock::rep> moment(0, (Clock::now() - start).count());
-        int cancelled = 0;
+        int updates = 0;
+        EXPECT_FALSE(endsCancelled(isBaked, {}, [&](const ExportProgressUpdate&) { ++updates; }));
+        ASSERT_GT(updates, 150) << "one a frame";
+        // Any but the last update, which tells of the movie in its place.
+        std::uniform_int_distribution moment(1, updates - 1);
         for (int round = 0; round < 10; ++round) {
-            cancelled += attempt(isBaked, Clock::duration(moment(random))) ? 1 : 0;
+            std::stop_source stop;
+            int left = moment(random);
+            EXPECT_TRUE(endsCancelled(isBaked, stop, [&](const ExportProgressUpdate&) {
+                if (--left == 0) {
+                    stop.request_stop();
+                }
+            }));
         }
-        EXPECT_GT(cancelled, 2);
     }
+    // A bake doesn't report: cancelled as soon as there is something of it.
+    std::stop_source stop;
+    std::jthread watch;
+    EXPECT_TRUE(endsCancelled(true, stop, [&](const ExportProgressUpdate& u) {
+        watch = {}; // a bake that was over first is cancelled, too
+        if (u.stage == baking) {
+            watch = std::jthread([&](const std::stop_token& isOver) {
+                while (!isOver.stop_requested() && temporary.names().empty()) {
+                    std::this_thread::yield();
+                }
+                stop.request_stop();
+            });
+        }
+    }));
     ::unsetenv("TMPDIR");
 }
 
