@@ -26,6 +26,41 @@ const std::string& sharedDisplay() {
     return display.name();
 }
 
+void sync(const X11Connection& connection) {
+    std::free(xcb_get_input_focus_reply(connection.xcb(), xcb_get_input_focus(connection.xcb()), nullptr));
+}
+
+std::uint32_t createWindow(const X11Connection& connection, const X11Rect& area, std::uint32_t mask,
+                           const std::uint32_t* values, int border) {
+    const std::uint32_t window = xcb_generate_id(connection.xcb());
+    xcb_create_window(connection.xcb(), XCB_COPY_FROM_PARENT, window, connection.root(), std::int16_t(area.x),
+                      std::int16_t(area.y), std::uint16_t(area.width), std::uint16_t(area.height),
+                      std::uint16_t(border), XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, mask,
+                      values);
+    return window;
+}
+
+void fillRectangle(const X11Connection& connection, std::uint32_t drawable, const X11Rect& area,
+                   std::uint32_t color) {
+    xcb_connection_t* xcb = connection.xcb();
+    const std::uint32_t context = xcb_generate_id(xcb);
+    xcb_create_gc(xcb, context, drawable, XCB_GC_FOREGROUND, &color);
+    const xcb_rectangle_t rectangle{std::int16_t(area.x), std::int16_t(area.y), std::uint16_t(area.width),
+                                    std::uint16_t(area.height)};
+    xcb_poly_fill_rectangle(xcb, drawable, context, 1, &rectangle);
+    xcb_free_gc(xcb, context);
+}
+
+void placeWindow(const X11Connection& connection, std::uint32_t window, const X11Rect& area) {
+    const std::uint32_t place[] = {std::uint32_t(area.x), std::uint32_t(area.y), std::uint32_t(area.width),
+                                   std::uint32_t(area.height)};
+    xcb_configure_window(connection.xcb(), window,
+                         XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
+                             XCB_CONFIG_WINDOW_HEIGHT,
+                         place);
+    sync(connection);
+}
+
 Canvas::Canvas(const std::string& displayName, X11Rect screen)
     : connection_(displayName), screen_(screen), context_(xcb_generate_id(connection_.xcb())),
       pixels_(std::size_t(screen.area())) {
@@ -35,10 +70,7 @@ Canvas::Canvas(const std::string& displayName, X11Rect screen)
 }
 
 void Canvas::fill(const X11Rect& area, std::uint32_t color) {
-    xcb_change_gc(connection_.xcb(), context_, XCB_GC_FOREGROUND, &color);
-    const xcb_rectangle_t rectangle{std::int16_t(area.x), std::int16_t(area.y), std::uint16_t(area.width),
-                                    std::uint16_t(area.height)};
-    xcb_poly_fill_rectangle(connection_.xcb(), connection_.root(), context_, 1, &rectangle);
+    fillRectangle(connection_, connection_.root(), area, color);
     remember(area, [color](int, int) { return color; });
 }
 
@@ -67,12 +99,6 @@ void Canvas::remember(const X11Rect& area, const std::function<std::uint32_t(int
             pixels_[std::size_t(y * screen_.width + x)] = color(x, y);
         }
     }
-}
-
-void Canvas::sync() const {
-    const auto cookie = xcb_get_input_focus(connection_.xcb());
-    const X11Owned<xcb_get_input_focus_reply_t> reply(
-        xcb_get_input_focus_reply(connection_.xcb(), cookie, nullptr));
 }
 
 PixelBuffer Canvas::picture(const X11Rect& area) const {
@@ -156,25 +182,46 @@ bool RecordingOutput::waitForStop() {
 
 std::unique_ptr<ScreenStream> makeStream(const std::string& displayName, const std::string& monitor,
                                          const std::shared_ptr<ScreenStreamOutput>& output, bool showsCursor,
-                                         const std::function<void(StreamConfiguration&)>& adjust) {
+                                         const Adjust& adjust) {
     X11CaptureBackend backend(displayName);
     for (const ShareableDisplay& display : backend.shareableContent(true, true).displays) {
         if (display.name == monitor) {
             ContentFilter filter;
-            filter.content = ContentFilter::Display{display.displayID, {}, {}};
+            ContentFilter::Display content{display.displayID, {}, {}};
             filter.contentRect = display.frame;
             StreamConfiguration configuration;
             configuration.width = (display.pixels.width + 1) / 2 * 2;
             configuration.height = (display.pixels.height + 1) / 2 * 2;
             configuration.showsCursor = showsCursor;
             if (adjust) {
-                adjust(configuration);
+                adjust(content, configuration);
             }
+            filter.content = content;
             return backend.makeStream(filter, configuration, output);
         }
     }
     throw std::runtime_error("no monitor " + monitor);
 }
+
+RunningStream startStream(const std::string& displayName, const std::string& monitor, bool showsCursor,
+                          const Adjust& adjust) {
+    const auto output = std::make_shared<RecordingOutput>();
+    auto stream = makeStream(displayName, monitor, output, showsCursor, adjust);
+    stream->start({});
+    if (!output->waitForCount(1)) {
+        throw std::runtime_error("no picture of " + monitor);
+    }
+    return {output, std::move(stream)};
+}
+
+RestlessSpot::RestlessSpot(const std::string& displayName)
+    : painter_([displayName](const std::stop_token& stop) {
+          const X11Connection connection(displayName);
+          for (std::uint32_t i = 0; !stop.stop_requested(); ++i) {
+              fillRectangle(connection, connection.root(), {600, 100, 50, 50}, i * 7919 & 0xffffff);
+              sync(connection);
+          }
+      }) {}
 
 int worstDifference(const PixelBuffer& i420, const PixelBuffer& expected) {
     const PixelSize size = expected.size();

@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <xcb/xcb.h>
@@ -33,6 +34,17 @@ VirtualDisplay::Settings twoMonitors();
 /// The one server that the tests of this program share.
 const std::string& sharedDisplay();
 
+/// Returns when the server has done all that it was asked for.
+void sync(const X11Connection& connection);
+
+/// A window of the root window or of a parent's, which isn't shown yet.
+/// @param values  of the attributes in `mask`
+std::uint32_t createWindow(const X11Connection& connection, const X11Rect& area, std::uint32_t mask = 0,
+                           const std::uint32_t* values = nullptr, int border = 0);
+void fillRectangle(const X11Connection& connection, std::uint32_t drawable, const X11Rect& area,
+                   std::uint32_t color);
+void placeWindow(const X11Connection& connection, std::uint32_t window, const X11Rect& area);
+
 /// Draws on the root window and keeps a copy of what must be seen there.
 class Canvas {
 public:
@@ -41,8 +53,7 @@ public:
     void fill(const X11Rect& area, std::uint32_t color);
     /// A picture in which no two neighbours are alike.
     void fillNoise(const X11Rect& area, std::uint32_t seed);
-    /// Returns when the server has drawn it all.
-    void sync() const;
+    void sync() const { test::sync(connection_); }
 
     /// What a capture of the area must look like: bgra8.
     [[nodiscard]] PixelBuffer picture(const X11Rect& area) const;
@@ -90,14 +101,33 @@ private:
     bool hasStopped_ = false;
 };
 
+using Adjust = std::function<void(ContentFilter::Display&, StreamConfiguration&)>;
+
 /// A stream of the monitor with that name.
 std::unique_ptr<ScreenStream> makeStream(const std::string& displayName, const std::string& monitor,
                                          const std::shared_ptr<ScreenStreamOutput>& output, bool showsCursor,
-                                         const std::function<void(StreamConfiguration&)>& adjust = {});
+                                         const Adjust& adjust = {});
+
+struct RunningStream {
+    std::shared_ptr<RecordingOutput> output;
+    std::unique_ptr<ScreenStream> stream;
+};
+/// One that has delivered its first picture.
+RunningStream startStream(const std::string& displayName, const std::string& monitor,
+                          bool showsCursor = false, const Adjust& adjust = {});
 
 /// The largest difference of a sample to what a conversion of `expected` gives. Where the picture is larger
 /// than what is expected, its last column or row must be repeated.
 int worstDifference(const PixelBuffer& i420, const PixelBuffer& expected);
+
+/// Changes a spot of the right monitor without pause.
+class RestlessSpot {
+public:
+    explicit RestlessSpot(const std::string& displayName);
+
+private:
+    std::jthread painter_;
+};
 
 /// Waits until the condition holds. @return whether it does
 bool eventually(const std::function<bool()>& condition);

@@ -7,7 +7,6 @@
 #include <unistd.h>
 #include <xcb/shape.h>
 
-#include "TavrinKit/Platform/X11/X11CaptureBackend.h"
 #include "TavrinKit/Platform/X11/X11FrameGrabber.h"
 #include "TestScreen.h"
 
@@ -73,22 +72,14 @@ private:
         for (Order order; ::read(orders, &order, sizeof order) == ssize_t(sizeof order);) {
             const X11Rect& area = order.area;
             const std::uint32_t attributes[] = {magenta, order.deed == Deed::createMenu};
-            const std::uint32_t place[] = {std::uint32_t(area.x), std::uint32_t(area.y),
-                                           std::uint32_t(area.width), std::uint32_t(area.height)};
             switch (order.deed) {
             case Deed::create:
             case Deed::createMenu:
-                window = xcb_generate_id(xcb);
-                xcb_create_window(xcb, XCB_COPY_FROM_PARENT, window, connection.root(), std::int16_t(area.x),
-                                  std::int16_t(area.y), std::uint16_t(area.width), std::uint16_t(area.height),
-                                  0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
-                                  XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, attributes);
+                window =
+                    createWindow(connection, area, XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, attributes);
                 break;
             case Deed::place:
-                xcb_configure_window(xcb, window,
-                                     XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
-                                         XCB_CONFIG_WINDOW_HEIGHT,
-                                     place);
+                placeWindow(connection, window, area);
                 break;
             case Deed::map:
                 xcb_map_window(xcb, window);
@@ -100,7 +91,7 @@ private:
                 xcb_destroy_window(xcb, window);
                 break;
             }
-            std::free(xcb_get_input_focus_reply(xcb, xcb_get_input_focus(xcb), nullptr));
+            sync(connection);
             if (::write(reports, &window, sizeof window) != ssize_t(sizeof window)) {
                 return;
             }
@@ -149,22 +140,15 @@ public:
     }
 
     std::uint32_t addWindow(const X11Rect& area, std::uint32_t seed) {
-        const std::uint32_t window = xcb_generate_id(xcb());
-        const std::uint32_t attributes[] = {noise(area.width, area.height, seed)};
-        xcb_create_window(xcb(), XCB_COPY_FROM_PARENT, window, connection_.root(), std::int16_t(area.x),
-                          std::int16_t(area.y), std::uint16_t(area.width), std::uint16_t(area.height), 3,
-                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXMAP,
-                          attributes);
+        const std::uint32_t pattern = noise(area.width, area.height, seed);
+        const std::uint32_t window = createWindow(connection_, area, XCB_CW_BACK_PIXMAP, &pattern, 3);
         xcb_map_window(xcb(), window);
         return window;
     }
     /// A window without a background: where its owner hasn't painted, it shows what was seen there before.
     std::uint32_t addBareWindow(const X11Rect& area) {
-        const std::uint32_t window = xcb_generate_id(xcb());
         const std::uint32_t events = XCB_EVENT_MASK_EXPOSURE;
-        xcb_create_window(xcb(), XCB_COPY_FROM_PARENT, window, connection_.root(), std::int16_t(area.x),
-                          std::int16_t(area.y), std::uint16_t(area.width), std::uint16_t(area.height), 0,
-                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &events);
+        const std::uint32_t window = createWindow(connection_, area, XCB_CW_EVENT_MASK, &events);
         xcb_map_window(xcb(), window);
         return window;
     }
@@ -177,10 +161,7 @@ public:
         return any;
     }
     void paint(std::uint32_t window, const X11Rect& area, std::uint32_t color) {
-        xcb_change_gc(xcb(), context_, XCB_GC_FOREGROUND, &color);
-        const xcb_rectangle_t rectangle{std::int16_t(area.x), std::int16_t(area.y), std::uint16_t(area.width),
-                                        std::uint16_t(area.height)};
-        xcb_poly_fill_rectangle(xcb(), window, context_, 1, &rectangle);
+        fillRectangle(connection_, window, area, color);
         sync();
     }
     void place(std::uint32_t window, int x, int y) {
@@ -205,7 +186,7 @@ public:
             xcb_query_tree_reply(xcb(), xcb_query_tree(xcb(), connection_.root()), nullptr));
         return std::size_t(xcb_query_tree_children_length(tree.get()));
     }
-    void sync() const { std::free(xcb_get_input_focus_reply(xcb(), xcb_get_input_focus(xcb()), nullptr)); }
+    void sync() const { test::sync(connection_); }
     xcb_connection_t* xcb() const { return connection_.xcb(); }
     const X11Connection& connection() const { return connection_; }
 
@@ -250,19 +231,10 @@ protected:
     }
 
     void start(const CaptureApplicationExclusionRule& rule) {
-        X11CaptureBackend backend(display.name());
-        for (const ShareableDisplay& each : backend.shareableContent(true, true).displays) {
-            if (each.name == "IN") {
-                ContentFilter filter;
-                filter.content = ContentFilter::Display{each.displayID, {}, rule};
-                StreamConfiguration configuration;
-                configuration.width = recorded.width;
-                configuration.height = recorded.height;
-                configuration.showsCursor = false;
-                stream = backend.makeStream(filter, configuration, output);
-                stream->start({});
-            }
-        }
+        stream = makeStream(
+            display.name(), "IN", output, false,
+            [&](ContentFilter::Display& filter, StreamConfiguration&) { filter.exclusionRule = rule; });
+        stream->start({});
         ASSERT_TRUE(output->waitForCount(1));
     }
     /// What is recorded must be what the screen shows once the excluded window has gone, or never was.
@@ -367,10 +339,9 @@ TEST_F(X11ExclusionTests, aWindowInAFrameBelongsToItsApplicationAndOneElsewhereC
 
     // As window managers do it: the frame is theirs.
     other.tell(Deed::unmap);
-    const std::uint32_t frame = xcb_generate_id(scene.xcb());
     const std::uint32_t color = 0xff0000;
-    xcb_create_window(scene.xcb(), XCB_COPY_FROM_PARENT, frame, scene.connection().root(), 120, 90, 140, 150,
-                      0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL, &color);
+    const std::uint32_t frame =
+        createWindow(scene.connection(), {120, 90, 140, 150}, XCB_CW_BACK_PIXEL, &color);
     xcb_reparent_window(scene.xcb(), window, frame, 10, 30);
     const std::uint32_t normalState[] = {1, 0};
     const std::uint32_t state = scene.connection().atom("WM_STATE");

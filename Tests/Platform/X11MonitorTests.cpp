@@ -1,7 +1,6 @@
 #include <cstdlib>
 #include <functional>
 #include <future>
-#include <mutex>
 #include <set>
 #include <thread>
 
@@ -14,6 +13,7 @@
 #include "TavrinKit/Platform/X11/X11LiveCursorStateMonitor.h"
 #include "TavrinKit/Platform/X11/X11LiveInputEventMonitor.h"
 #include "TavrinKit/Platform/X11/XTestDriver.h"
+#include "TavrinKit/Support/Guarded.h"
 #include "TavrinKit/Support/HostClock.h"
 #include "TestScreen.h"
 
@@ -23,19 +23,21 @@ namespace {
 using Kind = LiveInputEventKind;
 using Button = XTestDriver::Button;
 
-/// What was told, as short texts: "click0 99,500", "move 99,500", "Cmd A".
-class EventLog {
+template <typename Sample>
+class Log {
 public:
-    void add(const LiveInputEventSample& sample) {
-        const std::lock_guard lock(mutex_);
-        samples_.push_back(sample);
+    void add(const Sample& sample) {
+        samples_.with([&](std::vector<Sample>& samples) { samples.push_back(sample); });
     }
+    std::vector<Sample> samples() const { return samples_.copy(); }
 
-    std::vector<LiveInputEventSample> samples() const {
-        const std::lock_guard lock(mutex_);
-        return samples_;
-    }
+private:
+    Guarded<std::vector<Sample>> samples_;
+};
 
+/// What was told, as short texts: "click0 99,500", "move 99,500", "Cmd A".
+class EventLog : public Log<LiveInputEventSample> {
+public:
     /// The texts of all that was told but repetitions, moves in a row as the last of them.
     std::vector<std::string> texts() const {
         std::vector<std::string> result;
@@ -75,9 +77,6 @@ private:
         }
         return (std::holds_alternative<Kind::Moved>(sample.kind.value) ? "move" : "drag") + place;
     }
-
-    mutable std::mutex mutex_;
-    std::vector<LiveInputEventSample> samples_;
 };
 
 std::unique_ptr<X11LiveInputEventMonitor> watch(const std::string& displayName, EventLog& log) {
@@ -291,58 +290,37 @@ TEST(X11LiveInputEventMonitorTests, nothingIsToldAfterTheStopAndAServerMayGo) {
 void usePointer(const X11Connection& connection, std::uint16_t size, std::uint16_t hotSpot, bool isVisible) {
     xcb_connection_t* xcb = connection.xcb();
     const xcb_pixmap_t pixmap = xcb_generate_id(xcb);
-    const xcb_gcontext_t context = xcb_generate_id(xcb);
     const xcb_cursor_t cursor = xcb_generate_id(xcb);
     xcb_create_pixmap(xcb, 1, pixmap, connection.root(), size, size);
-    const std::uint32_t value = isVisible ? 1 : 0;
-    xcb_create_gc(xcb, context, pixmap, XCB_GC_FOREGROUND, &value);
-    const xcb_rectangle_t all{0, 0, size, size};
-    xcb_poly_fill_rectangle(xcb, pixmap, context, 1, &all);
+    fillRectangle(connection, pixmap, {0, 0, size, size}, isVisible ? 1 : 0);
     xcb_create_cursor(xcb, cursor, pixmap, pixmap, 0xffff, 0, 0, 0, 0, 0, hotSpot, hotSpot);
     xcb_change_window_attributes(xcb, connection.root(), XCB_CW_CURSOR, &cursor);
-    const X11Owned<xcb_get_input_focus_reply_t> reply(
-        xcb_get_input_focus_reply(xcb, xcb_get_input_focus(xcb), nullptr));
+    sync(connection);
 }
-
-class CursorLog {
-public:
-    void add(const LiveCursorStateSample& sample) {
-        const std::lock_guard lock(mutex_);
-        samples_.push_back(sample);
-    }
-    std::vector<LiveCursorStateSample> samples() const {
-        const std::lock_guard lock(mutex_);
-        return samples_;
-    }
-    bool waitFor(std::size_t count) const {
-        return eventually([&] { return samples().size() >= count; });
-    }
-
-private:
-    mutable std::mutex mutex_;
-    std::vector<LiveCursorStateSample> samples_;
-};
 
 TEST(X11LiveCursorStateMonitorTests, tellsNewLooksAndPlacesOnce) {
     const X11Connection connection(sharedDisplay());
     XTestDriver driver(sharedDisplay());
     driver.moveTo(511, 20);
     usePointer(connection, 7, 2, true);
-    CursorLog log;
+    Log<LiveCursorStateSample> log;
     X11LiveCursorStateMonitor monitor(
         X11LiveCursorStateMonitor::Settings{sharedDisplay(), std::chrono::milliseconds(10)});
     monitor.start([&](const LiveCursorStateSample& sample) { log.add(sample); });
-    ASSERT_TRUE(log.waitFor(1));
+    const auto waitFor = [&](std::size_t count) {
+        return eventually([&] { return log.samples().size() >= count; });
+    };
+    ASSERT_TRUE(waitFor(1));
     std::this_thread::sleep_for(quiet);
     EXPECT_EQ(log.samples().size(), 1U) << "a pointer that stands still";
     driver.moveTo(0, 150);
-    ASSERT_TRUE(log.waitFor(2));
+    ASSERT_TRUE(waitFor(2));
     usePointer(connection, 12, 0, true);
-    ASSERT_TRUE(log.waitFor(3));
+    ASSERT_TRUE(waitFor(3));
     usePointer(connection, 12, 0, false);
-    ASSERT_TRUE(log.waitFor(4));
+    ASSERT_TRUE(waitFor(4));
     usePointer(connection, 7, 2, true); // another cursor of the server's, but the same picture
-    ASSERT_TRUE(log.waitFor(5));
+    ASSERT_TRUE(waitFor(5));
     monitor.stop();
     driver.moveTo(300, 300);
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
@@ -372,10 +350,7 @@ TEST(X11ShareableContentTests, listsMonitorsWindowsAndTheirApplications) {
     const X11Connection connection(display.name());
     xcb_connection_t* xcb = connection.xcb();
     const auto makeWindow = [&](X11Rect area, bool isMapped, bool isDesktop) {
-        const xcb_window_t window = xcb_generate_id(xcb);
-        xcb_create_window(xcb, XCB_COPY_FROM_PARENT, window, connection.root(), std::int16_t(area.x),
-                          std::int16_t(area.y), std::uint16_t(area.width), std::uint16_t(area.height), 0,
-                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+        const std::uint32_t window = createWindow(connection, area);
         const std::string title = "Käse";
         xcb_change_property(xcb, XCB_PROP_MODE_REPLACE, window, connection.atom("_NET_WM_NAME"),
                             connection.atom("UTF8_STRING"), 8, std::uint32_t(title.size()), title.data());
@@ -398,8 +373,7 @@ TEST(X11ShareableContentTests, listsMonitorsWindowsAndTheirApplications) {
     const xcb_window_t shown = makeWindow({20, 160, 300, 200}, true, false);
     const xcb_window_t hidden = makeWindow({30, 160, 300, 200}, false, false);
     const xcb_window_t desktop = makeWindow({0, 0, 1101, 600}, true, true);
-    const X11Owned<xcb_get_input_focus_reply_t> synced(
-        xcb_get_input_focus_reply(xcb, xcb_get_input_focus(xcb), nullptr));
+    sync(connection);
 
     X11CaptureBackend backend(display.name());
     EXPECT_TRUE(backend.preflightAccess());

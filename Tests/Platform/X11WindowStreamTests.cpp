@@ -69,15 +69,7 @@ public:
 
     [[nodiscard]] std::uint32_t id() const { return id_; }
 
-    void place(const X11Rect& area) {
-        const std::array<std::uint32_t, 4> values{std::uint32_t(area.x), std::uint32_t(area.y),
-                                                  std::uint32_t(area.width), std::uint32_t(area.height)};
-        xcb_configure_window(connection_.xcb(), id_,
-                             XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
-                                 XCB_CONFIG_WINDOW_HEIGHT,
-                             values.data());
-        sync();
-    }
+    void place(const X11Rect& area) { placeWindow(connection_, id_, area); }
     void unmap() {
         xcb_unmap_window(connection_.xcb(), id_);
         sync();
@@ -96,11 +88,7 @@ public:
         sync();
     }
     void fill(const X11Rect& area, std::uint32_t colour) {
-        const std::uint32_t context = xcb_generate_id(connection_.xcb());
-        xcb_create_gc(connection_.xcb(), context, id_, XCB_GC_FOREGROUND, &colour);
-        const xcb_rectangle_t rectangle{std::int16_t(area.x), std::int16_t(area.y), std::uint16_t(area.width),
-                                        std::uint16_t(area.height)};
-        xcb_poly_fill_rectangle(connection_.xcb(), id_, context, 1, &rectangle);
+        fillRectangle(connection_, id_, area, colour);
         sync();
     }
 
@@ -114,10 +102,7 @@ private:
         }
         return 0;
     }
-    void sync() const {
-        const X11Owned<xcb_get_input_focus_reply_t> reply(
-            xcb_get_input_focus_reply(connection_.xcb(), xcb_get_input_focus(connection_.xcb()), nullptr));
-    }
+    void sync() const { test::sync(connection_); }
 
     const X11Connection& connection_;
     const std::uint32_t id_;
