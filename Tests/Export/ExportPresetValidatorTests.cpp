@@ -1,6 +1,7 @@
 #include <cmath>
 #include <functional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -11,10 +12,28 @@ namespace tavrin {
 namespace {
 
 using enum ExportVideoProfile;
+using enum ExportBitrateStrategy;
 using Change = std::function<void(ExportPreset&)>;
 
-ExportPreset with(ExportPreset preset, const Change& change) {
-    if (change) {
+template <typename T>
+Change set(T ExportPreset::*member, std::type_identity_t<T> value) {
+    return [=](ExportPreset& preset) {
+        preset.*member = value;
+    };
+}
+
+constexpr auto aspect = &ExportPreset::aspect;
+constexpr auto size = &ExportPreset::resolution;
+constexpr auto fps = &ExportPreset::fps;
+constexpr auto codec = &ExportPreset::codec;
+constexpr auto container = &ExportPreset::container;
+constexpr auto profile = &ExportPreset::profile;
+constexpr auto bitrate = &ExportPreset::bitrate;
+constexpr auto compatibility = &ExportPreset::compatibility;
+constexpr auto isOptional = &ExportPreset::isOptional;
+
+ExportPreset with(ExportPreset preset, const std::vector<Change>& changes) {
+    for (const Change& change : changes) {
         change(preset);
     }
     return preset;
@@ -22,8 +41,8 @@ ExportPreset with(ExportPreset preset, const Change& change) {
 
 struct Case {
     const char* name;
-    Change input;
-    Change resolved; ///< what the rules make of the input
+    std::vector<Change> input;
+    std::vector<Change> resolved; ///< what the rules make of the input
     std::vector<std::string> warnings;
     std::optional<std::string> blocked{};
 };
@@ -33,111 +52,58 @@ TEST(ExportPresetValidatorTests, FitsOrBlocksInTheOrderOfTheRules) {
     const std::string clamped = "FPS clamped to 120.";
     const std::string fullHD = "4K not supported on this machine; using 1080p fallback.";
     const std::string h264 = "HEVC is unavailable; falling back to H.264.";
-    const std::string bitrate = "Bitrate target was invalid; switching to auto bitrate.";
-    const auto no4K = [](ExportPreset& p) {
-        p.compatibility.allowResolutionFallback = false;
-    };
+    const std::string automaticRate = "Bitrate target was invalid; switching to auto bitrate.";
+    const ExportCompatibilityConstraints anything;
     const std::vector<Case> cases{
         {"untouched", {}, {}, {}},
-        {"fastest", [](auto& p) { p.fps = 120; }, {}, {}},
-        {"slowest", [](auto& p) { p.fps = 1; }, {}, {}},
-        {"too fast", [](auto& p) { p.fps = 240; }, [](auto& p) { p.fps = 120; }, {clamped}},
-        {"endless", [](auto& p) { p.fps = INFINITY; }, [](auto& p) { p.fps = 120; }, {clamped}},
-        {"no number", [](auto& p) { p.fps = NAN; }, [](auto& p) { p.fps = 1; }, {"FPS clamped to 1."}},
-        {"2880 wide",
-         [](auto& p) {
-             p.resolution = {2880, 2160};
-         },
-         {},
-         {}},
-        {"optional 4K",
-         [](auto& p) {
-             p.resolution = {3840, 2160};
-             p.isOptional = true;
-         },
-         {},
-         {}},
+        {"fastest", {set(fps, 120)}, {}, {}},
+        {"slowest", {set(fps, 1)}, {}, {}},
+        {"too fast", {set(fps, 240)}, {set(fps, 120)}, {clamped}},
+        {"endless", {set(fps, INFINITY)}, {set(fps, 120)}, {clamped}},
+        {"no number", {set(fps, NAN)}, {set(fps, 1)}, {"FPS clamped to 1."}},
+        {"2880 wide", {set(size, {2880, 2160})}, {}, {}},
+        {"optional 4K", {set(size, {3840, 2160}), set(isOptional, true)}, {}, {}},
         {"optional 4K that requires it",
-         [](auto& p) {
-             p.resolution = {2160, 3840};
-             p.aspect = ExportAspectPreset::vertical9x16;
-             p.isOptional = p.compatibility.requires4KCapability = true;
-         },
-         [](auto& p) {
-             p.resolution = {1080, 1920};
-             p.isOptional = p.compatibility.requires4KCapability = false;
-         },
+         {set(size, {2160, 3840}), set(aspect, ExportAspectPreset::vertical9x16), set(isOptional, true),
+          set(compatibility, {.requires4KCapability = true})},
+         {set(size, {1080, 1920}), set(isOptional, false), set(compatibility, anything)},
          {fullHD}},
         {"4K or nothing",
-         [&](auto& p) {
-             p.fps = 240;
-             p.resolution = {3840, 2160};
-             p.container = ExportContainer::mov;
-             no4K(p);
-         },
-         [](auto& p) { p.fps = 120; },
+         {set(fps, 240), set(size, {3840, 2160}), set(container, ExportContainer::mov),
+          set(compatibility, {.allowResolutionFallback = false})},
+         {set(fps, 120)},
          {clamped},
          "4K export is not supported on this machine."},
         {"HEVC",
-         [](auto& p) {
-             p.codec = ExportCodec::hevc;
-             p.profile = hevcMain;
-             p.compatibility.requiresHEVCCapability = true;
-         },
-         [](auto& p) {
-             p.codec = ExportCodec::h264;
-             p.profile = h264High;
-             p.compatibility.requiresHEVCCapability = false;
-         },
+         {set(codec, ExportCodec::hevc), set(profile, hevcMain),
+          set(compatibility, {.requiresHEVCCapability = true})},
+         {set(codec, ExportCodec::h264), set(profile, h264High), set(compatibility, anything)},
          {h264}},
         {"HEVC with a profile of H.264",
-         [](auto& p) {
-             p.codec = ExportCodec::hevc;
-             p.profile = h264Main;
-         },
-         [](auto& p) { p.codec = ExportCodec::h264; },
+         {set(codec, ExportCodec::hevc), set(profile, h264Main)},
+         {set(codec, ExportCodec::h264)},
          {h264}},
         {"HEVC or nothing",
-         [](auto& p) {
-             p.codec = ExportCodec::hevc;
-             p.compatibility.allowCodecFallback = false;
-         },
+         {set(codec, ExportCodec::hevc), set(compatibility, {.allowCodecFallback = false})},
          {},
          {},
          "HEVC is not supported on this machine."},
         {"profile of the other codec",
-         [](auto& p) { p.profile = hevcMain; },
-         [](auto& p) { p.profile = h264High; },
+         {set(profile, hevcMain)},
+         {set(profile, h264High)},
          {"Video profile adjusted to H.264 High."}},
-        {"a target just large enough",
-         [](auto& p) {
-             p.bitrate = {ExportBitrateStrategy::constantMbps, 1.0, 0.1, 0.2};
-         },
-         {},
-         {}},
+        {"a target just large enough", {set(bitrate, {constantMbps, 1.0, 0.1, 0.2})}, {}, {}},
         {"automatic with a bad target",
-         [](auto& p) {
-             p.bitrate = {ExportBitrateStrategy::automatic, -5, NAN, {}};
-         },
-         [](auto& p) { p.bitrate.minimumMbps = 0; },
+         {set(bitrate, {automatic, -5, NAN, {}})},
+         {set(bitrate, {automatic, -5, 0, {}})},
          {}},
         {"all at once",
-         [](auto& p) {
-             p.fps = 121;
-             p.resolution = {4000, 4000};
-             p.aspect = ExportAspectPreset::square1x1;
-             p.codec = ExportCodec::hevc;
-             p.container = ExportContainer::mov;
-             p.bitrate = {ExportBitrateStrategy::constrainedVBR, {}, 1, 2};
-         },
-         [](auto& p) {
-             p.fps = 120;
-             p.resolution = {1080, 1080};
-             p.codec = ExportCodec::h264;
-             p.container = ExportContainer::mp4;
-             p.bitrate = {};
-         },
-         {clamped, fullHD, h264, "Container adjusted to MP4 for the current exporter.", bitrate}},
+         {set(fps, 121), set(size, {4000, 4000}), set(aspect, ExportAspectPreset::square1x1),
+          set(codec, ExportCodec::hevc), set(container, ExportContainer::mov),
+          set(bitrate, {constrainedVBR, {}, 1, 2})},
+         {set(fps, 120), set(size, {1080, 1080}), set(codec, ExportCodec::h264),
+          set(container, ExportContainer::mp4), set(bitrate, {})},
+         {clamped, fullHD, h264, "Container adjusted to MP4 for the current exporter.", automaticRate}},
     };
     const ExportPreset plain =
         ExportPreset::required1080p(ExportAspectPreset::horizontal16x9, ExportSpeedQualityMode::highQuality);
