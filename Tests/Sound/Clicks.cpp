@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cmath>
 #include <csignal>
+#include <iterator>
 #include <memory>
 #include <utility>
 
@@ -12,6 +13,7 @@
 #include <pulse/pulseaudio.h>
 #include <unistd.h>
 
+#include "TavrinKit/Media/MovieReader.h"
 #include "TavrinKit/Platform/Pulse/PulseConnection.h"
 #include "TavrinKit/Support/HostClock.h"
 
@@ -42,6 +44,29 @@ std::vector<double> findClicks(const std::vector<float>& mono, int sampleRate) {
         }
     }
     return clicks;
+}
+
+std::vector<double> clicksIn(const std::filesystem::path& file) {
+    std::vector<float> sound;
+    AudioReader reader(file, 0, rate, 1);
+    while (const auto more = reader.next()) {
+        sound.insert(sound.end(), more->begin(), more->end());
+    }
+    return findClicks(sound);
+}
+
+std::vector<double> within(const std::vector<double>& times, double from, double until) {
+    std::vector<double> kept;
+    std::copy_if(times.begin(), times.end(), std::back_inserter(kept),
+                 [&](double time) { return time > from && time < until; });
+    return kept;
+}
+
+std::vector<double> since(double start, std::vector<double> times) {
+    for (double& time : times) {
+        time -= start;
+    }
+    return times;
 }
 
 std::vector<double> distances(const std::vector<double>& from, const std::vector<double>& to) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <thread>
@@ -12,6 +13,14 @@ namespace tavrin::test {
 
 /// Where clicks begin, seconds from the first frame.
 [[nodiscard]] std::vector<double> findClicks(const std::vector<float>& mono, int sampleRate = 48000);
+
+/// In the sound of a media file.
+[[nodiscard]] std::vector<double> clicksIn(const std::filesystem::path& file);
+
+/// The times that lie between the two.
+[[nodiscard]] std::vector<double> within(const std::vector<double>& times, double from, double until);
+/// The times as seconds from `start`.
+[[nodiscard]] std::vector<double> since(double start, std::vector<double> times);
 
 /// Of each time how far the nearest one of the others is, those without one within 0.2 s left out.
 [[nodiscard]] std::vector<double> distances(const std::vector<double>& from, const std::vector<double>& to);

@@ -49,22 +49,6 @@ std::vector<double> findClaps(const std::filesystem::path& movie) {
     return claps;
 }
 
-std::vector<double> clicksIn(const std::filesystem::path& file) {
-    std::vector<float> sound;
-    AudioReader reader(file, 0, 48000, 1);
-    while (const auto more = reader.next()) {
-        sound.insert(sound.end(), more->begin(), more->end());
-    }
-    return findClicks(sound);
-}
-
-std::vector<double> since(double start, std::vector<double> times) {
-    for (double& time : times) {
-        time -= start;
-    }
-    return times;
-}
-
 /// How far sound and picture are apart in each part of a take, worst of all parts.
 /// @param sound    by how much each click is late in the file
 /// @param picture  and each clap
@@ -121,13 +105,7 @@ TEST(SoundSyncTests, clicksAreHeardWhenTheyAreSeen) {
     const auto& movie = take.screenSourceURL;
     const auto& voice = take.optionalAudio.at(AudioTrackDescriptor::Kind::microphone);
     const auto inTake = [&](const std::vector<double>& times) {
-        std::vector<double> kept;
-        for (const double time : times) {
-            if (time > start + 0.3 && time < take.endedAt - 0.3) {
-                kept.push_back(time);
-            }
-        }
-        return since(take.startedAt, kept);
+        return since(take.startedAt, within(times, start + 0.3, take.endedAt - 0.3));
     };
     const std::vector<double> seen = distances(inTake(shown.copy()), findClaps(movie));
     const std::vector<double> played = distances(inTake(player.heard()), clicksIn(movie));
