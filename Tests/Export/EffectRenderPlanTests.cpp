@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <limits>
+#include <iterator>
 #include <numeric>
 #include <random>
 #include <string>
@@ -218,23 +218,12 @@ TEST(EffectRenderPlanTests, APictureThatStoodLongLeavesNoGhostOfAnEarlierZoom) {
 
 /// Puts what no editor would write in place of numbers anywhere in a document. A speed is one of a few names.
 void damage(Json& json, std::minstd_rand& random) {
-    using Limits = std::numeric_limits<double>;
-    static const std::vector<double> numbers{Limits::quiet_NaN(),
-                                             Limits::infinity(),
-                                             -Limits::infinity(),
-                                             -1e300,
-                                             1e300,
-                                             5e-324,
-                                             -1,
-                                             0,
-                                             0.5,
-                                             1,
-                                             2};
+    constexpr double numbers[] = {NAN, INFINITY, -INFINITY, -1e300, 1e300, 5e-324, -1, 0, 0.5, 1, 2};
     for (auto& item : json.items()) {
         if (item.value().is_structured()) {
             damage(item.value(), random);
         } else if (item.value().is_number_float() && item.key() != "speed" && random() % 4 == 0) {
-            item.value() = numbers[random() % numbers.size()];
+            item.value() = numbers[random() % std::size(numbers)];
         }
     }
 }
