@@ -1,5 +1,6 @@
 #include <chrono>
 #include <fstream>
+#include <functional>
 #include <limits>
 #include <string>
 #include <thread>
@@ -92,36 +93,36 @@ TEST(CapabilityTests, aDiskIsFoundThroughTheNearestParentThatExists) {
     }
 }
 
-class ListedDevices : public CaptureDeviceCataloging {
+using Devices = std::vector<CaptureDevice>;
+
+class ScriptedDevices : public CaptureDeviceCataloging {
 public:
-    explicit ListedDevices(std::vector<CaptureDevice> devices) : devices_(std::move(devices)) {}
-    [[nodiscard]] std::vector<CaptureDevice> devices(std::stop_token) const override { return devices_; }
+    using Answer = std::function<Devices(const std::stop_token&)>;
+    explicit ScriptedDevices(Answer answer) : answer_(std::move(answer)) {}
+    [[nodiscard]] Devices devices(std::stop_token stop) const override { return answer_(stop); }
 
 private:
-    std::vector<CaptureDevice> devices_;
+    Answer answer_;
 };
 
-class BrokenDevices : public CaptureDeviceCataloging {
-public:
-    [[nodiscard]] std::vector<CaptureDevice> devices(std::stop_token) const override {
-        throw Error("No server.");
-    }
-};
+Devices list(const std::stop_token&) {
+    return {{"2", "Webcam"}, {"1", "Builtin"}, {"3", "Webcam"}};
+}
+
+Devices fail(const std::stop_token&) {
+    throw Error("No server.");
+}
 
 /// Like a driver that doesn't even notice a stop, for as long as it is asked to.
-class StuckDevices : public CaptureDeviceCataloging {
-public:
-    [[nodiscard]] std::vector<CaptureDevice> devices(std::stop_token stop) const override {
-        while (!stop.stop_requested()) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        return {{"late", "Late"}};
+Devices hang(const std::stop_token& stop) {
+    while (!stop.stop_requested()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-};
+    return {{"late", "Late"}};
+}
 
 TEST(CapabilityTests, devicesThatCannotBeListedCountAsNone) {
-    const auto listed = std::make_shared<ListedDevices>(
-        std::vector<CaptureDevice>{{"2", "Webcam"}, {"1", "Builtin"}, {"3", "Webcam"}});
+    const auto listed = std::make_shared<ScriptedDevices>(list);
     const SystemCapabilityService sound(listed, listed);
     EXPECT_EQ(sound.microphoneCapabilities(),
               (MicrophoneCapabilitySnapshot{true, 3, {"Builtin", "Webcam", "Webcam"}}));
@@ -129,7 +130,8 @@ TEST(CapabilityTests, devicesThatCannotBeListedCountAsNone) {
               (CameraCapabilitySnapshot{true, 3, {"Builtin", "Webcam", "Webcam"}}));
 
     testing::internal::CaptureStderr();
-    const SystemCapabilityService broken(std::make_shared<BrokenDevices>(), std::make_shared<StuckDevices>());
+    const SystemCapabilityService broken(std::make_shared<ScriptedDevices>(fail),
+                                         std::make_shared<ScriptedDevices>(hang));
     EXPECT_EQ(broken.microphoneCapabilities(), MicrophoneCapabilitySnapshot());
     EXPECT_EQ(broken.cameraCapabilities(), CameraCapabilitySnapshot());
     EXPECT_EQ(SystemCapabilityService({}, {}).cameraCapabilities(), CameraCapabilitySnapshot());
