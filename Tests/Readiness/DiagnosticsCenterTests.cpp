@@ -9,10 +9,6 @@
 namespace tavrin {
 namespace {
 
-std::string messageOf(const DiagnosticEntry& entry) {
-    return entry.message;
-}
-
 TEST(DiagnosticsCenterTests, keepsTheNewestUpToItsBound) {
     for (const auto& [asked, kept] : {std::pair{10, 100}, std::pair{-1, 100}, std::pair{4000, 4000}}) {
         DiagnosticsCenter center(asked);
@@ -21,8 +17,8 @@ TEST(DiagnosticsCenterTests, keepsTheNewestUpToItsBound) {
         }
         const auto entries = center.entries();
         ASSERT_EQ(int(entries.size()), kept);
-        EXPECT_EQ(messageOf(entries.front()), "1");
-        EXPECT_EQ(messageOf(entries.back()), std::to_string(kept));
+        EXPECT_EQ(entries.front().message, "1");
+        EXPECT_EQ(entries.back().message, std::to_string(kept));
         center.clear();
         EXPECT_TRUE(center.entries().empty());
     }
