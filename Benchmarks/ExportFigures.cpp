@@ -7,7 +7,7 @@
 #include "ChildProcess.h"
 #include "Figures.h"
 #include "Takes.h"
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/MediaInfo.h"
 
 namespace tavrin::bench {
 

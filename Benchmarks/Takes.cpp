@@ -13,7 +13,7 @@
 #include "Figures.h"
 #include "MotionPainter.h"
 #include "PointerMover.h"
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/MediaInfo.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TavrinKit/Support/Error.h"
 

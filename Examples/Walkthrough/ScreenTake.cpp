@@ -10,7 +10,7 @@
 #include "TavrinKit/Compositing/FFmpegEffectBakingRenderer.h"
 #include "TavrinKit/Export/FFmpegMP4Exporter.h"
 #include "TavrinKit/Export/OneClickExporter.h"
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/MediaInfo.h"
 #include "TavrinKit/Readiness/SystemCapabilityService.h"
 #include "TavrinKit/Session/PrimaryFlowController.h"
 #include "TavrinKit/Session/SessionProjectLocator.h"

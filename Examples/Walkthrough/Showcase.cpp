@@ -11,7 +11,7 @@
 #include "TavrinKit/Imaging/PNG.h"
 #include "TavrinKit/Imaging/Raster.h"
 #include "TavrinKit/Imaging/Text.h"
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/MediaInfo.h"
 #include "TavrinKit/Media/MovieWriter.h"
 #include "TavrinKit/Support/Files.h"
 

@@ -1,6 +1,6 @@
 #include "TavrinKit/Capture/CaptureMediaProbing.h"
 
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/MediaInfo.h"
 
 namespace tavrin {
 

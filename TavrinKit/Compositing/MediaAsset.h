@@ -5,7 +5,8 @@
 #include <optional>
 #include <span>
 
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/MediaInfo.h"
+#include "TavrinKit/Media/VideoReader.h"
 #include "TavrinKit/Project/ClipTimeRange.h"
 #include "TavrinKit/Project/TimelineTimeMapper.h"
 

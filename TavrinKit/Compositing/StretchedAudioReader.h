@@ -6,6 +6,7 @@
 
 #include "TavrinKit/Compositing/MediaAsset.h"
 #include "TavrinKit/Compositing/MediaStretch.h"
+#include "TavrinKit/Media/AudioFollower.h"
 #include "TavrinKit/Media/TimeStretcher.h"
 
 namespace tavrin {

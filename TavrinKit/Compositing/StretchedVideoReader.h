@@ -2,6 +2,7 @@
 
 #include "TavrinKit/Compositing/MediaAsset.h"
 #include "TavrinKit/Compositing/MediaStretch.h"
+#include "TavrinKit/Media/VideoFollower.h"
 
 namespace tavrin {
 

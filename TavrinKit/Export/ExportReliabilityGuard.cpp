@@ -7,7 +7,7 @@
 
 #include <fmt/format.h>
 
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/MediaInfo.h"
 #include "TavrinKit/Support/Cancellation.h"
 
 namespace tavrin {

@@ -1,6 +1,6 @@
-#include <algorithm>
+#include "TavrinKit/Media/AudioFollower.h"
 
-#include "TavrinKit/Media/MovieReader.h"
+#include <algorithm>
 
 namespace tavrin {
 

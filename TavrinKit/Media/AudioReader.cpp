@@ -1,3 +1,5 @@
+#include "TavrinKit/Media/AudioReader.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numeric>
@@ -7,7 +9,6 @@
 #include <fmt/format.h>
 
 #include "TavrinKit/Media/MediaFile.h"
-#include "TavrinKit/Media/MovieReader.h"
 #include "TavrinKit/Media/TrackDecoder.h"
 
 namespace tavrin {

@@ -90,9 +90,6 @@ VideoTrackInfo videoTrackInfo(MediaFile& file, int track) {
     info.nominalFrameRate = rateOf(stream);
     info.duration = endOf(file, track);
     info.frameCount = std::max<std::int64_t>(0, stream.nb_frames);
-    info.codecName = avcodec_get_name(parameters.codec_id);
-    const char* profile = avcodec_profile_name(parameters.codec_id, parameters.profile);
-    info.profileName = profile != nullptr ? profile : "";
     return info;
 }
 

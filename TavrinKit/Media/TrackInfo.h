@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TavrinKit/Media/MediaFile.h"
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/MediaInfo.h"
 
 namespace tavrin {
 

@@ -1,6 +1,6 @@
-#include <utility>
+#include "TavrinKit/Media/VideoFollower.h"
 
-#include "TavrinKit/Media/MovieReader.h"
+#include <utility>
 
 namespace tavrin {
 namespace {
@@ -26,10 +26,6 @@ std::optional<DecodedFrame> VideoFollower::frame(double time) {
         isFirst_ = false;
     }
     return current_;
-}
-
-std::optional<double> VideoFollower::nextChange() {
-    return following_ ? std::optional(following_->time) : std::nullopt;
 }
 
 void VideoFollower::start(double time) {

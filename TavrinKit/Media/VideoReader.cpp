@@ -1,3 +1,5 @@
+#include "TavrinKit/Media/VideoReader.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -6,7 +8,6 @@
 #include <utility>
 
 #include "TavrinKit/Media/MediaFile.h"
-#include "TavrinKit/Media/MovieReader.h"
 #include "TavrinKit/Media/PictureNormalizer.h"
 #include "TavrinKit/Media/TrackDecoder.h"
 #include "TavrinKit/Media/TrackInfo.h"

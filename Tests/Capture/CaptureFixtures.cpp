@@ -6,6 +6,7 @@
 #include <random>
 #include <thread>
 
+#include "TavrinKit/Media/VideoReader.h"
 #include "TavrinKit/Support/Error.h"
 
 namespace tavrin::test {

@@ -11,7 +11,7 @@
 
 #include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Capture/ScreenStream.h"
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/MediaInfo.h"
 #include "TavrinKit/Support/PixelBuffer.h"
 
 namespace tavrin::test {

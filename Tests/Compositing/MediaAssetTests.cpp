@@ -10,6 +10,7 @@
 #include "TavrinKit/Compositing/RenderPipeline.h"
 #include "TavrinKit/Imaging/FrameSequence.h"
 #include "TavrinKit/Media/MovieWriter.h"
+#include "TavrinKit/Media/VideoReader.h"
 #include "TavrinKit/Support/UUID.h"
 #include "TestMovies.h"
 

@@ -21,7 +21,7 @@
 #include "Fixtures/PulseServer.h"
 #include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Capture/CaptureSyncValidator.h"
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/MediaInfo.h"
 #include "TavrinKit/Platform/Desktop/DesktopPlatform.h"
 #include "TavrinKit/Platform/V4L2/V4L2CameraCatalog.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"

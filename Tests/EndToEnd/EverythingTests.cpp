@@ -13,7 +13,8 @@
 #include "Examples/Walkthrough/ScreenTake.h"
 #include "Examples/Walkthrough/Showcase.h"
 #include "Fixtures/TemporaryFolder.h"
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/AudioReader.h"
+#include "TavrinKit/Media/VideoReader.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TavrinKit/Platform/X11/XTestDriver.h"
 

@@ -14,7 +14,7 @@
 
 #include "Fixtures/Child.h"
 #include "Fixtures/TemporaryFolder.h"
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/VideoReader.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TestDesktop.h"
 

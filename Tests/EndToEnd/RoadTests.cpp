@@ -15,7 +15,6 @@
 #include "Examples/Walkthrough/ScreenTake.h"
 #include "Fixtures/Child.h"
 #include "Fixtures/TemporaryFolder.h"
-#include "TavrinKit/Media/MovieReader.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TavrinKit/Platform/X11/XTestDriver.h"
 

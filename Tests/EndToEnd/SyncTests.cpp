@@ -12,7 +12,7 @@
 
 #include "Examples/Walkthrough/ScreenTake.h"
 #include "Fixtures/TemporaryFolder.h"
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/VideoReader.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TavrinKit/Platform/X11/XTestDriver.h"
 #include "TestDesktop.h"

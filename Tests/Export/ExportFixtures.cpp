@@ -6,7 +6,7 @@
 #include <memory>
 #include <stdexcept>
 
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/AudioReader.h"
 #include "TavrinKit/Media/MovieWriter.h"
 
 namespace tavrin::fixtures {

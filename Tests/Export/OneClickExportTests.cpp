@@ -19,7 +19,7 @@
 #include "TavrinKit/Export/FFmpegMP4Exporter.h"
 #include "TavrinKit/Export/MockMP4Exporter.h"
 #include "TavrinKit/Export/OneClickExportError.h"
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/MediaInfo.h"
 #include "TavrinKit/Support/Files.h"
 
 namespace tavrin {

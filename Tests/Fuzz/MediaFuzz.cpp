@@ -5,7 +5,9 @@
 #include <unistd.h>
 
 #include "FuzzTargets.h"
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/AudioReader.h"
+#include "TavrinKit/Media/MediaInfo.h"
+#include "TavrinKit/Media/VideoReader.h"
 #include "TavrinKit/Support/Files.h"
 
 namespace tavrin::fuzz {

@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "Fixtures/TemporaryFolder.h"
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/AudioFollower.h"
+#include "TavrinKit/Media/MediaInfo.h"
+#include "TavrinKit/Media/VideoFollower.h"
 #include "TavrinKit/Media/MovieWriter.h"
 #include "TavrinKit/Support/Json.h"
 

@@ -215,7 +215,7 @@ TEST(MovieWriter, HoldsTheProfileTheRateAndTheKeyFrameInterval) {
             writer.appendVideo(noise, i / 30.0);
         }
         writer.finish();
-        EXPECT_EQ(probeMedia(settings.path).video.at(0).profileName, name);
+        EXPECT_EQ(probe(settings.path)["streams"][0]["profile"], name);
         EXPECT_NEAR(double(std::filesystem::file_size(settings.path)) * 8 / 6, 0.3e6, 0.06e6);
         const std::string flags = run("ffprobe -v error -show_entries packet=flags -of csv=p=0 '" +
                                       settings.path.string() + "' | grep -n K | cut -d: -f1 | tr '\\n' ' '");

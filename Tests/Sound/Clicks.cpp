@@ -13,7 +13,7 @@
 #include <pulse/pulseaudio.h>
 #include <unistd.h>
 
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/AudioReader.h"
 #include "TavrinKit/Platform/Pulse/PulseConnection.h"
 #include "TavrinKit/Support/HostClock.h"
 

@@ -12,7 +12,7 @@
 
 #include "Clicks.h"
 #include "Fixtures/PulseServer.h"
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/MediaInfo.h"
 #include "TavrinKit/Platform/Pulse/PulseError.h"
 #include "TavrinKit/Platform/Pulse/PulseMicrophoneCapture.h"
 #include "TavrinKit/Platform/Pulse/PulseSystemAudioStream.h"

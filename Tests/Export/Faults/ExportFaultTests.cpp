@@ -15,7 +15,7 @@
 #include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Compositing/FFmpegEffectBakingRenderer.h"
 #include "TavrinKit/Export/FFmpegMP4Exporter.h"
-#include "TavrinKit/Media/MovieReader.h"
+#include "TavrinKit/Media/VideoReader.h"
 #include "TavrinKit/Support/Files.h"
 
 namespace tavrin {
