@@ -32,6 +32,7 @@ using namespace std::chrono_literals;
 /// One take. Filled by its start, then only read; what it points to has locks of its own.
 struct DesktopStreamCapture::ActiveSession {
     std::shared_ptr<ScreenStream> stream;
+    std::shared_ptr<CaptureStream> systemAudio; ///< null when it isn't recorded
     std::shared_ptr<StreamOutputBridge> outputBridge;
     std::shared_ptr<StreamAssetWriterSink> writer;
     std::filesystem::path outputURL;
@@ -43,12 +44,10 @@ struct DesktopStreamCapture::ActiveSession {
     // Grows while the start and the stop run, by their thread.
     std::vector<std::string> warnings;
 
+    [[nodiscard]] std::vector<std::shared_ptr<CaptureStream>> streams() const;
     [[nodiscard]] CaptureStatistics statistics() const;
     void abandon(const char* context) const noexcept;
     void cancelRecordings() const noexcept;
-
-private:
-    void shutDownStream(const char* context) const noexcept;
 };
 
 namespace {
@@ -63,11 +62,33 @@ struct ForwardStop {
     void operator()() { target.request_stop(); }
 };
 
+/// Takes the output off and stops the stream; one that hangs is left behind.
+void shutDown(const std::shared_ptr<CaptureStream>& stream, const char* context) noexcept {
+    try {
+        const auto ended = raceAgainstTimer(1s, {}, [stream](const std::stop_token& stop) {
+            stream->removeOutput();
+            stream->stop(stop);
+        });
+        if (!ended) {
+            throw Error("The stream did not stop in time.");
+        }
+    } catch (...) {
+        log(context, std::current_exception());
+    }
+}
+
 std::string warning(const char* name, const std::exception_ptr& error) {
     return fmt::format("{}:{}", name, sentenceOf(error));
 }
 
 } // namespace
+
+/// Those that were made, the pictures first.
+std::vector<std::shared_ptr<CaptureStream>> DesktopStreamCapture::ActiveSession::streams() const {
+    std::vector<std::shared_ptr<CaptureStream>> made{stream, systemAudio};
+    std::erase(made, nullptr);
+    return made;
+}
 
 CaptureStatistics DesktopStreamCapture::ActiveSession::statistics() const {
     return {writer->receivedFrames(), writer->droppedFrames() + stream->droppedFrames()};
@@ -75,8 +96,8 @@ CaptureStatistics DesktopStreamCapture::ActiveSession::statistics() const {
 
 /// Ends whatever of the take there is. The files stay as they are.
 void DesktopStreamCapture::ActiveSession::abandon(const char* context) const noexcept {
-    if (stream) {
-        shutDownStream(context);
+    for (const auto& each : streams()) {
+        shutDown(each, context);
     }
     cancelRecordings();
 }
@@ -90,21 +111,6 @@ void DesktopStreamCapture::ActiveSession::cancelRecordings() const noexcept {
     }
     if (cameraCapture) {
         cameraCapture->cancel();
-    }
-}
-
-/// Takes the outputs off and stops the stream; one that hangs is left behind.
-void DesktopStreamCapture::ActiveSession::shutDownStream(const char* context) const noexcept {
-    try {
-        const auto ended = raceAgainstTimer(1s, {}, [kept = stream](const std::stop_token& stop) {
-            kept->removeOutput();
-            kept->stop(stop);
-        });
-        if (!ended) {
-            throw Error("The screen stream did not stop in time.");
-        }
-    } catch (...) {
-        log(context, std::current_exception());
     }
 }
 
@@ -166,8 +172,8 @@ void DesktopStreamCapture::startSession(ActiveSession& session, const CaptureOpt
     startCamera(session, options, stop);
     const CaptureSelection selection = select(options, stop);
     prepareOutput(session);
-    makeStream(session, selection, options);
-    awaitStreamStart(session, stop);
+    makeStreams(session, selection, options);
+    startStreams(session, stop);
     session.startedAt = HostClock::now();
     const double timeZero = session.writer->firstSampleTime().value_or(session.startedAt);
     if (session.microphoneCapture) {
@@ -179,7 +185,7 @@ void DesktopStreamCapture::startSession(ActiveSession& session, const CaptureOpt
 }
 
 void DesktopStreamCapture::refuseUnsupported(const CaptureOptions& options) const {
-    if (options.audio.includeSystemAudio && !services_.backend->capturesSystemAudio()) {
+    if (options.audio.includeSystemAudio && !services_.systemAudioStreamFactory) {
         throw DesktopStreamCaptureError::systemAudioNotSupported();
     }
 }
@@ -263,8 +269,8 @@ void DesktopStreamCapture::prepareOutput(ActiveSession& session) const {
     removeFile(session.outputURL);
 }
 
-void DesktopStreamCapture::makeStream(ActiveSession& session, const CaptureSelection& selection,
-                                      const CaptureOptions& options) const {
+void DesktopStreamCapture::makeStreams(ActiveSession& session, const CaptureSelection& selection,
+                                       const CaptureOptions& options) const {
     try {
         session.writer = std::make_shared<StreamAssetWriterSink>(
             session.outputURL, selection.width, selection.height, options.audio.includeSystemAudio);
@@ -276,9 +282,12 @@ void DesktopStreamCapture::makeStream(ActiveSession& session, const CaptureSelec
             Size2D{double(selection.width), double(selection.height)});
     }
     session.outputBridge = std::make_shared<StreamOutputBridge>(session.writer, session.geometryRecorder);
+    const StreamConfiguration configuration = streamConfiguration(selection, options);
     try {
-        session.stream = services_.backend->makeStream(
-            selection.filter, streamConfiguration(selection, options), session.outputBridge);
+        session.stream = services_.backend->makeStream(selection.filter, configuration, session.outputBridge);
+        if (configuration.capturesAudio) {
+            session.systemAudio = services_.systemAudioStreamFactory(configuration, session.outputBridge);
+        }
     } catch (const CancellationError&) {
         throw;
     } catch (...) { // the source may have gone since it was selected
@@ -286,30 +295,38 @@ void DesktopStreamCapture::makeStream(ActiveSession& session, const CaptureSelec
     }
 }
 
-/// Started are a stream whose start has returned and that has delivered a sample; a failure of either ends
-/// the wait for the other.
-void DesktopStreamCapture::awaitStreamStart(ActiveSession& session, const std::stop_token& stop) {
-    FirstScreenSampleSignal& signal = session.outputBridge->firstScreenSampleSignal();
-    std::exception_ptr startError;
+/// Sound follows the first picture.
+void DesktopStreamCapture::startStreams(ActiveSession& session, const std::stop_token& stop) {
     try {
-        std::jthread starter([&](const std::stop_token& cancelled) {
-            try {
-                session.stream->start(cancelled);
-            } catch (...) {
-                startError = std::current_exception();
-                signal.resolve(startError);
-            }
-        });
-        const std::stop_callback forwarding(stop, ForwardStop{starter.get_stop_source()});
-        signal.wait(stop);
-        starter.join();
-        if (startError) {
-            std::rethrow_exception(startError);
+        awaitStreamStart(session, stop);
+        if (session.systemAudio) {
+            session.systemAudio->start(stop);
         }
     } catch (const CancellationError&) {
         throw;
     } catch (...) {
         throw DesktopStreamCaptureError::captureStartFailed(std::current_exception());
+    }
+}
+
+/// Started is a stream whose start has returned and that has delivered a sample; a failure of either ends
+/// the wait for the other.
+void DesktopStreamCapture::awaitStreamStart(ActiveSession& session, const std::stop_token& stop) {
+    FirstScreenSampleSignal& signal = session.outputBridge->firstScreenSampleSignal();
+    std::exception_ptr startError;
+    std::jthread starter([&](const std::stop_token& cancelled) {
+        try {
+            session.stream->start(cancelled);
+        } catch (...) {
+            startError = std::current_exception();
+            signal.resolve(startError);
+        }
+    });
+    const std::stop_callback forwarding(stop, ForwardStop{starter.get_stop_source()});
+    signal.wait(stop);
+    starter.join();
+    if (startError) {
+        std::rethrow_exception(startError);
     }
 }
 
@@ -332,7 +349,7 @@ ScreenCaptureResult DesktopStreamCapture::stop(std::stop_token stop) {
         state.stopping = std::move(state.active);
         return state.stopping;
     });
-    stopStream(session, stop);
+    stopStreams(session, stop);
     const double endTime = HostClock::now();
     if (session->cameraCapture) {
         session->cameraCapture->setEnd(endTime);
@@ -350,20 +367,28 @@ ScreenCaptureResult DesktopStreamCapture::stop(std::stop_token stop) {
     return taken;
 }
 
-void DesktopStreamCapture::stopStream(const Session& session, const std::stop_token& stop) {
-    try {
-        session->stream->stop(stop);
-    } catch (...) {
-        if (!session->outputBridge->stopError()) {
-            session->abandon("stop.detachStreamOutputs");
-            throwIfTakenAway(session);
-            endStopping(session);
-            throwIfCancelled(stop);
-            throw DesktopStreamCaptureError::captureStopFailed(std::current_exception());
+void DesktopStreamCapture::stopStreams(const Session& session, const std::stop_token& stop) {
+    std::exception_ptr failure;
+    for (const auto& stream : session->streams()) {
+        try {
+            stream->stop(stop);
+        } catch (...) { // the first one is told
+            failure = failure ? failure : std::current_exception();
         }
-        log("stop.stopCapture", std::current_exception());
     }
-    session->stream->removeOutput();
+    if (failure && !session->outputBridge->stopError()) {
+        session->abandon("stop.detachStreamOutputs");
+        throwIfTakenAway(session);
+        endStopping(session);
+        throwIfCancelled(stop);
+        throw DesktopStreamCaptureError::captureStopFailed(failure);
+    }
+    if (failure) {
+        log("stop.stopCapture", failure);
+    }
+    for (const auto& stream : session->streams()) {
+        stream->removeOutput();
+    }
     throwIfTakenAway(session);
 }
 

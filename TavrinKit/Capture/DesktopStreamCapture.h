@@ -28,9 +28,10 @@ struct CaptureStatistics {
 /// Records a desktop through whichever display server stands behind the backend.
 ///
 /// A start asks for permission, brings up microphone and camera, resolves the target, starts the stream and
-/// waits until a first picture has really arrived. A stop takes the outputs off and completes the files. A
-/// failure on the way undoes what the call had done. Temporary files lie in the output directory; those of
-/// a completed or cancelled take stay there.
+/// waits until a first picture has really arrived. What the machine plays is recorded from then on, so that a
+/// movie doesn't begin with sound alone. A stop takes the outputs off and completes the files. A failure on
+/// the way undoes what the call had done. Temporary files lie in the output directory; those of a completed
+/// or cancelled take stay there.
 ///
 /// A stream that ends by itself in mid-take doesn't end the take: the stop then completes what there is, and
 /// the result says so in its warnings. So does one whose pictures could not all be written.
@@ -41,6 +42,7 @@ class DesktopStreamCapture : public ScreenStreamCapture {
 public:
     struct Services {
         std::shared_ptr<ScreenCaptureBackend> backend;
+        SystemAudioStreamFactory systemAudioStreamFactory; ///< empty: the machine's sound can't be had
         std::shared_ptr<ScreenCapturePermissionProviding> permissions;        ///< null: the backend is asked
         std::shared_ptr<MicrophonePermissionProviding> microphonePermissions; ///< null: no need to ask
         std::shared_ptr<CameraPermissionProviding> cameraPermissions;         ///< null: no need to ask
@@ -93,13 +95,14 @@ private:
                      const std::stop_token& stop) const;
     [[nodiscard]] CaptureSelection select(const CaptureOptions& options, const std::stop_token& stop) const;
     void prepareOutput(ActiveSession& session) const;
-    void makeStream(ActiveSession& session, const CaptureSelection& selection,
-                    const CaptureOptions& options) const;
+    void makeStreams(ActiveSession& session, const CaptureSelection& selection,
+                     const CaptureOptions& options) const;
+    static void startStreams(ActiveSession& session, const std::stop_token& stop);
     static void awaitStreamStart(ActiveSession& session, const std::stop_token& stop);
     void cleanUpFailedStart(const Session& session) const;
 
     // Steps of a stop, in their order.
-    void stopStream(const Session& session, const std::stop_token& stop);
+    void stopStreams(const Session& session, const std::stop_token& stop);
     [[nodiscard]] std::optional<std::filesystem::path> stopMicrophone(const Session& session,
                                                                       const std::stop_token& stop);
     [[nodiscard]] std::optional<CameraCaptureTrackResult> stopCamera(const Session& session,

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -88,7 +89,7 @@ struct StreamConfiguration {
     int queueDepth = 4;
     double minimumFrameInterval = 1.0 / 60; ///< seconds
     bool showsCursor = true;
-    bool capturesAudio = false;
+    bool capturesAudio = false; ///< a stream of what the machine plays runs beside the pictures
     int sampleRate = 48000;
     int channelCount = 2;
     CaptureApplicationExclusionRule audioExclusion; ///< whose sound to leave out
@@ -145,7 +146,7 @@ public:
     virtual void removeOutput() = 0;
 };
 
-/// A running capture of one source's pictures, and of sound when the configuration asks for it.
+/// A running capture of one source's pictures.
 ///
 /// A picture is delivered when something changed, at most one every `minimumFrameInterval`, with the time
 /// at which it was taken; the first one as soon as the stream runs, and no other sample before it.
@@ -154,6 +155,17 @@ public:
     /// Pictures that could not be delivered in time, since the start.
     [[nodiscard]] virtual std::int64_t droppedFrames() const = 0;
 };
+
+/// Makes a stream of what the machine plays.
+///
+/// What it delivers is without gaps from the first sample to its stop: a run of sound begins where the one
+/// before it ended, to the frame, on the host clock. Where nothing plays, or the server doesn't answer, there
+/// is silence. A start fails when there is no sound server; what happens to it later is only a warning.
+///
+/// @param configuration  sample rate, channels and exclusion count
+/// @param output         kept until `removeOutput`
+using SystemAudioStreamFactory = std::function<std::unique_ptr<CaptureStream>(
+    const StreamConfiguration& configuration, std::shared_ptr<ScreenStreamOutput> output)>;
 
 /// One display server, seen from the recorder.
 class ScreenCaptureBackend {
@@ -165,9 +177,6 @@ public:
 
     /// Asks the user for access where the server has a way to ask. @return the answer
     [[nodiscard]] virtual bool requestAccess() { return false; }
-
-    /// Whether streams deliver sound when their configuration asks for it.
-    [[nodiscard]] virtual bool capturesSystemAudio() const { return false; }
 
     /// May hang when the server does: callers race it against a timer.
     /// @throws Error of the platform

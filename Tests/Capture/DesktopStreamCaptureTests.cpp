@@ -230,6 +230,38 @@ TEST_F(DesktopStreamCaptureTest, AStartThatFailsLeavesNothingBehind) {
     }
 }
 
+TEST_F(DesktopStreamCaptureTest, SoundFollowsTheFirstPictureAndEndsWithThePictures) {
+    options.audio.includeSystemAudio = true;
+    FakeStreamScript sound{.onStart = nullptr};
+    services.systemAudioStreamFactory = [&](const auto&, auto output) {
+        return std::make_unique<FakeStream>(log, sound, std::move(output), "sound.");
+    };
+    const auto capture = makeCapture();
+    desktop->script.onStart = nullptr; // the picture comes later
+    std::jthread starting([&] { capture->start(options, {}); });
+    while (log->text() != "start") {
+        std::this_thread::sleep_for(1ms);
+    }
+    std::this_thread::sleep_for(20ms);
+    EXPECT_EQ(log->text(), "start");
+    desktop->output.lock()->didOutput(desktopPicture(60));
+    starting.join();
+    static_cast<void>(capture->stop({}));
+    EXPECT_EQ(log->text(), "start sound.start stop sound.stop removeOutput sound.removeOutput");
+
+    desktop->script = {};
+    desktop->script.onStop = sound.onStart = [](auto&, auto&) {
+        throw Error("The server has gone.");
+    };
+    EXPECT_EQ(startFailure(*capture), Kind::captureStartFailed);
+    EXPECT_EQ(sentence, "Unable to start screen capture: The server has gone.");
+    EXPECT_TRUE(log->text().ends_with("sound.removeOutput sound.stop")) << log->text();
+    sound.onStart = nullptr;
+    capture->start(options, {});
+    EXPECT_EQ(stopFailure(*capture), Kind::captureStopFailed);
+    EXPECT_TRUE(log->text().ends_with("sound.removeOutput sound.stop")) << log->text();
+}
+
 TEST_F(DesktopStreamCaptureTest, CancelEndsATakeAndKeepsItsFile) {
     useSideCaptures();
     const auto capture = makeCapture();

@@ -43,21 +43,23 @@ struct FakeStreamScript {
 
 class FakeStream : public ScreenStream {
 public:
+    /// @param name  before each of its calls in the log
     FakeStream(std::shared_ptr<CallLog> log, FakeStreamScript script,
-               std::shared_ptr<ScreenStreamOutput> output)
-        : log_(std::move(log)), script_(std::move(script)), output_(std::move(output)) {}
+               std::shared_ptr<ScreenStreamOutput> output, std::string name = "")
+        : log_(std::move(log)), script_(std::move(script)), output_(std::move(output)),
+          name_(std::move(name)) {}
 
     void start(std::stop_token stop) override { run("start", script_.onStart, stop); }
     void stop(std::stop_token stop) override { run("stop", script_.onStop, stop); }
     void removeOutput() override {
-        log_->add("removeOutput");
+        log_->add(name_ + "removeOutput");
         output_.with([](auto& output) { output.reset(); });
     }
     std::int64_t droppedFrames() const override { return script_.droppedFrames; }
 
 private:
-    void run(const char* name, const FakeStreamScript::Step& step, const std::stop_token& stop) {
-        log_->add(name);
+    void run(const char* call, const FakeStreamScript::Step& step, const std::stop_token& stop) {
+        log_->add(name_ + call);
         if (const auto output = output_.copy(); step && output) {
             step(*output, stop);
         }
@@ -66,6 +68,7 @@ private:
     const std::shared_ptr<CallLog> log_;
     const FakeStreamScript script_;
     Guarded<std::shared_ptr<ScreenStreamOutput>> output_;
+    const std::string name_;
 };
 
 /// A desktop of two displays whose streams follow a script.

@@ -80,6 +80,7 @@ TEST(DesktopPlatformTests, aCaptureIsGivenAllThatThePlatformHas) {
     const DesktopStreamCapture::Services services = platform.captureServices();
     EXPECT_TRUE(services.backend && services.backend == platform.backend);
     EXPECT_TRUE(services.cameraPermissions && services.cameraPermissions == platform.cameraPermissions);
+    EXPECT_TRUE(services.systemAudioStreamFactory);
     EXPECT_TRUE(services.microphoneCaptureFactory);
     EXPECT_TRUE(services.cameraCaptureFactory);
 }

@@ -15,7 +15,6 @@
 #include "TavrinKit/Capture/CapturePackageAssembler.h"
 #include "TavrinKit/Capture/CaptureSyncValidator.h"
 #include "TavrinKit/Capture/DesktopStreamCapture.h"
-#include "TavrinKit/Capture/SoundedCaptureBackend.h"
 #include "TavrinKit/Media/MediaInfo.h"
 #include "TavrinKit/Media/VideoReader.h"
 #include "TavrinKit/Platform/Pulse/PulseMicrophoneCapture.h"
@@ -79,8 +78,8 @@ TEST(SoundSyncTests, clicksAreHeardWhenTheyAreSeen) {
     ClapWindow clap(display.name());
 
     DesktopStreamCapture::Services services;
-    services.backend = std::make_shared<SoundedCaptureBackend>(
-        std::make_shared<X11CaptureBackend>(display.name()), PulseSystemAudioStream::factory());
+    services.backend = std::make_shared<X11CaptureBackend>(display.name());
+    services.systemAudioStreamFactory = PulseSystemAudioStream::factory();
     services.microphoneCaptureFactory = PulseMicrophoneCapture::factory({"", "desk"});
     // Nothing is left out: the clap is a window of this process.
     DesktopStreamCapture capture(services, folder, {});

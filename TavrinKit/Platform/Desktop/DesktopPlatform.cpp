@@ -5,7 +5,6 @@
 
 #include <fmt/format.h>
 
-#include "TavrinKit/Capture/SoundedCaptureBackend.h"
 #include "TavrinKit/Platform/Desktop/NullCaptureBackend.h"
 #include "TavrinKit/Platform/Pulse/PulseMicrophoneCapture.h"
 #include "TavrinKit/Platform/Pulse/PulseMicrophoneCatalog.h"
@@ -43,10 +42,9 @@ std::optional<DesktopPlatform::Kind> wantedKind(const DesktopPlatformSettings& s
     throw Error(fmt::format("TAVRIN_BACKEND is \"{}\"; it can be \"x11\" or \"none\".", name));
 }
 
-void useX11(DesktopPlatform& platform, const std::string& display, const std::string& pulseServer) {
+void useX11(DesktopPlatform& platform, const std::string& display) {
     platform.kind = DesktopPlatform::Kind::x11;
-    platform.backend = std::make_shared<SoundedCaptureBackend>(std::make_shared<X11CaptureBackend>(display),
-                                                               PulseSystemAudioStream::factory(pulseServer));
+    platform.backend = std::make_shared<X11CaptureBackend>(display);
     platform.makeInputMonitor = [display] {
         return std::make_unique<X11LiveInputEventMonitor>(
             X11LiveInputEventMonitor::Settings{.displayName = display});
@@ -75,7 +73,7 @@ void chooseDesktop(DesktopPlatform& platform, const DesktopPlatformSettings& set
     if (kind == DesktopPlatform::Kind::none) {
         useNothing(platform, "Recording the screen was switched off.");
     } else if (kind == DesktopPlatform::Kind::x11 || !display.empty()) {
-        useX11(platform, display, settings.pulseServer);
+        useX11(platform, display);
     } else if (!environment("WAYLAND_DISPLAY").empty()) {
         useNothing(platform,
                    "This is a Wayland session without an X server; only X displays can be recorded. "
@@ -86,6 +84,7 @@ void chooseDesktop(DesktopPlatform& platform, const DesktopPlatformSettings& set
 }
 
 void chooseDevices(DesktopPlatform& platform, const DesktopPlatformSettings& settings) {
+    platform.systemAudioStreamFactory = PulseSystemAudioStream::factory(settings.pulseServer);
     platform.microphones = std::make_shared<PulseMicrophoneCatalog>(settings.pulseServer);
     platform.microphoneCaptureFactory =
         PulseMicrophoneCapture::factory({.server = settings.pulseServer, .source = settings.microphone});
@@ -111,6 +110,7 @@ void chooseDevices(DesktopPlatform& platform, const DesktopPlatformSettings& set
 DesktopStreamCapture::Services DesktopPlatform::captureServices() const {
     DesktopStreamCapture::Services services;
     services.backend = backend;
+    services.systemAudioStreamFactory = systemAudioStreamFactory;
     services.microphoneCaptureFactory = microphoneCaptureFactory;
     services.cameraCaptureFactory = cameraCaptureFactory;
     services.cameraPermissions = cameraPermissions;

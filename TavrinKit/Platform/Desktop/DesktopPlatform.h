@@ -23,11 +23,11 @@ struct DesktopPlatform {
     Kind kind = Kind::none;
     std::string unavailableReason; ///< a sentence; empty unless `kind` is none
 
-    /// Pictures and what the machine plays.
     std::shared_ptr<ScreenCaptureBackend> backend;
     std::function<std::unique_ptr<LiveInputEventMonitoring>()> makeInputMonitor;
     std::function<std::unique_ptr<LiveCursorStateMonitoring>()> makeCursorMonitor;
 
+    SystemAudioStreamFactory systemAudioStreamFactory;
     MicrophoneCaptureFactory microphoneCaptureFactory;
     CameraCaptureFactory cameraCaptureFactory;
     std::shared_ptr<CameraPermissionProviding> cameraPermissions;

@@ -19,8 +19,6 @@ public:
     /// Yes: it isn't for want of a permission that nothing can be recorded.
     [[nodiscard]] bool preflightAccess() override { return true; }
     [[nodiscard]] bool requestAccess() override { return true; }
-    /// Sound isn't what is missing.
-    [[nodiscard]] bool capturesSystemAudio() const override { return true; }
     /// @throws Error with the reason
     [[nodiscard]] ShareableContent shareableContent(bool excludingDesktopWindows,
                                                     bool onScreenWindowsOnly) override;

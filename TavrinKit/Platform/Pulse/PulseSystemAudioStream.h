@@ -4,7 +4,6 @@
 #include <string>
 
 #include "TavrinKit/Capture/ScreenStream.h"
-#include "TavrinKit/Capture/SoundedCaptureBackend.h"
 
 namespace tavrin {
 
