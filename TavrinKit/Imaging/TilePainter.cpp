@@ -167,18 +167,24 @@ void TilePainter::resample(std::span<const WeightedPlane> planes, const AxisTabl
         samples += rows.first * only.stride + columns.first;
     }
 
-    // Down the columns, then, turned over so that it is down the columns again, along the rows.
+    // Down the columns, then, turned over so that it is down the columns again, along the rows: by strips
+    // that stay in the processor's first cache from one step to the next.
+    constexpr int stripRows = 32;
     const int width = columns.count();
-    float* vertical = vertical_.prepare(width, block.rows());
-    kernels_->combineRows(samples, sampleStride, &y.start[std::size_t(block.row0 - y.first)], rows.first,
-                          y.weightsAt(block.row0), y.taps, block.rows(), width, vertical, vertical_.stride);
-    float* turned = turned_.prepare(block.rows(), width);
-    kernels_->transpose(vertical, vertical_.stride, block.rows(), width, turned, turned_.stride);
-    float* turnedOut = turnedOut_.prepare(block.rows(), block.columns());
-    kernels_->combineRows(turned, turned_.stride, &x.start[std::size_t(block.column0 - x.first)],
-                          columns.first, x.weightsAt(block.column0), x.taps, block.columns(), block.rows(),
-                          turnedOut, turnedOut_.stride);
-    kernels_->transpose(turnedOut, turnedOut_.stride, block.columns(), block.rows(), out, stride);
+    float* vertical = vertical_.prepare(width, stripRows);
+    float* turned = turned_.prepare(stripRows, width);
+    float* turnedOut = turnedOut_.prepare(stripRows, block.columns());
+    for (int row = block.row0; row < block.row1; row += stripRows) {
+        const int count = std::min(stripRows, block.row1 - row);
+        kernels_->combineRows(samples, sampleStride, &y.start[std::size_t(row - y.first)], rows.first,
+                              y.weightsAt(row), y.taps, count, width, vertical, vertical_.stride);
+        kernels_->transpose(vertical, vertical_.stride, count, width, turned, turned_.stride);
+        kernels_->combineRows(turned, turned_.stride, &x.start[std::size_t(block.column0 - x.first)],
+                              columns.first, x.weightsAt(block.column0), x.taps, block.columns(), count,
+                              turnedOut, turnedOut_.stride);
+        kernels_->transpose(turnedOut, turnedOut_.stride, block.columns(), count,
+                            out + (row - block.row0) * stride, stride);
+    }
 }
 
 void TilePainter::sample(Basis basis, const PreparedLayer& prepared, const Block& block, const Rect& area,
