@@ -1,10 +1,7 @@
 #pragma once
 
-#include <array>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "TavrinKit/Capture/CaptureTypes.h"
@@ -17,12 +14,13 @@ enum class CaptureSyncMode { screenOnly, screenSystemAudio, screenMicrophone, sc
 
 template <>
 struct EnumNames<CaptureSyncMode> {
-    static constexpr std::array<std::pair<CaptureSyncMode, std::string_view>, 4> names{{
-        {CaptureSyncMode::screenOnly, "screenOnly"},
-        {CaptureSyncMode::screenSystemAudio, "screenSystemAudio"},
-        {CaptureSyncMode::screenMicrophone, "screenMicrophone"},
-        {CaptureSyncMode::screenSystemAudioMicrophone, "screenSystemAudioMicrophone"},
-    }};
+    using enum CaptureSyncMode;
+    static constexpr auto names = namedCases<CaptureSyncMode>({
+        {screenOnly, "screenOnly"},
+        {screenSystemAudio, "screenSystemAudio"},
+        {screenMicrophone, "screenMicrophone"},
+        {screenSystemAudioMicrophone, "screenSystemAudioMicrophone"},
+    });
 };
 
 [[nodiscard]] CaptureSyncMode captureSyncMode(const AudioCaptureOptions& options);

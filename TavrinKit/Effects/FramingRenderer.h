@@ -1,10 +1,9 @@
 #pragma once
 
 #include "TavrinKit/Effects/FramingRenderState.h"
+#include "TavrinKit/Project/FramingStyle.h"
 
 namespace tavrin {
-
-struct FramingTrack;
 
 /// Resolves the framing of a take, which is the same for all of its frames. Pure; any thread.
 struct FramingRenderer {

@@ -1,10 +1,7 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "TavrinKit/Support/Json.h"
@@ -38,11 +35,12 @@ struct TypingFrameState {
 
 template <>
 struct EnumNames<TypingChipRole> {
-    static constexpr std::array<std::pair<TypingChipRole, std::string_view>, 3> names{{
-        {TypingChipRole::typedText, "typedText"},
-        {TypingChipRole::keycap, "keycap"},
-        {TypingChipRole::modifier, "modifier"},
-    }};
+    using enum TypingChipRole;
+    static constexpr auto names = namedCases<TypingChipRole>({
+        {typedText, "typedText"},
+        {keycap, "keycap"},
+        {modifier, "modifier"},
+    });
 };
 
 template <>

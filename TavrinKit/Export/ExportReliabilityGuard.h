@@ -1,12 +1,9 @@
 #pragma once
 
-#include <array>
 #include <functional>
 #include <memory>
 #include <stop_token>
 #include <string>
-#include <string_view>
-#include <utility>
 
 #include "TavrinKit/Export/MP4Exporting.h"
 #include "TavrinKit/Support/Json.h"
@@ -27,13 +24,14 @@ struct ExportReliabilityProgress {
 
 template <>
 struct EnumNames<ExportReliabilityPhase> {
-    static constexpr std::array<std::pair<ExportReliabilityPhase, std::string_view>, 5> names{{
-        {ExportReliabilityPhase::attemptStarted, "attemptStarted"},
-        {ExportReliabilityPhase::exporting, "exporting"},
-        {ExportReliabilityPhase::validating, "validating"},
-        {ExportReliabilityPhase::retrying, "retrying"},
-        {ExportReliabilityPhase::completed, "completed"},
-    }};
+    using enum ExportReliabilityPhase;
+    static constexpr auto names = namedCases<ExportReliabilityPhase>({
+        {attemptStarted, "attemptStarted"},
+        {exporting, "exporting"},
+        {validating, "validating"},
+        {retrying, "retrying"},
+        {completed, "completed"},
+    });
 };
 
 /// Repeats an export until it gives a movie that passes a check, so that a passing trouble of the media stack

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <optional>
 #include <stop_token>
 #include <string>
-#include <string_view>
 #include <utility>
 
 #include "TavrinKit/Compositing/AudioMix.h"
@@ -53,14 +51,15 @@ struct ExportProgressUpdate {
 
 template <>
 struct EnumNames<ExportProgressStage> {
-    static constexpr std::array<std::pair<ExportProgressStage, std::string_view>, 6> names{{
-        {ExportProgressStage::preparing, "preparing"},
-        {ExportProgressStage::baking, "baking"},
-        {ExportProgressStage::transcoding, "transcoding"},
-        {ExportProgressStage::validating, "validating"},
-        {ExportProgressStage::retrying, "retrying"},
-        {ExportProgressStage::completed, "completed"},
-    }};
+    using enum ExportProgressStage;
+    static constexpr auto names = namedCases<ExportProgressStage>({
+        {preparing, "preparing"},
+        {baking, "baking"},
+        {transcoding, "transcoding"},
+        {validating, "validating"},
+        {retrying, "retrying"},
+        {completed, "completed"},
+    });
 };
 
 /// Takes the finished share of an export, 0...1, never falling. Called on the thread that exports.

@@ -20,10 +20,8 @@ AnnotationStyle AnnotationStyle::normalized() const {
 }
 
 AnnotationRegion AnnotationRegion::normalized() const {
-    const ClipTimeRange range = ClipTimeRange{startTime, endTime}.normalized();
     AnnotationRegion result = *this;
-    result.startTime = range.startTime;
-    result.endTime = range.endTime;
+    normalizeTimes(result);
     if (imagePath) {
         result.imagePath = trimmed(*imagePath);
         if (result.imagePath->empty()) {

@@ -1,11 +1,8 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "TavrinKit/Support/Geometry.h"
@@ -82,52 +79,57 @@ struct AnnotationTrack {
 
 template <>
 struct EnumNames<AnnotationType> {
-    static constexpr std::array<std::pair<AnnotationType, std::string_view>, 3> names{{
-        {AnnotationType::text, "text"},
-        {AnnotationType::image, "image"},
-        {AnnotationType::figure, "figure"},
-    }};
+    using enum AnnotationType;
+    static constexpr auto names = namedCases<AnnotationType>({
+        {text, "text"},
+        {image, "image"},
+        {figure, "figure"},
+    });
 };
 
 template <>
 struct EnumNames<AnnotationFontWeight> {
-    static constexpr std::array<std::pair<AnnotationFontWeight, std::string_view>, 3> names{{
-        {AnnotationFontWeight::regular, "regular"},
-        {AnnotationFontWeight::semibold, "semibold"},
-        {AnnotationFontWeight::bold, "bold"},
-    }};
+    using enum AnnotationFontWeight;
+    static constexpr auto names = namedCases<AnnotationFontWeight>({
+        {regular, "regular"},
+        {semibold, "semibold"},
+        {bold, "bold"},
+    });
 };
 
 template <>
 struct EnumNames<AnnotationTextAlignment> {
-    static constexpr std::array<std::pair<AnnotationTextAlignment, std::string_view>, 3> names{{
-        {AnnotationTextAlignment::leading, "leading"},
-        {AnnotationTextAlignment::center, "center"},
-        {AnnotationTextAlignment::trailing, "trailing"},
-    }};
+    using enum AnnotationTextAlignment;
+    static constexpr auto names = namedCases<AnnotationTextAlignment>({
+        {leading, "leading"},
+        {center, "center"},
+        {trailing, "trailing"},
+    });
 };
 
 template <>
 struct EnumNames<AnnotationFigureShape> {
-    static constexpr std::array<std::pair<AnnotationFigureShape, std::string_view>, 3> names{{
-        {AnnotationFigureShape::arrow, "arrow"},
-        {AnnotationFigureShape::rectangle, "rectangle"},
-        {AnnotationFigureShape::circle, "circle"},
-    }};
+    using enum AnnotationFigureShape;
+    static constexpr auto names = namedCases<AnnotationFigureShape>({
+        {arrow, "arrow"},
+        {rectangle, "rectangle"},
+        {circle, "circle"},
+    });
 };
 
 template <>
 struct EnumNames<AnnotationArrowDirection> {
-    static constexpr std::array<std::pair<AnnotationArrowDirection, std::string_view>, 8> names{{
-        {AnnotationArrowDirection::up, "up"},
-        {AnnotationArrowDirection::down, "down"},
-        {AnnotationArrowDirection::left, "left"},
-        {AnnotationArrowDirection::right, "right"},
-        {AnnotationArrowDirection::upLeft, "upLeft"},
-        {AnnotationArrowDirection::upRight, "upRight"},
-        {AnnotationArrowDirection::downLeft, "downLeft"},
-        {AnnotationArrowDirection::downRight, "downRight"},
-    }};
+    using enum AnnotationArrowDirection;
+    static constexpr auto names = namedCases<AnnotationArrowDirection>({
+        {up, "up"},
+        {down, "down"},
+        {left, "left"},
+        {right, "right"},
+        {upLeft, "upLeft"},
+        {upRight, "upRight"},
+        {downLeft, "downLeft"},
+        {downRight, "downRight"},
+    });
 };
 
 template <>

@@ -1,9 +1,6 @@
 #pragma once
 
-#include <array>
 #include <map>
-#include <string_view>
-#include <utility>
 
 #include "TavrinKit/Support/Json.h"
 
@@ -38,21 +35,23 @@ struct AudioMixState {
 
 template <>
 struct EnumNames<AudioTrackRole> {
-    static constexpr std::array<std::pair<AudioTrackRole, std::string_view>, 3> names{{
-        {AudioTrackRole::system, "system"},
-        {AudioTrackRole::microphone, "microphone"},
-        {AudioTrackRole::camera, "camera"},
-    }};
+    using enum AudioTrackRole;
+    static constexpr auto names = namedCases<AudioTrackRole>({
+        {system, "system"},
+        {microphone, "microphone"},
+        {camera, "camera"},
+    });
 };
 
 template <>
 struct EnumNames<NoiseReductionLevel> {
-    static constexpr std::array<std::pair<NoiseReductionLevel, std::string_view>, 4> names{{
-        {NoiseReductionLevel::off, "off"},
-        {NoiseReductionLevel::low, "low"},
-        {NoiseReductionLevel::medium, "medium"},
-        {NoiseReductionLevel::high, "high"},
-    }};
+    using enum NoiseReductionLevel;
+    static constexpr auto names = namedCases<NoiseReductionLevel>({
+        {off, "off"},
+        {low, "low"},
+        {medium, "medium"},
+        {high, "high"},
+    });
 };
 
 void encode(Json& json, const AudioMixState& value);

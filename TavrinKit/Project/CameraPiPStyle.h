@@ -1,9 +1,6 @@
 #pragma once
 
-#include <array>
-#include <string_view>
-#include <utility>
-
+#include "TavrinKit/Project/StyleTrack.h"
 #include "TavrinKit/Support/Json.h"
 
 namespace tavrin {
@@ -33,45 +30,45 @@ struct CameraPiPStyle {
     friend bool operator==(const CameraPiPStyle&, const CameraPiPStyle&) = default;
 };
 
-struct CameraPiPTrack {
-    CameraPiPStyle style{};
-
-    friend bool operator==(const CameraPiPTrack&, const CameraPiPTrack&) = default;
-};
+using CameraPiPTrack = StyleTrack<CameraPiPStyle>;
 
 template <>
 struct EnumNames<CameraPiPAnchor> {
-    static constexpr std::array<std::pair<CameraPiPAnchor, std::string_view>, 4> names{{
-        {CameraPiPAnchor::topLeft, "topLeft"},
-        {CameraPiPAnchor::topRight, "topRight"},
-        {CameraPiPAnchor::bottomLeft, "bottomLeft"},
-        {CameraPiPAnchor::bottomRight, "bottomRight"},
-    }};
+    using enum CameraPiPAnchor;
+    static constexpr auto names = namedCases<CameraPiPAnchor>({
+        {topLeft, "topLeft"},
+        {topRight, "topRight"},
+        {bottomLeft, "bottomLeft"},
+        {bottomRight, "bottomRight"},
+    });
 };
 
 template <>
 struct EnumNames<CameraPiPShape> {
-    static constexpr std::array<std::pair<CameraPiPShape, std::string_view>, 2> names{{
-        {CameraPiPShape::roundedRect, "roundedRect"},
-        {CameraPiPShape::circle, "circle"},
-    }};
+    using enum CameraPiPShape;
+    static constexpr auto names = namedCases<CameraPiPShape>({
+        {roundedRect, "roundedRect"},
+        {circle, "circle"},
+    });
 };
 
 template <>
 struct EnumNames<CameraPiPLayoutMode> {
-    static constexpr std::array<std::pair<CameraPiPLayoutMode, std::string_view>, 2> names{{
-        {CameraPiPLayoutMode::fixed, "fixed"},
-        {CameraPiPLayoutMode::focusAware, "focusAware"},
-    }};
+    using enum CameraPiPLayoutMode;
+    static constexpr auto names = namedCases<CameraPiPLayoutMode>({
+        {fixed, "fixed"},
+        {focusAware, "focusAware"},
+    });
 };
 
 template <>
 struct EnumNames<CameraPiPBackgroundTreatment> {
-    static constexpr std::array<std::pair<CameraPiPBackgroundTreatment, std::string_view>, 3> names{{
-        {CameraPiPBackgroundTreatment::none, "none"},
-        {CameraPiPBackgroundTreatment::plate, "plate"},
-        {CameraPiPBackgroundTreatment::glow, "glow"},
-    }};
+    using enum CameraPiPBackgroundTreatment;
+    static constexpr auto names = namedCases<CameraPiPBackgroundTreatment>({
+        {none, "none"},
+        {plate, "plate"},
+        {glow, "glow"},
+    });
 };
 
 template <>
@@ -91,11 +88,6 @@ struct JsonRecord<CameraPiPStyle> {
         keys.tolerated("focusReactionStrength", value.focusReactionStrength);
         keys.tolerated("backgroundTreatment", value.backgroundTreatment);
     }
-};
-
-template <>
-struct JsonRecord<CameraPiPTrack> {
-    static void fields(auto& keys, auto& value) { keys.required("style", value.style); }
 };
 
 } // namespace tavrin

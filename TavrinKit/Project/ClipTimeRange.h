@@ -13,11 +13,18 @@ struct ClipTimeRange {
     [[nodiscard]] double duration() const { return endTime - startTime; }
 
     /// A start that is not finite or below 0 becomes 0; an end that is not finite or before it, the start.
-    /// The regions of an edit obey the same rule.
     [[nodiscard]] ClipTimeRange normalized() const;
 
     friend bool operator==(const ClipTimeRange&, const ClipTimeRange&) = default;
 };
+
+/// The same for the times of a region.
+template <typename Region>
+void normalizeTimes(Region& region) {
+    const ClipTimeRange range = ClipTimeRange{region.startTime, region.endTime}.normalized();
+    region.startTime = range.startTime;
+    region.endTime = range.endTime;
+}
 
 template <>
 struct JsonRecord<ClipTimeRange> {

@@ -1,9 +1,5 @@
 #pragma once
 
-#include <array>
-#include <string_view>
-#include <utility>
-
 #include "TavrinKit/Support/Json.h"
 
 namespace tavrin {
@@ -30,24 +26,25 @@ enum class CursorGlyphKind {
 
 template <>
 struct EnumNames<CursorGlyphKind> {
-    static constexpr std::array<std::pair<CursorGlyphKind, std::string_view>, 16> names{{
-        {CursorGlyphKind::arrow, "arrow"},
-        {CursorGlyphKind::pointingHand, "pointingHand"},
-        {CursorGlyphKind::crosshair, "crosshair"},
-        {CursorGlyphKind::iBeam, "iBeam"},
-        {CursorGlyphKind::openHand, "openHand"},
-        {CursorGlyphKind::closedHand, "closedHand"},
-        {CursorGlyphKind::resizeHorizontal, "resizeHorizontal"},
-        {CursorGlyphKind::resizeVertical, "resizeVertical"},
-        {CursorGlyphKind::contextualMenu, "contextualMenu"},
-        {CursorGlyphKind::alias, "alias"},
-        {CursorGlyphKind::copy, "copy"},
-        {CursorGlyphKind::notAllowed, "notAllowed"},
-        {CursorGlyphKind::zoomIn, "zoomIn"},
-        {CursorGlyphKind::zoomOut, "zoomOut"},
-        {CursorGlyphKind::resizeDiagonalNWSE, "resizeDiagonalNWSE"},
-        {CursorGlyphKind::resizeDiagonalNESW, "resizeDiagonalNESW"},
-    }};
+    using enum CursorGlyphKind;
+    static constexpr auto names = namedCases<CursorGlyphKind>({
+        {arrow, "arrow"},
+        {pointingHand, "pointingHand"},
+        {crosshair, "crosshair"},
+        {iBeam, "iBeam"},
+        {openHand, "openHand"},
+        {closedHand, "closedHand"},
+        {resizeHorizontal, "resizeHorizontal"},
+        {resizeVertical, "resizeVertical"},
+        {contextualMenu, "contextualMenu"},
+        {alias, "alias"},
+        {copy, "copy"},
+        {notAllowed, "notAllowed"},
+        {zoomIn, "zoomIn"},
+        {zoomOut, "zoomOut"},
+        {resizeDiagonalNWSE, "resizeDiagonalNWSE"},
+        {resizeDiagonalNESW, "resizeDiagonalNESW"},
+    });
 };
 
 } // namespace tavrin

@@ -1,10 +1,7 @@
 #pragma once
 
-#include <array>
-#include <string_view>
-#include <utility>
-
 #include "TavrinKit/Project/CursorGlyphKind.h"
+#include "TavrinKit/Project/StyleTrack.h"
 #include "TavrinKit/Support/Json.h"
 
 namespace tavrin {
@@ -46,63 +43,65 @@ struct CursorStyle {
     friend bool operator==(const CursorStyle&, const CursorStyle&) = default;
 };
 
-struct CursorTrack {
-    CursorStyle style{};
-
-    friend bool operator==(const CursorTrack&, const CursorTrack&) = default;
-};
+using CursorTrack = StyleTrack<CursorStyle>;
 
 template <>
 struct EnumNames<CursorSmoothingPreset> {
-    static constexpr std::array<std::pair<CursorSmoothingPreset, std::string_view>, 4> names{{
-        {CursorSmoothingPreset::off, "off"},
-        {CursorSmoothingPreset::low, "low"},
-        {CursorSmoothingPreset::medium, "medium"},
-        {CursorSmoothingPreset::high, "high"},
-    }};
+    using enum CursorSmoothingPreset;
+    static constexpr auto names = namedCases<CursorSmoothingPreset>({
+        {off, "off"},
+        {low, "low"},
+        {medium, "medium"},
+        {high, "high"},
+    });
 };
 
 template <>
 struct EnumNames<ClickHighlightStyle> {
-    static constexpr std::array<std::pair<ClickHighlightStyle, std::string_view>, 3> names{{
-        {ClickHighlightStyle::none, "none"},
-        {ClickHighlightStyle::ring, "ring"},
-        {ClickHighlightStyle::halo, "halo"},
-    }};
+    using enum ClickHighlightStyle;
+    static constexpr auto names = namedCases<ClickHighlightStyle>({
+        {none, "none"},
+        {ring, "ring"},
+        {halo, "halo"},
+    });
 };
 
 template <>
 struct EnumNames<CursorBodyStyle> {
-    static constexpr std::array<std::pair<CursorBodyStyle, std::string_view>, 2> names{{
-        {CursorBodyStyle::pointer, "pointer"},
-        {CursorBodyStyle::touch, "touch"},
-    }};
+    using enum CursorBodyStyle;
+    static constexpr auto names = namedCases<CursorBodyStyle>({
+        {pointer, "pointer"},
+        {touch, "touch"},
+    });
 };
 
 template <>
 struct EnumNames<CursorEndBehavior> {
-    static constexpr std::array<std::pair<CursorEndBehavior, std::string_view>, 3> names{{
-        {CursorEndBehavior::natural, "natural"},
-        {CursorEndBehavior::stop, "stop"},
-        {CursorEndBehavior::loopTail, "loopTail"},
-    }};
+    using enum CursorEndBehavior;
+    static constexpr auto names = namedCases<CursorEndBehavior>({
+        {natural, "natural"},
+        {stop, "stop"},
+        {loopTail, "loopTail"},
+    });
 };
 
 template <>
 struct EnumNames<CursorGlyphSelectionMode> {
-    static constexpr std::array<std::pair<CursorGlyphSelectionMode, std::string_view>, 2> names{{
-        {CursorGlyphSelectionMode::automatic, "automatic"},
-        {CursorGlyphSelectionMode::manual, "manual"},
-    }};
+    using enum CursorGlyphSelectionMode;
+    static constexpr auto names = namedCases<CursorGlyphSelectionMode>({
+        {automatic, "automatic"},
+        {manual, "manual"},
+    });
 };
 
 template <>
 struct EnumNames<CursorTrailStyle> {
-    static constexpr std::array<std::pair<CursorTrailStyle, std::string_view>, 3> names{{
-        {CursorTrailStyle::none, "none"},
-        {CursorTrailStyle::subtle, "subtle"},
-        {CursorTrailStyle::dynamic, "dynamic"},
-    }};
+    using enum CursorTrailStyle;
+    static constexpr auto names = namedCases<CursorTrailStyle>({
+        {none, "none"},
+        {subtle, "subtle"},
+        {dynamic, "dynamic"},
+    });
 };
 
 template <>
@@ -129,11 +128,6 @@ struct JsonRecord<CursorStyle> {
         keys.tolerated("trailIntensity", value.trailIntensity);
         keys.tolerated("idleFadeDurationSeconds", value.idleFadeDurationSeconds);
     }
-};
-
-template <>
-struct JsonRecord<CursorTrack> {
-    static void fields(auto& keys, auto& value) { keys.required("style", value.style); }
 };
 
 } // namespace tavrin

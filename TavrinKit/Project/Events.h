@@ -1,11 +1,9 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "TavrinKit/Project/CursorAppearance.h"
@@ -78,30 +76,33 @@ struct CursorStateEvent {
 
 template <>
 struct EnumNames<MouseEventKind> {
-    static constexpr std::array<std::pair<MouseEventKind, std::string_view>, 3> names{{
-        {MouseEventKind::moved, "moved"},
-        {MouseEventKind::clicked, "clicked"},
-        {MouseEventKind::dragged, "dragged"},
-    }};
+    using enum MouseEventKind;
+    static constexpr auto names = namedCases<MouseEventKind>({
+        {moved, "moved"},
+        {clicked, "clicked"},
+        {dragged, "dragged"},
+    });
 };
 
 template <>
 struct EnumNames<KeyModifier> {
-    static constexpr std::array<std::pair<KeyModifier, std::string_view>, 5> names{{
-        {KeyModifier::command, "command"},
-        {KeyModifier::shift, "shift"},
-        {KeyModifier::option, "option"},
-        {KeyModifier::control, "control"},
-        {KeyModifier::function, "function"},
-    }};
+    using enum KeyModifier;
+    static constexpr auto names = namedCases<KeyModifier>({
+        {command, "command"},
+        {shift, "shift"},
+        {option, "option"},
+        {control, "control"},
+        {function, "function"},
+    });
 };
 
 template <>
 struct EnumNames<KeyEventContentKind> {
-    static constexpr std::array<std::pair<KeyEventContentKind, std::string_view>, 2> names{{
-        {KeyEventContentKind::printable, "printable"},
-        {KeyEventContentKind::special, "special"},
-    }};
+    using enum KeyEventContentKind;
+    static constexpr auto names = namedCases<KeyEventContentKind>({
+        {printable, "printable"},
+        {special, "special"},
+    });
 };
 
 } // namespace tavrin

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <array>
 #include <string_view>
-#include <utility>
 
 #include "TavrinKit/Support/Json.h"
 
@@ -24,13 +22,14 @@ using AspectPreset = ExportAspectPreset;
 
 template <>
 struct EnumNames<ExportAspectPreset> {
-    static constexpr std::array<std::pair<ExportAspectPreset, std::string_view>, 5> names{{
-        {ExportAspectPreset::horizontal16x9, "horizontal16x9"},
-        {ExportAspectPreset::vertical9x16, "vertical9x16"},
-        {ExportAspectPreset::square1x1, "square1x1"},
-        {ExportAspectPreset::horizontal4x3, "horizontal4x3"},
-        {ExportAspectPreset::vertical3x4, "vertical3x4"},
-    }};
+    using enum ExportAspectPreset;
+    static constexpr auto names = namedCases<ExportAspectPreset>({
+        {horizontal16x9, "horizontal16x9"},
+        {vertical9x16, "vertical9x16"},
+        {square1x1, "square1x1"},
+        {horizontal4x3, "horizontal4x3"},
+        {vertical3x4, "vertical3x4"},
+    });
 };
 
 } // namespace tavrin

@@ -1,9 +1,6 @@
 #pragma once
 
-#include <array>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "TavrinKit/Support/Json.h"
@@ -40,10 +37,21 @@ struct ExportCapabilitySnapshot {
 
 template <>
 struct EnumNames<ExportCodec> {
-    static constexpr std::array<std::pair<ExportCodec, std::string_view>, 2> names{{
-        {ExportCodec::h264, "h264"},
-        {ExportCodec::hevc, "hevc"},
-    }};
+    using enum ExportCodec;
+    static constexpr auto names = namedCases<ExportCodec>({
+        {h264, "h264"},
+        {hevc, "hevc"},
+    });
+};
+
+template <>
+struct JsonRecord<ExportCodecCapability> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("codec", value.codec);
+        keys.required("profile", value.profile);
+        keys.required("supported", value.supported);
+        keys.required("hardwareAccelerated", value.hardwareAccelerated);
+    }
 };
 
 } // namespace tavrin

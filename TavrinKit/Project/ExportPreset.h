@@ -1,10 +1,7 @@
 #pragma once
 
-#include <array>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "TavrinKit/Project/ExportAspectPreset.h"
@@ -110,45 +107,50 @@ namespace PremiumDefaults {
 
 template <>
 struct EnumNames<ExportPresetCategory> {
-    static constexpr std::array<std::pair<ExportPresetCategory, std::string_view>, 2> names{{
-        {ExportPresetCategory::builtIn, "builtIn"},
-        {ExportPresetCategory::custom, "custom"},
-    }};
+    using enum ExportPresetCategory;
+    static constexpr auto names = namedCases<ExportPresetCategory>({
+        {builtIn, "builtIn"},
+        {custom, "custom"},
+    });
 };
 
 template <>
 struct EnumNames<ExportContainer> {
-    static constexpr std::array<std::pair<ExportContainer, std::string_view>, 2> names{{
-        {ExportContainer::mp4, "mp4"},
-        {ExportContainer::mov, "mov"},
-    }};
+    using enum ExportContainer;
+    static constexpr auto names = namedCases<ExportContainer>({
+        {mp4, "mp4"},
+        {mov, "mov"},
+    });
 };
 
 template <>
 struct EnumNames<ExportVideoProfile> {
-    static constexpr std::array<std::pair<ExportVideoProfile, std::string_view>, 4> names{{
-        {ExportVideoProfile::h264Baseline, "h264Baseline"},
-        {ExportVideoProfile::h264Main, "h264Main"},
-        {ExportVideoProfile::h264High, "h264High"},
-        {ExportVideoProfile::hevcMain, "hevcMain"},
-    }};
+    using enum ExportVideoProfile;
+    static constexpr auto names = namedCases<ExportVideoProfile>({
+        {h264Baseline, "h264Baseline"},
+        {h264Main, "h264Main"},
+        {h264High, "h264High"},
+        {hevcMain, "hevcMain"},
+    });
 };
 
 template <>
 struct EnumNames<ExportBitrateStrategy> {
-    static constexpr std::array<std::pair<ExportBitrateStrategy, std::string_view>, 3> names{{
-        {ExportBitrateStrategy::automatic, "auto"},
-        {ExportBitrateStrategy::constrainedVBR, "constrainedVBR"},
-        {ExportBitrateStrategy::constantMbps, "constantMbps"},
-    }};
+    using enum ExportBitrateStrategy;
+    static constexpr auto names = namedCases<ExportBitrateStrategy>({
+        {automatic, "auto"},
+        {constrainedVBR, "constrainedVBR"},
+        {constantMbps, "constantMbps"},
+    });
 };
 
 template <>
 struct EnumNames<ExportSpeedQualityMode> {
-    static constexpr std::array<std::pair<ExportSpeedQualityMode, std::string_view>, 2> names{{
-        {ExportSpeedQualityMode::fastPreview, "fastPreview"},
-        {ExportSpeedQualityMode::highQuality, "highQuality"},
-    }};
+    using enum ExportSpeedQualityMode;
+    static constexpr auto names = namedCases<ExportSpeedQualityMode>({
+        {fastPreview, "fastPreview"},
+        {highQuality, "highQuality"},
+    });
 };
 
 template <>

@@ -8,10 +8,8 @@
 namespace tavrin {
 
 ExtraAudioRegion ExtraAudioRegion::normalized() const {
-    const ClipTimeRange range = ClipTimeRange{startTime, endTime}.normalized();
     ExtraAudioRegion result = *this;
-    result.startTime = range.startTime;
-    result.endTime = range.endTime;
+    normalizeTimes(result);
     result.filePath = trimmed(filePath);
     result.volume = clampedTo(finiteOr(volume, 1), 0, 2);
     return result;

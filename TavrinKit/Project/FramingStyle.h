@@ -1,11 +1,9 @@
 #pragma once
 
-#include <array>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <variant>
 
+#include "TavrinKit/Project/StyleTrack.h"
 #include "TavrinKit/Support/Json.h"
 
 namespace tavrin {
@@ -72,20 +70,17 @@ struct FramingStyle {
     friend bool operator==(const FramingStyle&, const FramingStyle&) = default;
 };
 
-struct FramingTrack {
-    FramingStyle style{};
-
-    friend bool operator==(const FramingTrack&, const FramingTrack&) = default;
-};
+using FramingTrack = StyleTrack<FramingStyle>;
 
 template <>
 struct EnumNames<BuiltInWallpaperStyle> {
-    static constexpr std::array<std::pair<BuiltInWallpaperStyle, std::string_view>, 4> names{{
-        {BuiltInWallpaperStyle::aurora, "aurora"},
-        {BuiltInWallpaperStyle::ember, "ember"},
-        {BuiltInWallpaperStyle::tide, "tide"},
-        {BuiltInWallpaperStyle::graphite, "graphite"},
-    }};
+    using enum BuiltInWallpaperStyle;
+    static constexpr auto names = namedCases<BuiltInWallpaperStyle>({
+        {aurora, "aurora"},
+        {ember, "ember"},
+        {tide, "tide"},
+        {graphite, "graphite"},
+    });
 };
 
 void encode(Json& json, const BackgroundStyle& value);
@@ -132,11 +127,6 @@ struct JsonRecord<FramingStyle> {
         keys.required("shadow", value.shadow);
         keys.required("background", value.background);
     }
-};
-
-template <>
-struct JsonRecord<FramingTrack> {
-    static void fields(auto& keys, auto& value) { keys.required("style", value.style); }
 };
 
 } // namespace tavrin

@@ -1,10 +1,7 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "TavrinKit/Project/TavrinConstants.h"
@@ -54,10 +51,11 @@ struct ProjectManifest {
 
 template <>
 struct EnumNames<AudioTrackDescriptor::Kind> {
-    static constexpr std::array<std::pair<AudioTrackDescriptor::Kind, std::string_view>, 2> names{{
-        {AudioTrackDescriptor::Kind::system, "system"},
-        {AudioTrackDescriptor::Kind::microphone, "microphone"},
-    }};
+    using enum AudioTrackDescriptor::Kind;
+    static constexpr auto names = namedCases<AudioTrackDescriptor::Kind>({
+        {system, "system"},
+        {microphone, "microphone"},
+    });
 };
 
 template <>

@@ -18,10 +18,8 @@ double multiplier(PlaybackSpeed speed) {
 }
 
 SpeedRegion SpeedRegion::normalized() const {
-    const ClipTimeRange range = ClipTimeRange{startTime, endTime}.normalized();
     SpeedRegion result = *this;
-    result.startTime = range.startTime;
-    result.endTime = range.endTime;
+    normalizeTimes(result);
     return result;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "TavrinKit/Project/StyleTrack.h"
 #include "TavrinKit/Support/Json.h"
 
 namespace tavrin {
@@ -20,11 +21,7 @@ struct TypingStyle {
     friend bool operator==(const TypingStyle&, const TypingStyle&) = default;
 };
 
-struct TypingTrack {
-    TypingStyle style{};
-
-    friend bool operator==(const TypingTrack&, const TypingTrack&) = default;
-};
+using TypingTrack = StyleTrack<TypingStyle>;
 
 template <>
 struct JsonRecord<TypingStyle> {
@@ -37,11 +34,6 @@ struct JsonRecord<TypingStyle> {
         keys.tolerated("keyPopDurationSeconds", value.keyPopDurationSeconds);
         keys.tolerated("maxVisibleChips", value.maxVisibleChips);
     }
-};
-
-template <>
-struct JsonRecord<TypingTrack> {
-    static void fields(auto& keys, auto& value) { keys.required("style", value.style); }
 };
 
 } // namespace tavrin

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <array>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <utility>
 
+#include "TavrinKit/Project/StyleTrack.h"
 #include "TavrinKit/Support/Json.h"
 
 namespace tavrin {
@@ -30,29 +28,27 @@ struct WatermarkStyle {
     friend bool operator==(const WatermarkStyle&, const WatermarkStyle&) = default;
 };
 
-struct WatermarkTrack {
-    WatermarkStyle style{};
-
-    friend bool operator==(const WatermarkTrack&, const WatermarkTrack&) = default;
-};
+using WatermarkTrack = StyleTrack<WatermarkStyle>;
 
 template <>
 struct EnumNames<WatermarkKind> {
-    static constexpr std::array<std::pair<WatermarkKind, std::string_view>, 2> names{{
-        {WatermarkKind::text, "text"},
-        {WatermarkKind::image, "image"},
-    }};
+    using enum WatermarkKind;
+    static constexpr auto names = namedCases<WatermarkKind>({
+        {text, "text"},
+        {image, "image"},
+    });
 };
 
 template <>
 struct EnumNames<WatermarkAnchor> {
-    static constexpr std::array<std::pair<WatermarkAnchor, std::string_view>, 5> names{{
-        {WatermarkAnchor::topLeft, "topLeft"},
-        {WatermarkAnchor::topRight, "topRight"},
-        {WatermarkAnchor::bottomLeft, "bottomLeft"},
-        {WatermarkAnchor::bottomRight, "bottomRight"},
-        {WatermarkAnchor::center, "center"},
-    }};
+    using enum WatermarkAnchor;
+    static constexpr auto names = namedCases<WatermarkAnchor>({
+        {topLeft, "topLeft"},
+        {topRight, "topRight"},
+        {bottomLeft, "bottomLeft"},
+        {bottomRight, "bottomRight"},
+        {center, "center"},
+    });
 };
 
 template <>
@@ -68,11 +64,6 @@ struct JsonRecord<WatermarkStyle> {
         keys.required("anchor", value.anchor);
         keys.required("shadowEnabled", value.shadowEnabled);
     }
-};
-
-template <>
-struct JsonRecord<WatermarkTrack> {
-    static void fields(auto& keys, auto& value) { keys.required("style", value.style); }
 };
 
 } // namespace tavrin

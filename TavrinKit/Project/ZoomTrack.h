@@ -1,9 +1,6 @@
 #pragma once
 
-#include <array>
 #include <optional>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "TavrinKit/Support/Geometry.h"
@@ -56,19 +53,21 @@ struct ZoomTrack {
 
 template <>
 struct EnumNames<ZoomMode> {
-    static constexpr std::array<std::pair<ZoomMode, std::string_view>, 2> names{{
-        {ZoomMode::automatic, "auto"},
-        {ZoomMode::manual, "manual"},
-    }};
+    using enum ZoomMode;
+    static constexpr auto names = namedCases<ZoomMode>({
+        {automatic, "auto"},
+        {manual, "manual"},
+    });
 };
 
 template <>
 struct EnumNames<ZoomTransitionStyle> {
-    static constexpr std::array<std::pair<ZoomTransitionStyle, std::string_view>, 3> names{{
-        {ZoomTransitionStyle::gentle, "gentle"},
-        {ZoomTransitionStyle::smooth, "smooth"},
-        {ZoomTransitionStyle::snappy, "snappy"},
-    }};
+    using enum ZoomTransitionStyle;
+    static constexpr auto names = namedCases<ZoomTransitionStyle>({
+        {gentle, "gentle"},
+        {smooth, "smooth"},
+        {snappy, "snappy"},
+    });
 };
 
 template <>

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <array>
 #include <string_view>
-#include <utility>
 
 #include "TavrinKit/Support/Json.h"
 
@@ -43,37 +41,39 @@ enum class AppErrorCode {
 
 template <>
 struct EnumNames<AppErrorDomain> {
-    static constexpr std::array<std::pair<AppErrorDomain, std::string_view>, 6> names{{
-        {AppErrorDomain::capture, "capture"},
-        {AppErrorDomain::preflight, "preflight"},
-        {AppErrorDomain::editor, "editor"},
-        {AppErrorDomain::exporting, "export"},
-        {AppErrorDomain::project, "project"},
-        {AppErrorDomain::unknown, "unknown"},
-    }};
+    using enum AppErrorDomain;
+    static constexpr auto names = namedCases<AppErrorDomain>({
+        {capture, "capture"},
+        {preflight, "preflight"},
+        {editor, "editor"},
+        {exporting, "export"},
+        {project, "project"},
+        {unknown, "unknown"},
+    });
 };
 
 template <>
 struct EnumNames<AppErrorCode> {
-    static constexpr std::array<std::pair<AppErrorCode, std::string_view>, 17> names{{
-        {AppErrorCode::captureNoSourceSelected, "CAP_NO_SOURCE_SELECTED"},
-        {AppErrorCode::captureTargetUnavailable, "CAP_TARGET_UNAVAILABLE"},
-        {AppErrorCode::capturePermissionScreenDenied, "CAP_PERMISSION_SCREEN_DENIED"},
-        {AppErrorCode::capturePermissionMicrophoneDenied, "CAP_PERMISSION_MICROPHONE_DENIED"},
-        {AppErrorCode::captureAlreadyRecording, "CAP_ALREADY_RECORDING"},
-        {AppErrorCode::captureFinalizeFailed, "CAP_FINALIZE_FAILED"},
-        {AppErrorCode::preflightDiskSpaceCritical, "PRE_DISK_SPACE_CRITICAL"},
-        {AppErrorCode::preflightDisplayInvalid, "PRE_DISPLAY_INVALID"},
-        {AppErrorCode::preflightMicrophoneUnavailable, "PRE_MICROPHONE_UNAVAILABLE"},
-        {AppErrorCode::preflightPermissionDenied, "PRE_PERMISSION_DENIED"},
-        {AppErrorCode::editorProjectInvalid, "EDIT_PROJECT_INVALID"},
-        {AppErrorCode::editorUnsupportedSchema, "EDIT_UNSUPPORTED_SCHEMA"},
-        {AppErrorCode::exportSessionUnavailable, "EXP_SESSION_UNAVAILABLE"},
-        {AppErrorCode::exportWriteFailed, "EXP_WRITE_FAILED"},
-        {AppErrorCode::exportUnsupportedPreset, "EXP_UNSUPPORTED_PRESET"},
-        {AppErrorCode::exportCorruptedDuration, "EXP_CORRUPTED_DURATION"},
-        {AppErrorCode::unknown, "UNKNOWN"},
-    }};
+    using enum AppErrorCode;
+    static constexpr auto names = namedCases<AppErrorCode>({
+        {captureNoSourceSelected, "CAP_NO_SOURCE_SELECTED"},
+        {captureTargetUnavailable, "CAP_TARGET_UNAVAILABLE"},
+        {capturePermissionScreenDenied, "CAP_PERMISSION_SCREEN_DENIED"},
+        {capturePermissionMicrophoneDenied, "CAP_PERMISSION_MICROPHONE_DENIED"},
+        {captureAlreadyRecording, "CAP_ALREADY_RECORDING"},
+        {captureFinalizeFailed, "CAP_FINALIZE_FAILED"},
+        {preflightDiskSpaceCritical, "PRE_DISK_SPACE_CRITICAL"},
+        {preflightDisplayInvalid, "PRE_DISPLAY_INVALID"},
+        {preflightMicrophoneUnavailable, "PRE_MICROPHONE_UNAVAILABLE"},
+        {preflightPermissionDenied, "PRE_PERMISSION_DENIED"},
+        {editorProjectInvalid, "EDIT_PROJECT_INVALID"},
+        {editorUnsupportedSchema, "EDIT_UNSUPPORTED_SCHEMA"},
+        {exportSessionUnavailable, "EXP_SESSION_UNAVAILABLE"},
+        {exportWriteFailed, "EXP_WRITE_FAILED"},
+        {exportUnsupportedPreset, "EXP_UNSUPPORTED_PRESET"},
+        {exportCorruptedDuration, "EXP_CORRUPTED_DURATION"},
+        {unknown, "UNKNOWN"},
+    });
 };
 
 } // namespace tavrin

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <array>
 #include <string>
-#include <string_view>
-#include <utility>
 
 #include "TavrinKit/Readiness/Metadata.h"
 #include "TavrinKit/Support/Date.h"
+#include "TavrinKit/Support/Json.h"
 
 namespace tavrin {
 
@@ -57,36 +55,46 @@ struct DiagnosticEntry {
     friend bool operator==(const DiagnosticEntry&, const DiagnosticEntry&) = default;
 };
 
-void encode(Json& json, const DiagnosticEntry& value);
-void decode(const Json& json, DiagnosticEntry& value);
-
 template <>
 struct EnumNames<DiagnosticLevel> {
-    static constexpr std::array<std::pair<DiagnosticLevel, std::string_view>, 3> names{{
-        {DiagnosticLevel::info, "info"},
-        {DiagnosticLevel::warning, "warning"},
-        {DiagnosticLevel::error, "error"},
-    }};
+    using enum DiagnosticLevel;
+    static constexpr auto names = namedCases<DiagnosticLevel>({
+        {info, "info"},
+        {warning, "warning"},
+        {error, "error"},
+    });
 };
 
 template <>
 struct EnumNames<DiagnosticCategory> {
-    static constexpr std::array<std::pair<DiagnosticCategory, std::string_view>, 14> names{{
-        {DiagnosticCategory::appBootstrap, "app.bootstrap"},
-        {DiagnosticCategory::captureStart, "capture.start"},
-        {DiagnosticCategory::capturePause, "capture.pause"},
-        {DiagnosticCategory::captureResume, "capture.resume"},
-        {DiagnosticCategory::captureMarker, "capture.marker"},
-        {DiagnosticCategory::capturePreflight, "capture.preflight"},
-        {DiagnosticCategory::exportStart, "export.start"},
-        {DiagnosticCategory::exportComplete, "export.complete"},
-        {DiagnosticCategory::exportFailed, "export.failed"},
-        {DiagnosticCategory::exportCancelled, "export.cancelled"},
-        {DiagnosticCategory::exportCancelRequested, "export.cancel.requested"},
-        {DiagnosticCategory::hardeningRun, "hardening.run"},
-        {DiagnosticCategory::updaterLifecycle, "updater.lifecycle"},
-        {DiagnosticCategory::crashReporting, "crash.reporting"},
-    }};
+    using enum DiagnosticCategory;
+    static constexpr auto names = namedCases<DiagnosticCategory>({
+        {appBootstrap, "app.bootstrap"},
+        {captureStart, "capture.start"},
+        {capturePause, "capture.pause"},
+        {captureResume, "capture.resume"},
+        {captureMarker, "capture.marker"},
+        {capturePreflight, "capture.preflight"},
+        {exportStart, "export.start"},
+        {exportComplete, "export.complete"},
+        {exportFailed, "export.failed"},
+        {exportCancelled, "export.cancelled"},
+        {exportCancelRequested, "export.cancel.requested"},
+        {hardeningRun, "hardening.run"},
+        {updaterLifecycle, "updater.lifecycle"},
+        {crashReporting, "crash.reporting"},
+    });
+};
+
+template <>
+struct JsonRecord<DiagnosticEntry> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("timestamp", value.timestamp);
+        keys.required("level", value.level);
+        keys.required("category", value.category);
+        keys.required("message", value.message);
+        keys.required("metadata", value.metadata);
+    }
 };
 
 } // namespace tavrin

@@ -1,10 +1,7 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
-#include <string_view>
-#include <utility>
 
 #include "TavrinKit/Support/Json.h"
 
@@ -30,12 +27,13 @@ struct DiskCapacityCheck {
 
 template <>
 struct EnumNames<DiskCapacityStatus> {
-    static constexpr std::array<std::pair<DiskCapacityStatus, std::string_view>, 4> names{{
-        {DiskCapacityStatus::pass, "pass"},
-        {DiskCapacityStatus::warn, "warn"},
-        {DiskCapacityStatus::fail, "fail"},
-        {DiskCapacityStatus::unknown, "unknown"},
-    }};
+    using enum DiskCapacityStatus;
+    static constexpr auto names = namedCases<DiskCapacityStatus>({
+        {pass, "pass"},
+        {warn, "warn"},
+        {fail, "fail"},
+        {unknown, "unknown"},
+    });
 };
 
 template <>

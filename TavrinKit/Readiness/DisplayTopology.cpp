@@ -13,8 +13,9 @@ bool DisplayValidationReport::passed() const {
 }
 
 int DisplayValidationReport::retinaCount() const {
-    return int(std::count_if(displays.begin(), displays.end(),
-                             [](const DisplayDescriptor& display) { return display.scaleFactor >= 1.5; }));
+    return int(std::count_if(displays.begin(), displays.end(), [](const DisplayDescriptor& display) {
+        return display.scaleFactor >= retinaScale;
+    }));
 }
 
 std::string DisplayValidationReport::summary() const {

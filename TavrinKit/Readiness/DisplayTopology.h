@@ -1,14 +1,14 @@
 #pragma once
 
-#include <array>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "TavrinKit/Support/Json.h"
 
 namespace tavrin {
+
+/// From how many pixels per point on a display counts as retina.
+inline constexpr double retinaScale = 1.5;
 
 /// A display that is attached.
 struct DisplayDescriptor {
@@ -37,7 +37,7 @@ struct DisplayValidationReport {
 
     /// No issue is an error.
     [[nodiscard]] bool passed() const;
-    /// How many displays have a scale factor of at least 1.5.
+    /// How many displays have a scale factor of at least `retinaScale`.
     [[nodiscard]] int retinaCount() const;
     /// As in "PASS | displays=1 | retina=1 | nonRetina=0 | mixedScale=no | issues=none".
     [[nodiscard]] std::string summary() const;
@@ -47,11 +47,12 @@ struct DisplayValidationReport {
 
 template <>
 struct EnumNames<ValidationIssueSeverity> {
-    static constexpr std::array<std::pair<ValidationIssueSeverity, std::string_view>, 3> names{{
-        {ValidationIssueSeverity::info, "info"},
-        {ValidationIssueSeverity::warning, "warning"},
-        {ValidationIssueSeverity::error, "error"},
-    }};
+    using enum ValidationIssueSeverity;
+    static constexpr auto names = namedCases<ValidationIssueSeverity>({
+        {info, "info"},
+        {warning, "warning"},
+        {error, "error"},
+    });
 };
 
 template <>

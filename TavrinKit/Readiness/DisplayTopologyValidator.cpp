@@ -17,7 +17,6 @@ constexpr int smallestWidth = 320; // pixels
 constexpr int smallestHeight = 240;
 constexpr double smallestScale = 0.75;
 constexpr double largestScale = 4.0;
-constexpr double retinaScale = 1.5;
 
 /// With a decimal point always, as in "5.0".
 std::string describe(double number) {
@@ -76,7 +75,7 @@ private:
     }
 
     void checkPrimary() {
-        const auto count = count_if([](const DisplayDescriptor& display) { return display.isPrimary; });
+        const auto count = std::ranges::count_if(report_.displays, &DisplayDescriptor::isPrimary);
         if (count == 0) {
             add(ValidationIssueSeverity::warning, "No primary display flagged in topology snapshot.");
         } else if (count > 1) {
@@ -86,9 +85,10 @@ private:
     }
 
     void noteMixedScales() {
-        const auto below =
-            count_if([](const DisplayDescriptor& display) { return display.scaleFactor < retinaScale; });
-        if (report_.retinaCount() > 0 && below > 0) {
+        const bool hasPlain = std::ranges::any_of(report_.displays, [](const DisplayDescriptor& display) {
+            return display.scaleFactor < retinaScale;
+        });
+        if (report_.retinaCount() > 0 && hasPlain) {
             add(ValidationIssueSeverity::info, "Mixed retina/non-retina topology detected and validated.");
         }
     }
@@ -98,11 +98,6 @@ private:
             add(ValidationIssueSeverity::info,
                 fmt::format("Multi-display topology detected ({} displays).", report_.displays.size()));
         }
-    }
-
-    template <typename Condition>
-    [[nodiscard]] std::ptrdiff_t count_if(Condition condition) const {
-        return std::count_if(report_.displays.begin(), report_.displays.end(), condition);
     }
 
     void add(ValidationIssueSeverity severity, std::string message) {

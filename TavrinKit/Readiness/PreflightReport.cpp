@@ -44,29 +44,4 @@ std::string PreflightReport::summary() const {
                        count(PreflightCheckStatus::pass));
 }
 
-void encode(Json& json, const PreflightCheckResult& value) {
-    JsonObjectWriter(json)
-        .put("id", value.id)
-        .put("title", value.title)
-        .put("status", value.status)
-        .put("message", value.message)
-        .put("remediation", value.remediation)
-        .put("deepLink", value.deepLink)
-        .put("errorCode", value.errorCode);
-    json["metadata"] = value.metadata;
-}
-
-void decode(const Json& json, PreflightCheckResult& value) {
-    value = PreflightCheckResult();
-    const JsonObject object(json);
-    object.required("id", value.id);
-    object.required("title", value.title);
-    object.required("status", value.status);
-    object.required("message", value.message);
-    object.tolerated("remediation", value.remediation);
-    object.tolerated("deepLink", value.deepLink);
-    object.tolerated("errorCode", value.errorCode);
-    value.metadata = requiredMetadata(object);
-}
-
 } // namespace tavrin

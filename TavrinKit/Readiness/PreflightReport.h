@@ -1,14 +1,12 @@
 #pragma once
 
-#include <array>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "TavrinKit/Readiness/AppErrorCode.h"
 #include "TavrinKit/Readiness/Metadata.h"
+#include "TavrinKit/Support/Json.h"
 
 namespace tavrin {
 
@@ -46,15 +44,27 @@ struct PreflightReport {
 
 template <>
 struct EnumNames<PreflightCheckStatus> {
-    static constexpr std::array<std::pair<PreflightCheckStatus, std::string_view>, 3> names{{
-        {PreflightCheckStatus::pass, "pass"},
-        {PreflightCheckStatus::warn, "warn"},
-        {PreflightCheckStatus::fail, "fail"},
-    }};
+    using enum PreflightCheckStatus;
+    static constexpr auto names = namedCases<PreflightCheckStatus>({
+        {pass, "pass"},
+        {warn, "warn"},
+        {fail, "fail"},
+    });
 };
 
-void encode(Json& json, const PreflightCheckResult& value);
-void decode(const Json& json, PreflightCheckResult& value);
+template <>
+struct JsonRecord<PreflightCheckResult> {
+    static void fields(auto& keys, auto& value) {
+        keys.required("id", value.id);
+        keys.required("title", value.title);
+        keys.required("status", value.status);
+        keys.required("message", value.message);
+        keys.tolerated("remediation", value.remediation);
+        keys.tolerated("deepLink", value.deepLink);
+        keys.tolerated("errorCode", value.errorCode);
+        keys.required("metadata", value.metadata);
+    }
+};
 
 template <>
 struct JsonRecord<PreflightReport> {

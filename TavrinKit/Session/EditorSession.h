@@ -1,12 +1,10 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -139,10 +137,11 @@ private:
 
 template <>
 struct EnumNames<AutoZoomApplyStrategy> {
-    static constexpr std::array<std::pair<AutoZoomApplyStrategy, std::string_view>, 2> names{{
-        {AutoZoomApplyStrategy::mergeNonDestructive, "mergeNonDestructive"},
-        {AutoZoomApplyStrategy::replaceTrack, "replaceTrack"},
-    }};
+    using enum AutoZoomApplyStrategy;
+    static constexpr auto names = namedCases<AutoZoomApplyStrategy>({
+        {mergeNonDestructive, "mergeNonDestructive"},
+        {replaceTrack, "replaceTrack"},
+    });
 };
 
 template <>

@@ -173,7 +173,7 @@ void decode(const Json& json, Rect& value) {
     value = {origin[0], origin[1], size[0], size[1]};
 }
 
-JsonObject::JsonObject(const Json& json) : json_(&json) {
+void assertObject(const Json& json) {
     if (!json.is_object()) {
         mismatch("an object");
     }

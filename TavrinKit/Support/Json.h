@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -74,9 +76,15 @@ void decode(const Json& json, Date& value);
 void decode(const Json& json, Rect& value);
 
 /// An enumeration that stands in JSON as a string: specialise with
-///     static constexpr std::array<std::pair<E, std::string_view>, N> names{…};
+///     using enum E;
+///     static constexpr auto names = namedCases<E>({{first, "first"}, {second, "second"}});
 template <typename E>
 struct EnumNames;
+
+template <typename E, std::size_t count>
+[[nodiscard]] constexpr auto namedCases(const std::pair<E, std::string_view> (&names)[count]) {
+    return std::to_array(names);
+}
 
 template <typename E>
 concept NamedEnum = std::is_enum_v<E> && requires {
@@ -135,6 +143,9 @@ void encode(Json& json, const std::vector<T>& values) {
     }
 }
 
+/// @throws JsonError when `json` is no object
+void assertObject(const Json& json);
+
 /// Adds where in the document an error arose to the error.
 [[noreturn]] void rethrowBelow(const JsonError& error, const std::string& step);
 
@@ -156,6 +167,24 @@ void decode(const Json& json, std::vector<T>& values) {
     }
 }
 
+/// As an object. Its keys are data: the path of an error ends at the object that holds them.
+template <typename T>
+void encode(Json& json, const std::map<std::string, T>& values) {
+    json = Json::object();
+    for (const auto& [name, value] : values) {
+        encode(json[name], value);
+    }
+}
+
+template <typename T>
+void decode(const Json& json, std::map<std::string, T>& values) {
+    assertObject(json);
+    values.clear();
+    for (const auto& [name, value] : json.items()) {
+        decode(value, values[name]);
+    }
+}
+
 /// Reads the keys of one JSON object.
 ///
 /// Whether a record tolerates a missing key shows in which call reads it. Unknown keys are ignored. A key
@@ -163,7 +192,7 @@ void decode(const Json& json, std::vector<T>& values) {
 class JsonObject {
 public:
     /// @throws JsonError when `json` is no object
-    explicit JsonObject(const Json& json);
+    explicit JsonObject(const Json& json) : json_(&json) { assertObject(json); }
 
     /// @throws JsonError when the key is missing or its value of another type
     template <typename T>
