@@ -4,7 +4,6 @@
 
 #include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Support/Files.h"
-#include "TavrinKit/Support/HostClock.h"
 #include "TavrinKit/Support/Log.h"
 #include "TavrinKit/Support/Text.h"
 
@@ -47,22 +46,6 @@ TEST_F(FilesTests, theVideosFolderFollowsTheDesktop) {
     EXPECT_EQ(videosDirectory(), "/srv/films");
 }
 
-TEST(Base64Tests, roundTripsAndRefuses) {
-    for (std::size_t size = 0; size < 70; ++size) {
-        Bytes bytes(size);
-        for (std::size_t i = 0; i < size; ++i) {
-            bytes[i] = std::uint8_t(i * 37 + size);
-        }
-        Bytes back;
-        ASSERT_TRUE(base64Decode(base64Encode(bytes), back));
-        EXPECT_EQ(back, bytes);
-    }
-    Bytes bytes;
-    for (const char* text : {"A", "AAA", "A===", "AA=A", "AAAA=AAA", "AA AA===", "\xff\xff\xff\xff"}) {
-        EXPECT_FALSE(base64Decode(text, bytes)) << text;
-    }
-}
-
 TEST(TextTests, charactersAreWhatAReaderCounts) {
     const std::string family =
         "\xF0\x9F\x91\xA8\xE2\x80\x8D\xF0\x9F\x91\xA9\xE2\x80\x8D\xF0\x9F\x91\xA7"; // one emoji of three
@@ -88,14 +71,6 @@ TEST(LogTests, aFailureIsOneLineWithItsMetadataInOrder) {
         << log;
     EXPECT_EQ(log.find('\n'), log.size() - 1);
     EXPECT_EQ(std::ranges::count(log, '|'), 7); // the first eight calls of the stack
-}
-
-TEST(HostClockTests, followsTheWallAndNeverRunsBack) {
-    const auto before = double(time(nullptr));
-    const double now = HostClock::now();
-    EXPECT_GE(now, before - 0.1);
-    EXPECT_LE(now, double(time(nullptr)) + 1.1);
-    EXPECT_GE(HostClock::now(), now);
 }
 
 } // namespace

@@ -1,11 +1,9 @@
-#include <cmath>
 #include <random>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "TavrinKit/Support/JsonReader.h"
-#include "TavrinKit/Support/JsonWriter.h"
 
 namespace tavrin {
 namespace {
@@ -33,10 +31,9 @@ TEST(JsonReaderTests, readsTheSameValuesHoweverTheTextArrives) {
     }
 }
 
-bool accepts(JsonReader&& reader) {
+bool succeeds(const auto& reading) {
     try {
-        reader.skipValue();
-        reader.finish();
+        reading();
         return true;
     } catch (const JsonError& error) {
         EXPECT_EQ(error.kind(), JsonErrorKind::malformed);
@@ -44,17 +41,20 @@ bool accepts(JsonReader&& reader) {
     }
 }
 
-bool treeAccepts(const std::string& text) {
-    try {
-        static_cast<void>(parseJson(text));
-        return true;
-    } catch (const JsonError&) {
-        return false;
-    }
+bool canBeRead(const std::string& text) {
+    return succeeds([&] { static_cast<void>(parseJson(text)); });
+}
+
+bool canBeSkipped(const std::string& text) {
+    return succeeds([&] {
+        JsonReader reader(inPieces(text, 5));
+        reader.skipValue();
+        reader.finish();
+    });
 }
 
 /// The reader and a parser of another make must agree on what is JSON: on cases that are easily got wrong,
-/// and on a document whose bytes are changed, removed or doubled at random.
+/// and on a document whose bytes are replaced, removed and added at random.
 TEST(JsonReaderTests, agreesWithAnotherParser) {
     std::vector<std::string> texts{std::string("\"a\0b\"", 5)};
     std::istringstream easilyWrong(
@@ -71,34 +71,18 @@ TEST(JsonReaderTests, agreesWithAnotherParser) {
     for (int i = 0; i < 20000; ++i) {
         std::string text = document;
         for (unsigned changes = random() % 3 + 1; changes > 0; --changes) {
-            const std::size_t at = random() % text.size();
-            switch (random() % 4) {
-            case 0:
-                text[at] = char(random());
-                break;
-            case 1:
-                text.erase(at, random() % 4 + 1);
-                break;
-            case 2:
-                text.insert(at, text, random() % text.size(), random() % 6);
-                break;
-            default:
-                text[at] = "{}[]\",:\\0e.-"[random() % 12];
-            }
-            if (text.empty()) {
-                text = " ";
-            }
+            const char inserted = random() % 2 == 0 ? char(random()) : "{}[]\",:\\0e.-"[random() % 12];
+            text.replace(random() % text.size(), random() % 4, 1, inserted);
         }
         texts.push_back(std::move(text));
     }
     int accepted = 0;
     for (const std::string& text : texts) {
         const bool expected = text.find('\0') == std::string::npos && Json::accept(text);
-        ASSERT_EQ(treeAccepts(text), expected) << text;
+        ASSERT_EQ(canBeRead(text), expected) << text;
+        ASSERT_EQ(canBeSkipped(text), expected) << text;
         ASSERT_TRUE(!expected || parseJson(text) == Json::parse(text)) << text;
         accepted += expected;
-        ASSERT_EQ(accepts(JsonReader(std::string_view(text))), expected) << text;
-        ASSERT_EQ(accepts(JsonReader(inPieces(text, 5))), expected) << text;
     }
     EXPECT_GT(accepted, 1000);
     EXPECT_LT(accepted, 15000);
@@ -113,78 +97,25 @@ TEST(JsonReaderTests, refusesDeepNestingAtTheSameLevel) {
             }
             text += "0";
             text.append(std::size_t(depth), objects ? '}' : ']');
-            EXPECT_EQ(accepts(JsonReader(std::string_view(text))), depth <= maximumJsonDepth) << depth;
-            EXPECT_EQ(treeAccepts(text), depth <= maximumJsonDepth) << depth;
+            EXPECT_EQ(canBeRead(text), depth <= maximumJsonDepth) << depth;
+            EXPECT_EQ(canBeSkipped(text), depth <= maximumJsonDepth) << depth;
         }
     }
 }
 
-TEST(JsonReaderTests, aTokenMayBeLargerThanTheBuffer) {
-    const std::string text =
-        "[\"" + std::string(3000000, 'x') + "\", 1" + std::string(1000000, '0') + "e-1000000]";
-    JsonReader reader(inPieces(text, 50001));
-    const Json tree = reader.readTree();
-    EXPECT_EQ(tree[0].get<std::string>().size(), 3000000U);
-    EXPECT_EQ(tree[1], 1.0);
-}
-
-struct Record {
+TEST(JsonReaderTests, theLastOfEqualKeysHoldsAndNullCountsAsMissing) {
     double number = -1;
     std::optional<std::int64_t> count;
-    Vec2 place;
-};
-
-Record readRecordOf(std::string_view text) {
-    Record record;
-    JsonReader reader(text);
-    reader.readRecord(JsonReader::required("number", record.number),
-                      JsonReader::tolerated("count", record.count),
-                      JsonReader::required("place", record.place));
-    reader.finish();
-    return record;
-}
-
-TEST(JsonReaderTests, recordsAreReadAsTheTreeDoes) {
-    const Record record =
-        readRecordOf(R"({"place":{"y":2,"x":1,"z":[]}, "count":3.0, "number":4, "number":5, "more":{}})");
-    EXPECT_EQ(record.number, 5);
-    EXPECT_EQ(record.count, 3);
-    EXPECT_EQ(record.place, (Vec2{1, 2}));
-    EXPECT_FALSE(readRecordOf(R"({"place":{"y":2,"x":1}, "count":3, "count":null, "number":4})").count);
-
-    const struct {
-        const char* text;
-        JsonErrorKind kind;
-        const char* path;
-    } cases[] = {
-        {R"({"place":{"x":1,"y":2}})", JsonErrorKind::missingKey, "number"},
-        {R"({"number":1,"number":null,"place":{"x":1,"y":2}})", JsonErrorKind::missingKey, "number"},
-        {R"({"number":1,"place":{"x":1}})", JsonErrorKind::missingKey, "place.y"},
-        {R"({"number":1,"place":{"x":1,"y":"2"}})", JsonErrorKind::typeMismatch, "place.y"},
-        {R"({"number":1,"place":[1,2]})", JsonErrorKind::typeMismatch, "place"},
-        {R"({"number":1,"place":{"x":1,"y":2},"count":1.5})", JsonErrorKind::typeMismatch, "count"},
-        {R"({"number":1,"place":{"x":1,"y":2},"count":9223372036854775808})", JsonErrorKind::typeMismatch,
-         "count"},
-        {R"({"number":NaN,"place":{"x":1,"y":2}})", JsonErrorKind::malformed, ""},
-        {R"([])", JsonErrorKind::typeMismatch, ""},
+    const auto read = [&](std::string_view text) {
+        JsonReader reader(text);
+        reader.readRecord(JsonReader::required("number", number), JsonReader::tolerated("count", count));
     };
-    for (const auto& [text, kind, path] : cases) {
-        try {
-            readRecordOf(text);
-            ADD_FAILURE() << text;
-        } catch (const JsonError& error) {
-            EXPECT_EQ(error.kind(), kind) << text;
-            EXPECT_EQ(error.path(), path) << text;
-        }
-    }
-}
-
-TEST(JsonWriterTests, refusesWhatJsonCannotHold) {
-    JsonWriter writer([](std::string_view) {});
-    EXPECT_THROW(writer.write(std::nan("")), JsonError);
-    EXPECT_THROW(writer.write(-INFINITY), JsonError);
-    EXPECT_THROW(writer.write(std::string_view("\xff")), JsonError);
-    EXPECT_THROW(writer.member("\xc3", [] {}), JsonError);
+    read(R"({"count":3.0, "number":4, "number":5, "more":{}})");
+    EXPECT_EQ(number, 5);
+    EXPECT_EQ(count, 3);
+    read(R"({"count":3, "count":null, "number":4})");
+    EXPECT_EQ(count, std::nullopt);
+    EXPECT_THROW(read(R"({"number":1, "number":null})"), JsonError);
 }
 
 } // namespace

@@ -17,7 +17,7 @@ TEST(JsonTests, writesSortedKeysAndFiniteNumbers) {
     EXPECT_THROW((void)encodeJson(json), JsonError);
 }
 
-TEST(JsonTests, numbersOfTheWrongKind) {
+TEST(JsonTests, refusesValuesOfTheWrongKind) {
     const auto refuses = [](const char* text, auto value) {
         EXPECT_THROW(decode(parseJson(text), value), JsonError) << text;
     };
@@ -27,8 +27,9 @@ TEST(JsonTests, numbersOfTheWrongKind) {
     refuses("\"1\"", double());
     refuses("true", double());
     refuses("1", bool());
-    refuses("null", double());
     refuses("[[1, 2], [3]]", Rect());
+    refuses(R"({"a": "1", "b": 2})", std::map<std::string, std::string>());
+    refuses("[]", std::map<std::string, std::string>());
     std::int64_t whole = 0;
     decode(parseJson("2.0"), whole);
     EXPECT_EQ(whole, 2);
