@@ -1,8 +1,7 @@
-#include <limits>
+#include <cmath>
 #include <string>
 #include <vector>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "TavrinKit/Readiness/DisplayTopologyValidator.h"
@@ -22,7 +21,6 @@ Lines linesOf(const DisplayValidationReport& report) {
 }
 
 TEST(DisplayTopologyTests, findsWhatIsWrongInOrder) {
-    constexpr double infinity = std::numeric_limits<double>::infinity();
     const std::pair<std::vector<DisplayDescriptor>, Lines> cases[] = {
         {{},
          {"error: No active displays detected.",
@@ -36,32 +34,24 @@ TEST(DisplayTopologyTests, findsWhatIsWrongInOrder) {
           "info: Mixed retina/non-retina topology detected and validated.",
           "info: Multi-display topology detected (2 displays).",
           "PASS | displays=2 | retina=1 | nonRetina=1 | mixedScale=yes | issues=5"}},
-        {{{"", 800, 600, 1, true}, {"\t", 100, 100, 5, true}},
+        {{{"", 800, 600, 1, true},
+          {"\t", 100, 100, 5, true},
+          {"7", 800, 600, 0.7, false},
+          {"7 ", 800, 600, std::nan(""), false}},
          {"error: Display identifier cannot be empty.", "error: Display identifier cannot be empty.",
           "error: Duplicate display identifier detected: .",
           "warning: Display  has unusually small resolution (100x100).",
-          "error: Display  has invalid scale factor 5.0.",
+          "error: Display  has invalid scale factor 5.0.", "error: Display 7 has invalid scale factor 0.7.",
+          "error: Duplicate display identifier detected: 7.",
+          "error: Display 7 has invalid scale factor nan.",
           "warning: Multiple displays are marked primary (2).",
           "info: Mixed retina/non-retina topology detected and validated.",
-          "info: Multi-display topology detected (2 displays).",
-          "FAIL | displays=2 | retina=1 | nonRetina=1 | mixedScale=yes | issues=8"}},
-        {{{"7", 800, 600, 0.7, true},
-          {"7 ", 800, 600, infinity, false},
-          {"8", 800, 600, std::nan(""), false}},
-         {"error: Display 7 has invalid scale factor 0.7.",
-          "error: Duplicate display identifier detected: 7.",
-          "error: Display 7 has invalid scale factor inf.", "error: Display 8 has invalid scale factor nan.",
-          "info: Mixed retina/non-retina topology detected and validated.",
-          "info: Multi-display topology detected (3 displays).",
-          "FAIL | displays=3 | retina=1 | nonRetina=2 | mixedScale=yes | issues=6"}},
+          "info: Multi-display topology detected (4 displays).",
+          "FAIL | displays=4 | retina=1 | nonRetina=3 | mixedScale=yes | issues=11"}},
     };
     for (const auto& [displays, expected] : cases) {
-        const auto report = DisplayTopologyValidator::validate(displays);
-        EXPECT_EQ(linesOf(report), expected);
-        EXPECT_EQ(report.displays.size(), displays.size());
+        EXPECT_EQ(linesOf(DisplayTopologyValidator::validate(displays)), expected);
     }
-    const auto report = DisplayTopologyValidator::validate({{"1", 1, 1, 2, true}, {"1", 1, 1, 1, false}});
-    EXPECT_EQ(decodeDocument<DisplayValidationReport>(encodeDocument(report)), report);
 }
 
 TEST(DisplayTopologyTests, theScaleLiesBetweenPointsAndPixels) {

@@ -1,10 +1,11 @@
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <limits>
 #include <memory>
 #include <string>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -58,19 +59,11 @@ SystemCapabilityService thisMachine() {
 }
 
 /// What the check of that name says of a recording with microphone.
-PreflightCheckResult check(const std::string& id, PreflightContext context) {
+std::string verdict(const std::string& id, PreflightContext context) {
     context.includeMicrophone = context.microphonePermissionGranted = true;
-    for (const auto& result : PreflightCheckRunner::run(context).checks) {
-        if (result.id == id) {
-            return result;
-        }
-    }
-    return {};
-}
-
-std::string verdict(const std::string& id, const PreflightContext& context) {
-    const auto result = check(id, context);
-    return std::string(nameOf(result.status)) + ": " + result.message;
+    const auto checks = PreflightCheckRunner::run(context).checks;
+    const auto found = std::ranges::find(checks, id, &PreflightCheckResult::id);
+    return std::string(nameOf(found->status)) + ": " + found->message;
 }
 
 TEST(MachineStateTests, aDiskThatFillsUp) {
@@ -79,9 +72,8 @@ TEST(MachineStateTests, aDiskThatFillsUp) {
     const SmallDisk disk;
     if (!disk.isMounted()) {
         std::cout << "No file system may be mounted here: the machine's own disk is judged instead.\n";
-        const fs::path folder = fs::temp_directory_path();
-        const std::int64_t room = service.diskCapacity(folder).availableBytes.value();
-        context.diskCapacity = service.diskCapacity(folder, 4 * room, 2 * room);
+        const auto most = std::numeric_limits<std::int64_t>::max();
+        context.diskCapacity = service.diskCapacity(fs::temp_directory_path(), most, most);
         EXPECT_EQ(verdict("disk_capacity", context),
                   "fail: Disk space is below the safe recording threshold.");
         return;
@@ -91,12 +83,10 @@ TEST(MachineStateTests, aDiskThatFillsUp) {
         return verdict("disk_capacity", context);
     };
     EXPECT_EQ(said(1024 * KiB, 512 * KiB), "pass: Sufficient disk capacity is available."); // to the byte
-    EXPECT_EQ(said(1024 * KiB + 1, 512 * KiB), "warn: Disk space is low and long recordings may fail.");
     disk.fill();
     EXPECT_EQ(said(service.defaultDiskWarningThresholdBytes, service.defaultDiskFailureThresholdBytes),
               "fail: Disk space is below the safe recording threshold.");
     EXPECT_EQ(context.diskCapacity.availableBytes, 0);
-    EXPECT_EQ(check("disk_capacity", context).metadata.at("availableBytes"), "0");
     fs::resize_file(disk.path() / "take.mov", 512 * KiB);
     EXPECT_EQ(said(1024 * KiB, 512 * KiB), "warn: Disk space is low and long recordings may fail.");
 }
@@ -107,11 +97,9 @@ TEST(MachineStateTests, aSoundServerThatComesAndGoes) {
     const auto said = [&] {
         PreflightContext context;
         context.microphoneCapabilities = service.microphoneCapabilities();
-        const auto result = check("microphone_availability", context);
-        const auto count = result.metadata.find("deviceCount");
-        return result.message + (count != result.metadata.end() ? " " + count->second : "");
+        return verdict("microphone_availability", context);
     };
-    constexpr const char* none = "No microphone input device was detected.";
+    constexpr const char* none = "fail: No microphone input device was detected.";
     EXPECT_EQ(said(), none);
     {
         const PulseServer onlyMonitors(home);
@@ -119,7 +107,7 @@ TEST(MachineStateTests, aSoundServerThatComesAndGoes) {
     }
     {
         const PulseServer withSource(home, {"module-null-source source_name=desk"});
-        EXPECT_EQ(said(), "Microphone input device is available. 1");
+        EXPECT_EQ(said(), "pass: Microphone input device is available.");
     }
     fs::remove(home.pulseSocket());
     const SilentPulseServer silent(home);
@@ -146,8 +134,6 @@ TEST(MachineStateTests, displaysThatArePluggedInAndOut) {
 
     display.setMonitors({{"LEFT", 0, 0, {600, 600}, true}, {"RIGHT", 600, 0, {600, 600}, false}});
     EXPECT_EQ(said(), "pass: Display topology validation passed.");
-    EXPECT_EQ(context.displayValidation.summary(),
-              "PASS | displays=2 | retina=0 | nonRetina=2 | mixedScale=no | issues=1");
     EXPECT_NE(displays[0].id, displays[1].id);
 }
 

@@ -25,13 +25,10 @@ PreflightContext ready() {
 
 /// With the message where it has something of the context in it.
 std::string describe(const PreflightCheckResult& check) {
-    std::string text = check.id + ":";
+    std::string text = std::string(nameOf(check.status)) + " " + check.id + ":";
     text += check.id == "display_topology" ? " " + check.message : "";
     text += check.errorCode ? " " + std::string(nameOf(*check.errorCode)) : "";
     text += check.deepLink ? " link" : "";
-    for (const auto& [key, value] : check.metadata) {
-        text += " " + key + "=" + value;
-    }
     return text;
 }
 
@@ -46,17 +43,26 @@ std::vector<std::string> changedBy(const Spoil& spoil) {
     std::vector<std::string> lines;
     for (std::size_t i = 0; i < found.size(); ++i) {
         if (found[i] != usual.at(i)) {
-            lines.push_back(std::string(nameOf(found[i].status)) + " " + describe(found[i]));
+            lines.push_back(describe(found[i]));
         }
     }
     return lines;
 }
 
-using Issues = std::vector<ValidationIssue>;
-constexpr auto warning = ValidationIssueSeverity::warning;
-constexpr auto error = ValidationIssueSeverity::error;
+Spoil disk(std::optional<std::int64_t> available, DiskCapacityStatus status) {
+    return [=](PreflightContext& context) {
+        context.diskCapacity = {available, 20, 10, status};
+    };
+}
+
+Spoil displays(const std::vector<ValidationIssue>& issues) {
+    return [=](PreflightContext& context) {
+        context.displayValidation.issues = issues;
+    };
+}
 
 TEST(PreflightTests, eachFindingSaysWhatWasFoundAndWhatToDo) {
+    using enum ValidationIssueSeverity;
     const std::string noSource = "fail capture_source: CAP_NO_SOURCE_SELECTED";
     const std::pair<Spoil, std::vector<std::string>> cases[] = {
         {[](auto& c) { c.availableSourceCount = 0; }, {noSource}},
@@ -70,44 +76,25 @@ TEST(PreflightTests, eachFindingSaysWhatWasFoundAndWhatToDo) {
          {"pass microphone_permission:", "pass microphone_availability:"}},
         {[](auto& c) { c.microphoneCapabilities = {}; },
          {"fail microphone_availability: PRE_MICROPHONE_UNAVAILABLE"}},
-        {[](auto& c) {
-             c.diskCapacity = {15, 20, 10, DiskCapacityStatus::warn};
-         },
-         {"warn disk_capacity: PRE_DISK_SPACE_CRITICAL availableBytes=15"}},
-        {[](auto& c) {
-             c.diskCapacity = {{}, 20, 10, DiskCapacityStatus::fail};
-         },
-         {"fail disk_capacity: PRE_DISK_SPACE_CRITICAL availableBytes=0"}},
-        {[](auto& c) { c.diskCapacity = {}; }, {"warn disk_capacity:"}},
-        {[](auto& c) {
-             c.displayValidation.issues = Issues{{warning, "A."}, {error, "B."}, {error, "C."}};
-         },
+        {disk(15, DiskCapacityStatus::warn), {"warn disk_capacity: PRE_DISK_SPACE_CRITICAL"}},
+        {disk({}, DiskCapacityStatus::fail), {"fail disk_capacity: PRE_DISK_SPACE_CRITICAL"}},
+        {disk({}, DiskCapacityStatus::unknown), {"warn disk_capacity:"}},
+        {displays({{warning, "A."}, {error, "B."}, {error, "C."}}),
          {"fail display_topology: B. PRE_DISPLAY_INVALID"}},
-        {[](auto& c) {
-             c.displayValidation.issues = Issues{{warning, "A."}, {{}, "B."}, {warning, "C."}};
-         },
+        {displays({{warning, "A."}, {{}, "B."}, {warning, "C."}}),
          {"warn display_topology: Display topology is usable with 2 warning(s)."}},
         {[](auto& c) { c.runtimeGuardReady = false; }, {"warn runtime_guard:"}},
         {[](auto& c) { c.cameraCapabilities = {}; }, {"warn camera_availability:"}},
-        {[](auto& c) { c.cameraRequired = false; }, {"pass camera_availability:"}},
     };
     for (const auto& [spoil, expected] : cases) {
         EXPECT_EQ(changedBy(spoil), expected);
-        PreflightContext context = ready();
-        spoil(context);
-        for (const PreflightCheckResult& check : PreflightCheckRunner::run(context).checks) {
-            EXPECT_EQ(check.remediation.has_value(), check.status != PreflightCheckStatus::pass) << check.id;
-        }
     }
 }
 
 TEST(PreflightTests, allChecksRunAndTheFirstFailureNamesTheReport) {
     const auto everythingWrong = PreflightCheckRunner::run({});
     EXPECT_EQ(everythingWrong.summary(), "checks=8 | fail=2 | warn=2 | pass=4");
-    EXPECT_FALSE(everythingWrong.passed());
     EXPECT_EQ(everythingWrong.firstFailureCode(), AppErrorCode::captureNoSourceSelected);
-    EXPECT_EQ(everythingWrong.failures().back().id, "screen_permission");
-    EXPECT_EQ(everythingWrong.warnings().front().id, "disk_capacity");
     EXPECT_EQ(decodeDocument<PreflightReport>(encodeDocument(everythingWrong)), everythingWrong);
 
     PreflightContext lowOnDisk = ready();
@@ -115,7 +102,6 @@ TEST(PreflightTests, allChecksRunAndTheFirstFailureNamesTheReport) {
     const auto report = PreflightCheckRunner::run(lowOnDisk);
     EXPECT_TRUE(report.passed());
     EXPECT_EQ(report.firstFailureCode(), std::nullopt);
-    EXPECT_EQ(describe(report.checks[3]), "microphone_availability: deviceCount=2");
 }
 
 } // namespace
