@@ -1,5 +1,4 @@
 #include <memory>
-#include <optional>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -14,11 +13,11 @@ namespace {
 using testing::ElementsAre;
 using Change = EditorSessionChange;
 
-ObservableEditorSession sessionWith(VideoTrack track = {}) {
+EditorSession sessionWith(VideoTrack track = {}) {
     EditsDocument edits;
     edits.timeline.videoTrack = std::move(track);
-    return ObservableEditorSession(EditorSession(ProjectPackage("/nowhere", ProjectManifest{}),
-                                                 std::make_shared<const EventTimeline>(), std::move(edits)));
+    return EditorSession(ProjectPackage("/nowhere", ProjectManifest{}),
+                         std::make_shared<const EventTimeline>(), std::move(edits));
 }
 
 void setPadding(ObservableEditorSession& session, double padding) {
@@ -45,62 +44,39 @@ public:
 };
 
 TEST(ObservableEditorSession, EachOperationThatChangesSomethingIsToldOnce) {
-    ObservableEditorSession session = sessionWith();
+    ObservableEditorSession session(sessionWith());
     Listener listener;
     const auto observation = session.observe(listener);
-    const struct {
-        std::function<void()> operation;
-        std::optional<Change> change;
-    } cases[] = {
-        {[&] { session.perform(&EditorSession::undo); }, {}},
-        {[&] { setPadding(session, 7); }, Change{.edits = true, .history = true}},
-        {[&] { setPadding(session, 7); }, {}},
-        {[&] { setPadding(session, 8); }, Change{.edits = true}},
-        {[&] { session.perform(&EditorSession::setEvents, std::make_shared<const EventTimeline>()); },
-         Change{.events = true}},
-        {[&] { session.perform(&EditorSession::setInspector, InspectorState{"Cursor"}); },
-         Change{.inspector = true}},
-        {[&] { session.perform(&EditorSession::setInspector, InspectorState{"Cursor"}); }, {}},
-        {[&] {
-             session.perform(&EditorSession::setPreviewPerformance, PreviewPerformanceProfile{false, true});
-         },
-         Change{.previewPerformance = true}},
-        {[&] { session.perform(&EditorSession::undo); }, Change{.edits = true, .history = true}},
-        {[&] { session.perform(&EditorSession::setEdits, EditsDocument()); }, Change{.edits = true}},
-    };
-    for (const auto& [operation, change] : cases) {
-        listener.changes.clear();
-        operation();
-        EXPECT_EQ(listener.changes, change ? std::vector{*change} : std::vector<Change>())
-            << &change - &cases[0].change;
-    }
+    session.perform(&EditorSession::undo); // nothing yet
+    setPadding(session, 7);
+    setPadding(session, 7);
+    setPadding(session, 8);
+    session.perform(&EditorSession::setEvents, std::make_shared<const EventTimeline>());
+    session.perform(&EditorSession::setInspector, InspectorState{"Cursor"});
+    session.perform(&EditorSession::setPreviewPerformance, PreviewPerformanceProfile{false, true});
+    session.perform(&EditorSession::undo);
+    session.perform(&EditorSession::setEdits, EditsDocument());
+    EXPECT_THAT(listener.changes, ElementsAre(Change{.edits = true, .history = true}, Change{.edits = true},
+                                              Change{.events = true}, Change{.inspector = true},
+                                              Change{.previewPerformance = true},
+                                              Change{.edits = true, .history = true}, Change{.edits = true}));
     EXPECT_TRUE(session->canUndo() && session->canRedo()); // setting the edits is no step
-    EXPECT_EQ(session.snapshot().edits(), EditsDocument());
 }
 
 TEST(ObservableEditorSession, AnOverlapIsToldAlthoughTheOperationThrows) {
-    const TimelineClip first{.timelineRange = {0, 2}};
-    ObservableEditorSession session =
-        sessionWith({{first, {.timelineRange = {1, 4}}, {.timelineRange = {6, 8}, .lane = 1}}, {}});
+    const TimelineClip apart{.timelineRange = {6, 8}, .lane = 1};
+    ObservableEditorSession session(
+        sessionWith({{{.timelineRange = {0, 2}}, {.timelineRange = {1, 4}}, apart}, {}}));
     Listener listener;
     const auto observation = session.observe(listener);
-    const VideoTrack before = session->edits().timeline.videoTrack;
-    EXPECT_THROW(session.perform(&EditorSession::splitVideoClip, UUID(), 1, 60), VideoTrackEditError);
-    EXPECT_TRUE(listener.changes.empty());
-    EXPECT_THROW(session.perform(&EditorSession::splitVideoClip, before.clips[2].id, 7, 60),
-                 VideoTrackEditError);
+    EXPECT_THROW(session.perform(&EditorSession::splitVideoClip, apart.id, 7, 60), VideoTrackEditError);
     EXPECT_THAT(listener.changes, ElementsAre(Change{.edits = true}));
     EXPECT_EQ(session->edits().timeline.videoTrack.clips.size(), 4U);
     EXPECT_FALSE(session->canUndo());
-    EXPECT_THROW(session.perform(&EditorSession::mutateTimeline,
-                                 [](TimelineModel&) { throw VideoTrackEditError::takeNotFound(); }),
-                 VideoTrackEditError);
-    session.perform(&EditorSession::rippleDeleteVideoClip, first.id, 60);
-    EXPECT_TRUE(session->canUndo());
 }
 
 TEST(ObservableEditorSession, WhatAnObserverChangesIsToldAfterwardsToAll) {
-    ObservableEditorSession session = sessionWith();
+    ObservableEditorSession session(sessionWith());
     Listener first;
     Listener second;
     std::vector<double> seen;
@@ -128,30 +104,21 @@ TEST(ObservableEditorSession, ObserversComeAndGoWhileAChangeIsTold) {
     Listener first;
     Listener second;
     Listener late;
-    ObservableEditorSession::Observation one;
-    ObservableEditorSession::Observation two;
+    auto session = std::make_unique<ObservableEditorSession>(sessionWith());
+    auto one = session->observe(first);
+    auto two = session->observe(second);
     ObservableEditorSession::Observation three;
-    {
-        ObservableEditorSession session = sessionWith();
-        one = session.observe(first);
-        two = session.observe(second);
-        first.reaction = [&] {
-            one.end();
-            two.end();
-            three = session.observe(late);
-        };
-        setPadding(session, 1);
-        EXPECT_EQ(first.changes.size(), 1U);
-        EXPECT_TRUE(second.changes.empty());
-        EXPECT_TRUE(late.changes.empty());
-        two = session.observe(second);
-        one = std::move(two);
-        setPadding(session, 2);
-        EXPECT_EQ(first.changes.size(), 1U);
-        EXPECT_EQ(second.changes.size(), 1U);
-        EXPECT_EQ(late.changes.size(), 1U);
-    }
-    one.end(); // the session has gone before
+    first.reaction = [&] {
+        one.end();
+        two.end();
+        three = session->observe(late);
+    };
+    setPadding(*session, 1);
+    EXPECT_TRUE(second.changes.empty() && late.changes.empty());
+    setPadding(*session, 2);
+    EXPECT_EQ(first.changes.size(), 1U);
+    EXPECT_EQ(late.changes.size(), 1U);
+    session.reset(); // before the observation
 }
 
 } // namespace

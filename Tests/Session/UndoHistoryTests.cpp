@@ -23,48 +23,45 @@ public:
     void doSomething() {
         switch (below(4)) {
         case 0:
-            return step(&EditorSession::undo, undo_, redo_);
+            step(&EditorSession::undo, undo_, redo_);
+            break;
         case 1:
-            return step(&EditorSession::redo, redo_, undo_);
+            step(&EditorSession::redo, redo_, undo_);
+            break;
         default:
-            return change();
+            change();
         }
-    }
-
-    void expectAgreement() const {
         ASSERT_EQ(session_.canUndo(), !undo_.empty());
         ASSERT_EQ(session_.canRedo(), !redo_.empty());
     }
 
 private:
     int below(int count) { return std::uniform_int_distribution(0, count - 1)(random_); }
-    double anyTime() { return std::uniform_real_distribution(0.0, 6.0)(random_); }
     [[nodiscard]] std::string bytes() const { return encodeDocument(session_.edits()); }
 
     void step(bool (EditorSession::*move)(), std::vector<std::string>& from, std::vector<std::string>& to) {
         const std::string before = bytes();
-        ASSERT_EQ((session_.*move)(), !from.empty());
-        if (from.empty()) {
-            ASSERT_EQ(bytes(), before);
-            return;
+        const bool isPossible = !from.empty();
+        ASSERT_EQ((session_.*move)(), isPossible);
+        ASSERT_EQ(bytes(), isPossible ? from.back() : before);
+        if (isPossible) {
+            from.pop_back();
+            to.push_back(before);
         }
-        ASSERT_EQ(bytes(), from.back());
-        from.pop_back();
-        to.push_back(before);
     }
 
     void change() {
         const EditsDocument before = session_.edits();
-        bool overlapped = false;
         try {
             applyAnything();
         } catch (const VideoTrackEditError& error) {
-            overlapped = error.kind() == VideoTrackEditErrorKind::overlapDetected;
-            ASSERT_TRUE(overlapped || session_.edits() == before);
+            if (error.kind() == VideoTrackEditErrorKind::overlapDetected) {
+                return; // made, but no step
+            }
         }
         if (session_.edits() == before) {
             ASSERT_EQ(bytes(), encodeDocument(before));
-        } else if (!overlapped) {
+        } else {
             undo_.push_back(encodeDocument(before));
             redo_.clear();
         }
@@ -72,26 +69,17 @@ private:
 
     void applyAnything() {
         const TimelineModel& timeline = session_.edits().timeline;
-        const UUID zoom = timeline.zoomTrack.segments.empty() ? UUID() : timeline.zoomTrack.segments[0].id;
         const UUID clip = timeline.videoTrack.clips.empty() ? UUID() : timeline.videoTrack.clips.back().id;
-        switch (below(11)) {
+        switch (below(8)) {
         case 0:
-            return session_.setZoomMode(zoom, ZoomMode(below(2)));
-        case 1:
-            return session_.disableZoomSegment(zoom);
-        case 2:
-            return session_.deleteZoomSegment(zoom);
-        case 3:
             return session_.setSelectedExportAspect(ExportAspectPreset(below(5)));
-        case 4:
+        case 1:
             return session_.setAudioStyle({.gainDB = double(below(3))}, AudioTrackRole(below(3)));
-        case 5:
-            return session_.splitVideoClip(clip, anyTime(), 30);
-        case 6:
-            return session_.trimVideoClipOut(clip, anyTime(), 30);
-        case 7:
+        case 2:
+            return session_.splitVideoClip(clip, below(60) / 10.0, 30);
+        case 3:
             return session_.rippleDeleteVideoClip(clip, 30);
-        case 8:
+        case 4:
             return session_.mutateTimeline(
                 [&](TimelineModel& model) { model = test::wildEdits(random_, 9).timeline; });
         default:
@@ -128,7 +116,6 @@ TEST(UndoHistory, EveryStepBringsBackItsDocumentToTheByte) {
         TracedSession session(seed);
         for (int i = 0; i < 90 && !testing::Test::HasFatalFailure(); ++i) {
             session.doSomething();
-            session.expectAgreement();
         }
         ASSERT_FALSE(HasFatalFailure());
     }
