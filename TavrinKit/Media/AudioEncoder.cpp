@@ -41,10 +41,7 @@ AudioEncoder::AudioEncoder(const AudioTrackSettings& settings) {
         throw MediaError::encoderRefused(
             fmt::format("{} channels of sound are not possible", settings.channels));
     }
-    context_.reset(avcodec_alloc_context3(codec));
-    if (!context_) {
-        throw std::bad_alloc();
-    }
+    context_ = ffmpeg::makeContext(*codec);
     context_->sample_fmt = isPCM ? AV_SAMPLE_FMT_S32 : AV_SAMPLE_FMT_FLTP;
     context_->sample_rate = settings.sampleRate;
     context_->time_base = {1, std::max(1, settings.sampleRate)};

@@ -5,7 +5,8 @@
 #include <vector>
 
 #include "TavrinKit/Media/FFmpeg.h"
-#include "TavrinKit/Media/MovieWriter.h"
+#include "TavrinKit/Media/MediaError.h"
+#include "TavrinKit/Media/MovieSettings.h"
 #include "TavrinKit/Media/VideoEncoder.h"
 
 namespace tavrin {

@@ -43,6 +43,13 @@ void keepComplaint(void*, int level, const char* format, va_list arguments) {
     }
 }
 
+/// FFmpeg's own for a negative return value.
+std::string text(int code) {
+    std::array<char, AV_ERROR_MAX_STRING_SIZE> buffer{};
+    av_strerror(code, buffer.data(), buffer.size());
+    return buffer.data();
+}
+
 } // namespace
 
 Frame makeFrame() {
@@ -61,6 +68,24 @@ Packet makePacket() {
     return packet;
 }
 
+CodecContext makeContext(const AVCodec& codec) {
+    CodecContext context(avcodec_alloc_context3(&codec));
+    if (!context) {
+        throw std::bad_alloc();
+    }
+    return context;
+}
+
+CodecContext makeContext(const AVCodec& codec, const AVStream& stream) {
+    CodecContext context = makeContext(codec);
+    if (avcodec_parameters_to_context(context.get(), stream.codecpar) < 0) {
+        throw std::bad_alloc();
+    }
+    context->pkt_timebase = stream.time_base;
+    context->max_pixels = mostPixels;
+    return context;
+}
+
 void quietLogging() {
     static std::once_flag once;
     std::call_once(once, [] {
@@ -68,12 +93,6 @@ void quietLogging() {
         av_max_alloc(mostBytesAtOnce);
     });
     lastComplaint.clear();
-}
-
-std::string text(int code) {
-    std::array<char, AV_ERROR_MAX_STRING_SIZE> buffer{};
-    av_strerror(code, buffer.data(), buffer.size());
-    return buffer.data();
 }
 
 std::string reason(int code) {
@@ -90,6 +109,23 @@ void checkMemory(const std::filesystem::path& path, int code) {
 bool isReasonable(PixelSize size) {
     return size.width > 0 && size.height > 0 && std::max(size.width, size.height) <= mostPixelsPerSide &&
            std::int64_t(size.width) * size.height <= mostPixels;
+}
+
+Sampling samplingOf(const AVFrame& frame) {
+    switch (frame.format) {
+    case AV_PIX_FMT_YUVJ411P:
+        return {AV_PIX_FMT_YUV411P, true};
+    case AV_PIX_FMT_YUVJ420P:
+        return {AV_PIX_FMT_YUV420P, true};
+    case AV_PIX_FMT_YUVJ422P:
+        return {AV_PIX_FMT_YUV422P, true};
+    case AV_PIX_FMT_YUVJ440P:
+        return {AV_PIX_FMT_YUV440P, true};
+    case AV_PIX_FMT_YUVJ444P:
+        return {AV_PIX_FMT_YUV444P, true};
+    default:
+        return {AVPixelFormat(frame.format), numberIn(frame.color_range) == AVCOL_RANGE_JPEG};
+    }
 }
 
 } // namespace tavrin::ffmpeg

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -40,6 +42,10 @@ using Resampler = std::unique_ptr<SwrContext, Free>;
 /// @throws std::bad_alloc
 [[nodiscard]] Frame makeFrame();
 [[nodiscard]] Packet makePacket();
+/// Yet to be set up and opened.
+[[nodiscard]] CodecContext makeContext(const AVCodec& codec);
+/// The same for a decoder of what is in the stream, which takes no larger pictures than `mostPixels`.
+[[nodiscard]] CodecContext makeContext(const AVCodec& codec, const AVStream& stream);
 
 /// A dictionary of options that frees itself.
 class Options {
@@ -63,10 +69,8 @@ private:
 /// Called before anything else of FFmpeg; harmless more than once, on any thread.
 void quietLogging();
 
-/// FFmpeg's text for a negative return value.
-[[nodiscard]] std::string text(int code);
-
-/// The text and, where one of the libraries complained on this thread since the last call, its words.
+/// FFmpeg's text for a negative return value and, where one of the libraries complained on this thread since
+/// the last call, its words.
 [[nodiscard]] std::string reason(int code);
 
 /// A file for which there is no memory now isn't damaged.
@@ -79,5 +83,23 @@ constexpr int mostPixelsPerSide = 16384;
 constexpr std::int64_t mostPixels = std::int64_t(1) << 26;
 
 [[nodiscard]] bool isReasonable(PixelSize size);
+
+/// What a file says for an enumeration, which need not be one of its values.
+template <typename Enum>
+[[nodiscard]] int numberIn(const Enum& value) {
+    int number = 0;
+    static_assert(sizeof number == sizeof value);
+    std::memcpy(&number, &value, sizeof number);
+    return number;
+}
+
+struct Sampling {
+    AVPixelFormat format;
+    bool isFullRange;
+};
+
+/// Of a decoded picture. The formats with a J are the plain ones in full range; their old names only make
+/// swscale complain.
+[[nodiscard]] Sampling samplingOf(const AVFrame& frame);
 
 } // namespace tavrin::ffmpeg

@@ -93,14 +93,9 @@ ffmpeg::CodecContext openDecoder(const AVStream& stream, const std::string& sour
         throw LiveVideoError::unusable(source, fmt::format("this system has no decoder for {}",
                                                            avcodec_get_name(stream.codecpar->codec_id)));
     }
-    ffmpeg::CodecContext context(avcodec_alloc_context3(codec));
-    if (!context || avcodec_parameters_to_context(context.get(), stream.codecpar) < 0) {
-        throw std::bad_alloc();
-    }
-    context->pkt_timebase = stream.time_base;
+    ffmpeg::CodecContext context = ffmpeg::makeContext(*codec, stream);
     context->thread_count = 1; // more would hold pictures back
     context->flags |= AV_CODEC_FLAG_LOW_DELAY;
-    context->max_pixels = ffmpeg::mostPixels;
     if (const int code = avcodec_open2(context.get(), codec, nullptr); code < 0) {
         throw LiveVideoError::unusable(source, ffmpeg::reason(code));
     }

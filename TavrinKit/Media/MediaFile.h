@@ -26,7 +26,6 @@ public:
     [[nodiscard]] const std::filesystem::path& path() const { return path_; }
     [[nodiscard]] int trackCount() const { return int(context_->nb_streams); }
     [[nodiscard]] AVStream& stream(int index) const { return *context_->streams[index]; }
-    [[nodiscard]] AVFormatContext& context() const { return *context_; }
 
     /// The `number`th track of a type, or -1. Pictures that are only a cover do not count.
     [[nodiscard]] int track(AVMediaType type, int number) const;

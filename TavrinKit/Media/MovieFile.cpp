@@ -16,6 +16,7 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
+#include "TavrinKit/Media/MediaError.h"
 #include "TavrinKit/Support/Cancellation.h"
 #include "TavrinKit/Support/Files.h"
 #include "TavrinKit/Support/Race.h"

@@ -11,6 +11,7 @@
 #include "TavrinKit/Media/AudioEncoder.h"
 #include "TavrinKit/Media/FFmpeg.h"
 #include "TavrinKit/Media/MovieFile.h"
+#include "TavrinKit/Media/PlainCopy.h"
 #include "TavrinKit/Media/VideoEncoder.h"
 #include "TavrinKit/Support/Cancellation.h"
 #include "TavrinKit/Support/Log.h"
@@ -276,10 +277,6 @@ void MovieWriter::abandon() noexcept {
         implementation_->file->abandon();
     }
     implementation_->file.reset();
-}
-
-std::int64_t MovieWriter::videoFrameCount() const {
-    return implementation_->frameCount;
 }
 
 } // namespace tavrin

@@ -1,7 +1,6 @@
 #include "TavrinKit/Media/PictureNormalizer.h"
 
 #include <array>
-#include <cstring>
 #include <memory>
 #include <utility>
 
@@ -14,17 +13,8 @@ extern "C" {
 namespace tavrin {
 namespace {
 
-/// What the file says, which need not be a value of the enumeration.
-template <typename Enum>
-int numberIn(const Enum& value) {
-    int number = 0;
-    static_assert(sizeof number == sizeof value);
-    std::memcpy(&number, &value, sizeof number);
-    return number;
-}
-
 AVColorSpace matrixOf(const AVFrame& frame) {
-    switch (const int said = numberIn(frame.colorspace)) {
+    switch (const int said = ffmpeg::numberIn(frame.colorspace)) {
     case AVCOL_SPC_BT709:
     case AVCOL_SPC_FCC:
     case AVCOL_SPC_BT470BG:
@@ -35,41 +25,6 @@ AVColorSpace matrixOf(const AVFrame& frame) {
     default:
         return frame.height >= 720 ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
     }
-}
-
-/// The formats with a J are the plain ones in full range; their old names only make swscale complain.
-std::pair<AVPixelFormat, bool> formatAndRangeOf(const AVFrame& frame) {
-    const bool isFull = numberIn(frame.color_range) == AVCOL_RANGE_JPEG;
-    switch (frame.format) {
-    case AV_PIX_FMT_YUVJ420P:
-        return {AV_PIX_FMT_YUV420P, true};
-    case AV_PIX_FMT_YUVJ422P:
-        return {AV_PIX_FMT_YUV422P, true};
-    case AV_PIX_FMT_YUVJ444P:
-        return {AV_PIX_FMT_YUV444P, true};
-    case AV_PIX_FMT_YUVJ440P:
-        return {AV_PIX_FMT_YUV440P, true};
-    default:
-        return {AVPixelFormat(frame.format), isFull};
-    }
-}
-
-PixelBuffer oriented(const PixelBuffer& picture, const Orientation& orientation) {
-    const PixelSize from = picture.size();
-    const PixelSize to = orientation.transposed ? PixelSize{from.height, from.width} : from;
-    const PixelBuffer result = PixelBuffer::allocate(PixelFormat::bgra8, to);
-    for (int y = 0; y < to.height; ++y) {
-        const int shownY = orientation.flippedY ? to.height - 1 - y : y;
-        std::uint8_t* out = result.row(0, y);
-        for (int x = 0; x < to.width; ++x, out += 4) {
-            const int shownX = orientation.flippedX ? to.width - 1 - x : x;
-            const std::uint8_t* in = orientation.transposed
-                                         ? picture.row(0, shownX) + std::ptrdiff_t(4) * shownY
-                                         : picture.row(0, shownY) + std::ptrdiff_t(4) * shownX;
-            std::memcpy(out, in, 4);
-        }
-    }
-    return result;
 }
 
 PixelBuffer wrap(ffmpeg::Frame frame) {
@@ -92,7 +47,7 @@ PixelBuffer PictureNormalizer::normalize(ffmpeg::Frame frame) {
 }
 
 bool PictureNormalizer::isNormal(const AVFrame& frame) const {
-    return frame.format == AV_PIX_FMT_YUV420P && numberIn(frame.color_range) != AVCOL_RANGE_JPEG &&
+    return frame.format == AV_PIX_FMT_YUV420P && ffmpeg::numberIn(frame.color_range) != AVCOL_RANGE_JPEG &&
            matrixOf(frame) == AVCOL_SPC_BT709 && PixelSize{frame.width, frame.height} == size_ &&
            orientation_.isUpright();
 }
@@ -104,7 +59,7 @@ bool PictureNormalizer::isNormalButForSampling(const AVFrame& frame) const {
                                      AV_PIX_FMT_FLAG_BAYER | AV_PIX_FMT_FLAG_ALPHA | AV_PIX_FMT_FLAG_FLOAT;
     return format != nullptr && (format->flags & others) == 0 &&
            (format->flags & AV_PIX_FMT_FLAG_PLANAR) != 0 && format->nb_components == 3 &&
-           !formatAndRangeOf(frame).second && matrixOf(frame) == AVCOL_SPC_BT709 &&
+           !ffmpeg::samplingOf(frame).isFullRange && matrixOf(frame) == AVCOL_SPC_BT709 &&
            PixelSize{frame.width, frame.height} == size_ && orientation_.isUpright();
 }
 
@@ -126,7 +81,7 @@ PixelBuffer PictureNormalizer::resample(const AVFrame& frame) {
 }
 
 PixelBuffer PictureNormalizer::convert(const AVFrame& frame) {
-    const auto [format, isFull] = formatAndRangeOf(frame);
+    const auto [format, isFull] = ffmpeg::samplingOf(frame);
     scaler_.reset(sws_getCachedContext(
         scaler_.release(), frame.width, frame.height, format, size_.width, size_.height, AV_PIX_FMT_BGRA,
         SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr));
@@ -142,9 +97,7 @@ PixelBuffer PictureNormalizer::convert(const AVFrame& frame) {
         0) {
         return {};
     }
-    if (!orientation_.isUpright()) {
-        colours = oriented(colours, orientation_);
-    }
+    colours = oriented(colours, orientation_);
     PixelBuffer picture = PixelBuffer::allocate(PixelFormat::i420, colours.size());
     convertBGRXToI420(colours, picture, {0, 0, colours.size().width, colours.size().height});
     return picture;

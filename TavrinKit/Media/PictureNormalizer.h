@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TavrinKit/Media/FFmpeg.h"
-#include "TavrinKit/Media/TrackInfo.h"
+#include "TavrinKit/Media/Orientation.h"
 #include "TavrinKit/Support/PixelBuffer.h"
 
 namespace tavrin {

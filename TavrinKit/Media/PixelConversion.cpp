@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <vector>
 
 // Highway compiles this file once per instruction set and picks one at run time.
 #undef HWY_TARGET_INCLUDE
@@ -20,10 +19,6 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 void convertToI420(const PixelBuffer& source, const PixelBuffer& target, const PixelRect& area) {
     convertBGRXToI420Reference(source, target, area);
-}
-
-void convertToBGRA(const PixelBuffer& source, const PixelBuffer& target) {
-    convertI420ToBGRAReference(source, target);
 }
 
 #else
@@ -165,82 +160,6 @@ void convertRowPair(const std::uint8_t* row0, const std::uint8_t* row1, const st
     std::memcpy(v + wholeVectors / 2, out[3].data(), (rest + 1) / 2);
 }
 
-/// One chroma row between two others, in quarters: three parts of the nearer, one of the farther.
-void blendChromaRows(const std::uint8_t* near, const std::uint8_t* far, std::size_t width,
-                     std::uint16_t* blended) {
-    const Words words;
-    const HalfBytes half;
-    const std::size_t lanes = hn::Lanes(words);
-    std::size_t i = 0;
-    for (; i + lanes <= width; i += lanes) {
-        const auto n = hn::PromoteTo(words, hn::LoadU(half, near + i));
-        const auto f = hn::PromoteTo(words, hn::LoadU(half, far + i));
-        hn::StoreU(hn::Add(hn::Add(n, f), hn::Add(n, n)), words, blended + i);
-    }
-    for (; i < width; ++i) {
-        blended[i] = std::uint16_t(3 * near[i] + far[i]);
-    }
-}
-
-/// @param u, v  blended chroma with room for a vector more; the element after the last repeats it
-void convertRowBack(const std::uint8_t* luma, const std::uint16_t* u, const std::uint16_t* v,
-                    std::size_t width, std::uint8_t* pixels) {
-    const Bytes8 bytes;
-    const Words words;
-    const SignedWords signedWords;
-    const std::size_t lanes = hn::Lanes(bytes);
-
-    struct Chroma {
-        hn::Vec<SignedWords> even, odd; // 128 times the distance from grey
-    };
-    const auto chromaAt = [&](const std::uint16_t* c, std::size_t i) HWY_ATTR {
-        const auto here = hn::BitCast(signedWords, hn::LoadU(words, c + i));
-        const auto next = hn::BitCast(signedWords, hn::LoadU(words, c + i + 1));
-        const auto grey = hn::Set(signedWords, 8 * 128);
-        return Chroma{hn::ShiftLeft<4>(hn::Sub(hn::Add(here, here), grey)),
-                      hn::ShiftLeft<4>(hn::Sub(hn::Add(here, next), grey))};
-    };
-    const auto times = [&](auto value, int k) HWY_ATTR {
-        return hn::MulFixedPoint15(value, hn::Set(signedWords, std::int16_t(k)));
-    };
-    const auto toByte = [&](auto value) HWY_ATTR { // 32 times a component, rounded and held
-        const auto rounded = hn::ShiftRight<5>(hn::Add(value, hn::Set(signedWords, 16)));
-        return hn::BitCast(words,
-                           hn::Min(hn::Max(rounded, hn::Zero(signedWords)), hn::Set(signedWords, 255)));
-    };
-    const auto join = [&](auto even, auto odd) HWY_ATTR {
-        return hn::BitCast(bytes, hn::Or(toByte(even), hn::ShiftLeft<8>(toByte(odd))));
-    };
-    const auto convert = [&](const std::uint8_t* y, std::size_t pair, std::uint8_t* out) HWY_ATTR {
-        const auto yBytes = hn::BitCast(words, hn::LoadU(bytes, y));
-        const auto scaled = [&](auto value) HWY_ATTR { // a quarter of 255 / 219, of 128 times the luma
-            const auto centred = hn::Sub(hn::BitCast(signedWords, value), hn::Set(signedWords, 16));
-            return times(hn::ShiftLeft<7>(centred), 9539);
-        };
-        const auto yEven = scaled(hn::And(yBytes, hn::Set(words, 0x00FF)));
-        const auto yOdd = scaled(hn::ShiftRight<8>(yBytes));
-        const Chroma cb = chromaAt(u, pair);
-        const Chroma cr = chromaAt(v, pair);
-        const auto blue = join(hn::Add(yEven, times(cb.even, 17305)), hn::Add(yOdd, times(cb.odd, 17305)));
-        const auto green = join(hn::Sub(yEven, hn::Add(times(cb.even, 1747), times(cr.even, 4366))),
-                                hn::Sub(yOdd, hn::Add(times(cb.odd, 1747), times(cr.odd, 4366))));
-        const auto red = join(hn::Add(yEven, times(cr.even, 14686)), hn::Add(yOdd, times(cr.odd, 14686)));
-        hn::StoreInterleaved4(blue, green, red, hn::Set(bytes, 255), bytes, out);
-    };
-
-    std::size_t x = 0;
-    for (; x + lanes <= width; x += lanes) {
-        convert(luma + x, x / 2, pixels + 4 * x);
-    }
-    if (x < width) {
-        std::array<std::uint8_t, mostLanes> in{};
-        std::array<std::uint8_t, 4 * mostLanes> out;
-        std::memcpy(in.data(), luma + x, width - x);
-        convert(in.data(), x / 2, out.data());
-        std::memcpy(pixels + 4 * x, out.data(), 4 * (width - x));
-    }
-}
-
 void convertToI420(const PixelBuffer& source, const PixelBuffer& target, const PixelRect& area) {
     const PixelRect wide = widenedForChroma(area, source.size());
     const int before = std::max(wide.x - 1, 0);
@@ -254,26 +173,6 @@ void convertToI420(const PixelBuffer& source, const PixelBuffer& target, const P
     }
 }
 
-void convertToBGRA(const PixelBuffer& source, const PixelBuffer& target) {
-    const auto width = std::size_t(source.plane(1).width);
-    const int height = source.plane(1).height;
-    std::array<std::vector<std::uint16_t>, 2> rows;
-    for (auto& row : rows) {
-        row.resize(width + 1 + mostLanes);
-    }
-    for (int y = 0; y < source.size().height; ++y) {
-        const int near = y / 2;
-        const int far = std::clamp(y % 2 == 0 ? near - 1 : near + 1, 0, height - 1);
-        for (int c = 0; c < 2; ++c) {
-            std::uint16_t* blended = rows[std::size_t(c)].data();
-            blendChromaRows(source.row(c + 1, near), source.row(c + 1, far), width, blended);
-            blended[width] = blended[width - 1];
-        }
-        convertRowBack(source.row(0, y), rows[0].data(), rows[1].data(), std::size_t(source.size().width),
-                       target.row(0, y));
-    }
-}
-
 #endif
 
 } // namespace tavrin::HWY_NAMESPACE
@@ -283,7 +182,6 @@ HWY_AFTER_NAMESPACE();
 namespace tavrin {
 
 HWY_EXPORT(convertToI420);
-HWY_EXPORT(convertToBGRA);
 
 PixelRect widenedForChroma(const PixelRect& area, PixelSize size) {
     const auto held = [](std::int64_t value, int most) {
@@ -304,10 +202,6 @@ PixelRect widenedForChroma(const PixelRect& area, PixelSize size) {
 
 void convertBGRXToI420(const PixelBuffer& source, const PixelBuffer& target, PixelRect area) {
     HWY_DYNAMIC_DISPATCH(convertToI420)(source, target, area);
-}
-
-void convertI420ToBGRA(const PixelBuffer& source, const PixelBuffer& target) {
-    HWY_DYNAMIC_DISPATCH(convertToBGRA)(source, target);
 }
 
 } // namespace tavrin

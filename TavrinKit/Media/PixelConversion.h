@@ -31,13 +31,4 @@ void convertBGRXToI420(const PixelBuffer& source, const PixelBuffer& target, Pix
 /// The same with plain code: what the vectorised kernel must equal within 1.
 void convertBGRXToI420Reference(const PixelBuffer& source, const PixelBuffer& target, PixelRect area);
 
-/// Converts a whole picture back: for previews, screenshots and tests. Chroma is interpolated linearly from
-/// where the conversion above sites it.
-/// @param source  i420
-/// @param target  bgra8 of the same size; alpha becomes 255
-void convertI420ToBGRA(const PixelBuffer& source, const PixelBuffer& target);
-
-/// The same with plain code: what the vectorised kernel must equal within 1.
-void convertI420ToBGRAReference(const PixelBuffer& source, const PixelBuffer& target);
-
 } // namespace tavrin

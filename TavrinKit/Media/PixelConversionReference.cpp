@@ -49,27 +49,4 @@ void convertBGRXToI420Reference(const PixelBuffer& source, const PixelBuffer& ta
     }
 }
 
-void convertI420ToBGRAReference(const PixelBuffer& source, const PixelBuffer& target) {
-    const auto chromaAt = [&](int plane, int x, int y) {
-        const PixelBuffer::Plane& p = source.plane(plane);
-        const int far = std::clamp(y % 2 == 0 ? y / 2 - 1 : y / 2 + 1, 0, p.height - 1);
-        const auto column = [&](int i) {
-            return 0.75 * source.row(plane, y / 2)[i] + 0.25 * source.row(plane, far)[i] - 128;
-        };
-        return x % 2 == 0 ? column(x / 2) : (column(x / 2) + column(std::min(x / 2 + 1, p.width - 1))) / 2;
-    };
-    for (int y = 0; y < source.size().height; ++y) {
-        for (int x = 0; x < source.size().width; ++x) {
-            const double luma = (source.row(0, y)[x] - 16) * 255.0 / 219;
-            const double cb = chromaAt(1, x, y) * 255 / 224;
-            const double cr = chromaAt(2, x, y) * 255 / 224;
-            std::uint8_t* out = target.row(0, y) + 4 * x;
-            out[0] = toByte(luma + 1.8556 * cb);
-            out[1] = toByte(luma - (0.0722 * 1.8556 * cb + 0.2126 * 1.5748 * cr) / 0.7152);
-            out[2] = toByte(luma + 1.5748 * cr);
-            out[3] = 255;
-        }
-    }
-}
-
 } // namespace tavrin

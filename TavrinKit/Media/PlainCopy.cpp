@@ -1,8 +1,11 @@
+#include "TavrinKit/Media/PlainCopy.h"
+
 #include <chrono>
 #include <cstring>
 #include <new>
 #include <utility>
 
+#include "TavrinKit/Media/MediaError.h"
 #include "TavrinKit/Media/MediaFile.h"
 #include "TavrinKit/Media/MovieFile.h"
 

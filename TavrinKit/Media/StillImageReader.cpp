@@ -13,11 +13,11 @@
 #include <fmt/format.h>
 
 extern "C" {
-#include <libavutil/display.h>
 #include <libavutil/pixdesc.h>
 }
 
 #include "TavrinKit/Media/FFmpeg.h"
+#include "TavrinKit/Media/Orientation.h"
 #include "TavrinKit/Support/Files.h"
 
 namespace tavrin {
@@ -124,15 +124,13 @@ private:
 CodecContext openDecoder(const AVStream& stream, const std::filesystem::path& path,
                          const StillImageLimits& limits) {
     const AVCodec* codec = avcodec_find_decoder(stream.codecpar->codec_id);
-    CodecContext context(codec ? avcodec_alloc_context3(codec) : nullptr);
-    if (!context) {
+    if (codec == nullptr) {
         throw unreadable(path, "nothing here decodes its format");
     }
-    avcodec_parameters_to_context(context.get(), stream.codecpar);
+    CodecContext context = ffmpeg::makeContext(*codec, stream);
     context->max_pixels = limits.pixels;
     context->thread_count = 1;
-    const int opened = avcodec_open2(context.get(), codec, nullptr);
-    if (opened < 0) {
+    if (const int opened = avcodec_open2(context.get(), codec, nullptr); opened < 0) {
         throw undecodable(path, ffmpeg::reason(opened));
     }
     return context;
@@ -175,24 +173,10 @@ bool isRGB(AVPixelFormat format) {
     return descriptor != nullptr && (descriptor->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL)) != 0;
 }
 
-/// JPEG's formats are full range by their name; other frames say it.
-bool isFullRange(const AVFrame& frame) {
-    switch (frame.format) {
-    case AV_PIX_FMT_YUVJ420P:
-    case AV_PIX_FMT_YUVJ422P:
-    case AV_PIX_FMT_YUVJ444P:
-    case AV_PIX_FMT_YUVJ440P:
-    case AV_PIX_FMT_YUVJ411P:
-        return true;
-    default:
-        return frame.color_range == AVCOL_RANGE_JPEG;
-    }
-}
-
 /// As bgra8, but not premultiplied yet.
 PixelBuffer converted(const AVFrame& frame, const std::filesystem::path& path,
                       const StillImageLimits& limits) {
-    const auto format = AVPixelFormat(frame.format);
+    const auto [format, isFullRange] = ffmpeg::samplingOf(frame);
     const PixelSize size = heldTo({frame.width, frame.height}, limits.longerSide);
     const bool scales = size != PixelSize{frame.width, frame.height};
     const int flags =
@@ -205,7 +189,7 @@ PixelBuffer converted(const AVFrame& frame, const std::filesystem::path& path,
     if (!isRGB(format)) {
         // Stills say BT.601 by saying nothing.
         const int space = frame.colorspace == AVCOL_SPC_UNSPECIFIED ? SWS_CS_ITU601 : int(frame.colorspace);
-        sws_setColorspaceDetails(scaler.get(), sws_getCoefficients(space), isFullRange(frame) ? 1 : 0,
+        sws_setColorspaceDetails(scaler.get(), sws_getCoefficients(space), isFullRange ? 1 : 0,
                                  sws_getCoefficients(SWS_CS_ITU709), 1, 0, 1 << 16, 1 << 16);
     }
     PixelBuffer picture = PixelBuffer::allocate(PixelFormat::bgra8, size);
@@ -233,58 +217,12 @@ void premultiply(const PixelBuffer& picture) {
     }
 }
 
-/// How a stored picture becomes upright: mirrored left to right, then turned clockwise by quarters.
-struct Orientation {
-    bool isMirrored = false;
-    int quarterTurns = 0;
-};
-
-/// @param exif  1...8, as Exif numbers the orientations
-Orientation orientationOfExif(int exif) {
-    constexpr std::array<Orientation, 8> orientations{
-        {{false, 0}, {true, 0}, {false, 2}, {true, 2}, {true, 3}, {false, 1}, {true, 1}, {false, 3}}};
-    return exif >= 1 && exif <= 8 ? orientations[std::size_t(exif - 1)] : Orientation{};
-}
-
-Orientation orientation(const AVFrame& frame) {
+Orientation orientationOf(const AVFrame& frame) {
     if (const AVDictionaryEntry* entry = av_dict_get(frame.metadata, "Orientation", nullptr, 0)) {
         return orientationOfExif(std::atoi(entry->value));
     }
-    if (const AVFrameSideData* data = av_frame_get_side_data(&frame, AV_FRAME_DATA_DISPLAYMATRIX);
-        data != nullptr && data->size >= 9 * sizeof(std::int32_t)) {
-        std::array<std::int32_t, 9> matrix{};
-        std::memcpy(matrix.data(), data->data, sizeof(matrix));
-        const bool mirrored = double(matrix[0]) * matrix[4] - double(matrix[1]) * matrix[3] < 0;
-        if (mirrored) {
-            av_display_matrix_flip(matrix.data(), 1, 0);
-        }
-        const double angle = av_display_rotation_get(matrix.data());
-        const int turns = std::isfinite(angle) ? int(std::lround(-angle / 90)) : 0;
-        return {mirrored, (turns % 4 + 4) % 4};
-    }
-    return {};
-}
-
-PixelBuffer upright(const PixelBuffer& picture, Orientation orientation) {
-    if (!orientation.isMirrored && orientation.quarterTurns == 0) {
-        return picture;
-    }
-    const int width = picture.size().width;
-    const int height = picture.size().height;
-    const bool isTurned = orientation.quarterTurns % 2 == 1;
-    PixelBuffer result =
-        PixelBuffer::allocate(PixelFormat::bgra8, isTurned ? PixelSize{height, width} : picture.size());
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            const int column = orientation.isMirrored ? width - 1 - x : x;
-            const std::array<int, 4> columns{column, height - 1 - y, width - 1 - column, y};
-            const std::array<int, 4> rows{y, column, height - 1 - y, width - 1 - column};
-            const auto turns = std::size_t(orientation.quarterTurns);
-            std::memcpy(result.row(0, rows[turns]) + std::ptrdiff_t(columns[turns]) * 4,
-                        picture.row(0, y) + std::ptrdiff_t(x) * 4, 4);
-        }
-    }
-    return result;
+    const AVFrameSideData* data = av_frame_get_side_data(&frame, AV_FRAME_DATA_DISPLAYMATRIX);
+    return data != nullptr ? tavrin::orientationOf(data->data, data->size) : Orientation();
 }
 
 } // namespace
@@ -304,7 +242,7 @@ PixelBuffer readStillImage(const std::filesystem::path& path, const StillImageLi
     const Frame frame = decodeFirst(input.format(), stream, decoder.get(), path);
     const PixelBuffer picture = converted(*frame, path, limits);
     premultiply(picture);
-    return upright(picture, orientation(*frame));
+    return oriented(picture, orientationOf(*frame));
 }
 
 } // namespace tavrin

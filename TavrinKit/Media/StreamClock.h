@@ -32,9 +32,6 @@ public:
     /// Host clock. Only after a measurement.
     [[nodiscard]] double timeOf(double frame) const;
 
-    /// How much slower than nominal the device runs by the host clock, as in 200e-6.
-    [[nodiscard]] double skew() const { return skew_; }
-
 private:
     void predict(double frame);
     void correct(double error, double variance);
@@ -43,7 +40,7 @@ private:
     const double sampleRate_;
     std::optional<double> frame_; ///< of the last measurement
     double time_ = 0;             ///< of that frame, estimated
-    double skew_ = 0;
+    double skew_ = 0; ///< how much slower than nominal the device runs by the host clock, as in 200e-6
     double timeVariance_ = 0; ///< the covariance matrix, in seconds
     double covariance_ = 0;
     double skewVariance_;

@@ -1,7 +1,6 @@
 #include "TavrinKit/Media/TrackDecoder.h"
 
 #include <algorithm>
-#include <new>
 
 #include <fmt/format.h>
 
@@ -18,13 +17,8 @@ TrackDecoder::TrackDecoder(MediaFile& file, int track, int threads)
             file.path(),
             fmt::format("this system has no decoder for {}", avcodec_get_name(stream.codecpar->codec_id)));
     }
-    context_.reset(avcodec_alloc_context3(codec));
-    if (!context_ || avcodec_parameters_to_context(context_.get(), stream.codecpar) < 0) {
-        throw std::bad_alloc();
-    }
-    context_->pkt_timebase = stream.time_base;
+    context_ = ffmpeg::makeContext(*codec, stream);
     context_->thread_count = threads;
-    context_->max_pixels = ffmpeg::mostPixels;
     if (const int code = avcodec_open2(context_.get(), codec, nullptr); code < 0) {
         ffmpeg::checkMemory(file.path(), code);
         throw MediaError::decodingFailed(file.path(), ffmpeg::reason(code));

@@ -61,20 +61,8 @@ PixelSize shownSize(const AVStream& stream) {
 
 Orientation orientationOf(const AVStream& stream) {
     std::size_t size = 0;
-    const auto* data = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
-    if (data == nullptr || size < 9 * sizeof(std::int32_t)) {
-        return {};
-    }
-    // x' = a x + c y,  y' = b x + d y
-    const auto* matrix = reinterpret_cast<const std::int32_t*>(data);
-    const double a = matrix[0];
-    const double b = matrix[1];
-    const double c = matrix[3];
-    const double d = matrix[4];
-    if (std::abs(a) + std::abs(d) >= std::abs(b) + std::abs(c)) {
-        return {false, a < 0, d < 0};
-    }
-    return {true, c < 0, b < 0};
+    const std::uint8_t* matrix = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
+    return orientationOf(matrix, size);
 }
 
 VideoTrackInfo videoTrackInfo(MediaFile& file, int track) {
@@ -96,21 +84,6 @@ VideoTrackInfo videoTrackInfo(MediaFile& file, int track) {
 AudioTrackInfo audioTrackInfo(MediaFile& file, int track) {
     const AVCodecParameters& parameters = *file.stream(track).codecpar;
     return {parameters.sample_rate, parameters.ch_layout.nb_channels, endOf(file, track)};
-}
-
-MediaInfo probeMedia(const std::filesystem::path& path) {
-    MediaFile file(path);
-    file.analyse();
-    MediaInfo info;
-    for (int number = 0; file.track(AVMEDIA_TYPE_VIDEO, number) >= 0; ++number) {
-        info.video.push_back(videoTrackInfo(file, file.track(AVMEDIA_TYPE_VIDEO, number)));
-        info.duration = std::max(info.duration, info.video.back().duration);
-    }
-    for (int number = 0; file.track(AVMEDIA_TYPE_AUDIO, number) >= 0; ++number) {
-        info.audio.push_back(audioTrackInfo(file, file.track(AVMEDIA_TYPE_AUDIO, number)));
-        info.duration = std::max(info.duration, info.audio.back().duration);
-    }
-    return info;
 }
 
 } // namespace tavrin

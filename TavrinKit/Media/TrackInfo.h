@@ -2,17 +2,9 @@
 
 #include "TavrinKit/Media/MediaFile.h"
 #include "TavrinKit/Media/MediaInfo.h"
+#include "TavrinKit/Media/Orientation.h"
 
 namespace tavrin {
-
-/// How stored pictures are turned to be shown: `transposed` first, then the flips, all in rows downward.
-struct Orientation {
-    bool transposed = false;
-    bool flippedX = false; ///< of the picture as shown
-    bool flippedY = false;
-
-    [[nodiscard]] bool isUpright() const { return !transposed && !flippedX && !flippedY; }
-};
 
 /// The track's rotation, to the nearest quarter turn.
 [[nodiscard]] Orientation orientationOf(const AVStream& stream);

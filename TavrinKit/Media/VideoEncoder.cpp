@@ -1,10 +1,12 @@
 #include "TavrinKit/Media/VideoEncoder.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <memory>
 #include <new>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -27,42 +29,26 @@ bool isProRes(const VideoTrackSettings& settings) {
     return settings.codec == VideoCodec::proRes422;
 }
 
+template <typename Key>
+const char* nameIn(std::initializer_list<std::pair<Key, const char*>> names, Key key) {
+    return std::ranges::find(names, key, &std::pair<Key, const char*>::first)->second;
+}
+
 const char* encoderFor(VideoCodec codec) {
-    switch (codec) {
-    case VideoCodec::h264:
-        return "libx264";
-    case VideoCodec::hevc:
-        return "libx265";
-    case VideoCodec::proRes422:
-        return "prores_ks";
-    }
-    return "libx264";
+    using enum VideoCodec;
+    return nameIn<VideoCodec>({{h264, "libx264"}, {hevc, "libx265"}, {proRes422, "prores_ks"}}, codec);
 }
 
 const char* nameOf(EncoderEffort effort) {
-    switch (effort) {
-    case EncoderEffort::ultrafast:
-        return "ultrafast";
-    case EncoderEffort::superfast:
-        return "superfast";
-    case EncoderEffort::veryfast:
-        return "veryfast";
-    }
-    return "veryfast";
+    using enum EncoderEffort;
+    return nameIn<EncoderEffort>({{ultrafast, "ultrafast"}, {superfast, "superfast"}, {veryfast, "veryfast"}},
+                                 effort);
 }
 
 const char* nameOf(VideoProfile profile) {
-    switch (profile) {
-    case VideoProfile::h264Baseline:
-        return "baseline";
-    case VideoProfile::h264Main:
-        return "main";
-    case VideoProfile::h264High:
-        return "high";
-    case VideoProfile::hevcMain:
-        return "main";
-    }
-    return "high";
+    using enum VideoProfile;
+    return nameIn<VideoProfile>(
+        {{h264Baseline, "baseline"}, {h264Main, "main"}, {h264High, "high"}, {hevcMain, "main"}}, profile);
 }
 
 void check(const VideoTrackSettings& settings) {
@@ -166,10 +152,7 @@ VideoEncoder::VideoEncoder(const VideoTrackSettings& settings) {
     if (codec == nullptr) {
         throw MediaError::encoderRefused(fmt::format("this system's libavcodec comes without {}", name));
     }
-    context_.reset(avcodec_alloc_context3(codec));
-    if (!context_) {
-        throw std::bad_alloc();
-    }
+    context_ = ffmpeg::makeContext(*codec);
     Options options;
     configure(*context_, settings);
     setOptions(*context_, settings, options);

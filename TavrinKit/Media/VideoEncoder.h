@@ -4,7 +4,9 @@
 #include <functional>
 
 #include "TavrinKit/Media/FFmpeg.h"
-#include "TavrinKit/Media/MovieWriter.h"
+#include "TavrinKit/Media/MediaError.h"
+#include "TavrinKit/Media/MovieSettings.h"
+#include "TavrinKit/Support/PixelBuffer.h"
 
 namespace tavrin {
 

@@ -5,8 +5,6 @@
 namespace tavrin {
 namespace {
 
-constexpr double tolerance = 0.5e-6; // seconds
-
 /// Nearer pictures are decoded through even when a key frame lies on the way: a seek empties the decoder.
 constexpr double nearby = 0.5;
 
@@ -15,13 +13,13 @@ constexpr double nearby = 0.5;
 VideoFollower::VideoFollower(std::unique_ptr<VideoReader> reader) : reader_(std::move(reader)) {}
 
 std::optional<DecodedFrame> VideoFollower::frame(double time) {
-    const bool isBack = current_ && time + tolerance < current_->time && !isFirst_;
+    const bool isBack = current_ && time + VideoReader::timeTolerance < current_->time && !isFirst_;
     const bool isFarAhead =
         following_ && time > following_->time + nearby && reader_->hasKeyFrameBetween(following_->time, time);
     if (!started_ || isBack || isFarAhead) {
         start(time);
     }
-    while (following_ && following_->time <= time + tolerance) {
+    while (following_ && following_->time <= time + VideoReader::timeTolerance) {
         advance();
         isFirst_ = false;
     }
@@ -34,7 +32,7 @@ void VideoFollower::start(double time) {
     current_ = reader_->next();
     following_ = current_ ? reader_->next() : std::nullopt;
     // A picture that begins behind the time asked is the first of the movie.
-    isFirst_ = current_ && current_->time > time + tolerance;
+    isFirst_ = current_ && current_->time > time + VideoReader::timeTolerance;
 }
 
 void VideoFollower::advance() {

@@ -15,9 +15,6 @@
 namespace tavrin {
 namespace {
 
-/// Times are kept in microseconds at the best; asking with the time that was written must find the picture.
-constexpr double tolerance = 0.5e-6;
-
 MediaFile& analysed(MediaFile& file) {
     file.analyse();
     return file;
@@ -91,12 +88,12 @@ void VideoReader::Implementation::moveTo(std::optional<double> time) {
 bool VideoReader::Implementation::stopAt(double time) {
     ffmpeg::Frame shown;
     while (ffmpeg::Frame frame = decoder.next()) {
-        if (timeOf(*frame) > time + tolerance) {
+        if (timeOf(*frame) > time + timeTolerance) {
             if (shown) {
                 found.push_back(std::move(shown));
             }
             found.push_back(std::move(frame));
-            return timeOf(*found.front()) <= time + tolerance;
+            return timeOf(*found.front()) <= time + timeTolerance;
         }
         shown = std::move(frame);
     }

@@ -29,6 +29,10 @@ public:
         int threads = 0; ///< decoder threads; 0: as many as there are cores
     };
 
+    /// Seconds. Times are kept in microseconds at the best; asking with the time that was written must find
+    /// the picture.
+    static constexpr double timeTolerance = 0.5e-6;
+
     /// @throws MediaError, FileError
     explicit VideoReader(const std::filesystem::path& path, Options options);
     explicit VideoReader(const std::filesystem::path& path) : VideoReader(path, Options{}) {}

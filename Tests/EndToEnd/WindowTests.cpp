@@ -21,11 +21,12 @@
 #include "TavrinKit/Capture/CaptureSelection.h"
 #include "TavrinKit/Capture/CaptureSyncValidator.h"
 #include "TavrinKit/Capture/DesktopStreamCapture.h"
+#include "TavrinKit/Imaging/ImageRenderer.h"
 #include "TavrinKit/Imaging/PNG.h"
 #include "TavrinKit/Media/MediaInfo.h"
-#include "TavrinKit/Media/VideoReader.h"
 #include "TavrinKit/Media/PictureScaler.h"
 #include "TavrinKit/Media/PixelConversion.h"
+#include "TavrinKit/Media/VideoReader.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TavrinKit/Platform/X11/X11CaptureBackend.h"
 #include "TavrinKit/Platform/X11/X11LiveInputEventMonitor.h"
@@ -181,8 +182,8 @@ bool showsTheCover(const PixelBuffer& picture) {
 
 void leaveForTheEye(const PixelBuffer& picture, const std::string& name) {
     if (const char* folder = std::getenv("TAVRIN_TEST_PICTURES")) {
-        const PixelBuffer colours = PixelBuffer::allocate(PixelFormat::bgra8, picture.size());
-        convertI420ToBGRA(picture, colours);
+        const Rect whole{0, 0, double(picture.size().width), double(picture.size().height)};
+        const PixelBuffer colours = ImageRenderer().render(Image::pixels(picture), whole, PixelFormat::bgra8);
         writeFileAtomically(std::filesystem::path(folder) / (name + ".png"), encodePNG(colours));
     }
 }

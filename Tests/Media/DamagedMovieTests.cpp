@@ -1,6 +1,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
+#include <functional>
 #include <random>
 #include <thread>
 
@@ -17,7 +18,7 @@
 namespace tavrin {
 namespace {
 
-using namespace fixtures;
+using namespace test;
 namespace fs = std::filesystem;
 
 /// Everything a reader can be asked about a file. @return the pictures, or nothing after an error of its own
@@ -25,7 +26,7 @@ std::optional<std::vector<Seen>> examine(const fs::path& path) {
     try {
         const MediaInfo info = probeMedia(path);
         if (!info.audio.empty()) {
-            const std::vector<float> sound = readSound(path, 48000, 1);
+            const std::vector<float> sound = readSound(path);
             EXPECT_LT(sound.size(), 48000U * 3600 * 25);
         }
         VideoReader reader(path);
@@ -99,8 +100,7 @@ TEST(DamagedMovies, ADamagedStretchIsSkipped) {
     std::string bytes = readFile(folder / "movie.mp4");
     std::fill_n(bytes.begin() + std::ptrdiff_t(bytes.size() / 2), 300, '\xAA');
     writeFileAtomically(folder / "movie.mp4", bytes);
-    VideoReader reader(folder / "movie.mp4");
-    const std::vector<Seen> seen = readAll(reader);
+    const std::vector<Seen> seen = readAll(folder / "movie.mp4");
     ASSERT_GT(seen.size(), 30U);
     EXPECT_EQ(seen.front().number, 0);
     EXPECT_EQ(seen.back().number, 59);
@@ -108,16 +108,13 @@ TEST(DamagedMovies, ADamagedStretchIsSkipped) {
 
 TEST(DamagedMovies, WhatIsNoMovieSaysSo) {
     const TemporaryFolder folder;
-    writeFileAtomically(folder / "empty", "");
-    writeFileAtomically(folder / "text", std::string(5000, 'x'));
-    writeFileAtomically(folder / "playlist.m3u8", "#EXTM3U\n#EXTINF:1,\n/etc/passwd\n");
-    writeFileAtomically(folder / "list", "ffconcat version 1.0\nfile 'text'\n");
-    writeFileAtomically(folder / "box", std::string("\0\0\0\x08moov", 8));
+    folder.write("empty", "");
+    folder.write("text", std::string(5000, 'x'));
+    folder.write("playlist.m3u8", "#EXTM3U\n#EXTINF:1,\n/etc/passwd\n");
+    folder.write("list", "ffconcat version 1.0\nfile 'text'\n");
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
-    for (const char* name : {"empty", "text", "playlist.m3u8", "list", "box", "pipe", "."}) {
+    for (const char* name : {"empty", "text", "playlist.m3u8", "list", "pipe", "."}) {
         const fs::path path = folder / name;
-        EXPECT_EQ(mediaErrorOf([&] { static_cast<void>(probeMedia(path)); }), MediaErrorKind::unreadable)
-            << name;
         EXPECT_EQ(mediaErrorOf([&] { VideoReader reader(path); }), MediaErrorKind::unreadable) << name;
         EXPECT_EQ(mediaErrorOf([&] { AudioReader reader(path, 0, 48000, 2); }), MediaErrorKind::unreadable)
             << name;
@@ -163,7 +160,7 @@ TEST(CrashSafeMovies, PlayUpToTheLastFragmentAfterAKill) {
         while (flushed < std::size_t(10 * wanted) && ::read(ends[0], &done, 1) == 1) {
             flushed += 10;
         }
-        std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000));
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000)); // to any moment
         ::kill(child, SIGKILL);
         while (::read(ends[0], &done, 1) == 1) {
             flushed += 10;
@@ -181,10 +178,6 @@ TEST(CrashSafeMovies, PlayUpToTheLastFragmentAfterAKill) {
             EXPECT_NEAR((*seen)[i].time, 0.25 + double(i) * 0.01, 1e-6);
         }
         EXPECT_GE(probeMedia(settings.path).duration, 0.25 + double(flushed) * 0.01 - 1e-6);
-        EXPECT_GE(std::stoul(run("ffprobe -v error -select_streams v -count_packets -show_entries "
-                                 "stream=nb_read_packets -of csv=p=0 '" +
-                                 settings.path.string() + "'")),
-                  flushed);
     }
 }
 
@@ -199,13 +192,11 @@ TEST(FullDisks, AreToldInTheSystemsWords) {
             const rlimit limit{200'000, 200'000};
             ::setrlimit(RLIMIT_FSIZE, &limit);
             MovieWriter writer(settings);
-            std::mt19937 random(8);
+            std::minstd_rand random(8);
             try {
-                for (int i = 0; i < 2000; ++i) {
-                    const PixelBuffer noise = numbered({128, 96}, i);
-                    for (int y = 0; y < 96; y += 2) {
-                        std::generate_n(noise.row(1, y / 2), 64, [&] { return std::uint8_t(random()); });
-                    }
+                for (int i = 0; i < 200; ++i) {
+                    const PixelBuffer noise = flat({128, 96}, 0, 128, 128);
+                    std::generate_n(noise.row(0, 0), noise.plane(0).stride * 96, std::ref(random));
                     writer.appendVideo(noise, i * 0.05);
                     writer.flushFragment();
                 }
@@ -220,13 +211,9 @@ TEST(FullDisks, AreToldInTheSystemsWords) {
         EXPECT_EQ(inChild(body), 0);
         EXPECT_EQ(folder.names().size(), isCrashSafe ? 1U : 0U);
         if (isCrashSafe) {
-            VideoReader reader(settings.path);
-            EXPECT_GT(readAll(reader).size(), 10U);
+            EXPECT_GT(readAll(settings.path).size(), 10U);
         }
     }
-    MovieWriterSettings device = smallMovie("/dev/full");
-    EXPECT_EQ(mediaErrorOf([&] { writeNumbered(device, evenTimes(5, 10)); }), MediaErrorKind::writingFailed);
-    EXPECT_TRUE(fs::is_character_file("/dev/full"));
 }
 
 TEST(CrashSafeMovies, StayInFragmentsWhenTheyCannotBeMadePlain) {
@@ -236,7 +223,7 @@ TEST(CrashSafeMovies, StayInFragmentsWhenTheyCannotBeMadePlain) {
     const auto body = [&] {
         MovieWriter writer(settings);
         for (int i = 0; i < 30; ++i) {
-            writer.appendVideo(numbered({128, 96}, i), i * 0.1);
+            writer.appendVideo(numbered({128, 96}, i), i / 10.0);
         }
         static_cast<void>(std::freopen("/dev/null", "w", stderr)); // the failure is logged
         fs::permissions(settings.path.parent_path(), fs::perms(0555));
@@ -250,9 +237,8 @@ TEST(CrashSafeMovies, StayInFragmentsWhenTheyCannotBeMadePlain) {
     fs::permissions(settings.path.parent_path(), fs::perms(0755));
     EXPECT_EQ(folder.names().size(), 1U);
     EXPECT_NE(readFile(settings.path).find("moof"), std::string::npos);
-    VideoReader reader(settings.path);
-    EXPECT_EQ(readAll(reader).size(), 30U);
-    EXPECT_NEAR(reader.info().duration, 3.0, 1e-3);
+    expectNumbered(readAll(settings.path), evenTimes(30, 10));
+    EXPECT_NEAR(probeMedia(settings.path).duration, 3.0, 1e-3);
 }
 
 } // namespace

@@ -7,16 +7,11 @@
 #include <gtest/gtest.h>
 
 #include "MovieFixtures.h"
-#include "TavrinKit/Media/AudioReader.h"
-#include "TavrinKit/Media/MediaInfo.h"
-#include "TavrinKit/Media/VideoFollower.h"
-#include "TavrinKit/Media/PixelConversion.h"
-#include "TavrinKit/Support/Files.h"
 
 namespace tavrin {
 namespace {
 
-using namespace fixtures;
+using namespace test;
 namespace fs = std::filesystem;
 
 std::vector<double> sparseTimes() {
@@ -52,7 +47,7 @@ std::vector<fs::path> awkwardMovies(const TemporaryFolder& folder) {
     return movies;
 }
 
-TEST(VideoReader, SeekingAnywhereGivesWhatReadingThroughGives) {
+TEST(VideoReader, SeekingOrFollowingAnywhereGivesWhatReadingThroughGives) {
     const TemporaryFolder folder;
     for (const fs::path& movie : awkwardMovies(folder)) {
         SCOPED_TRACE(movie.filename());
@@ -64,6 +59,14 @@ TEST(VideoReader, SeekingAnywhereGivesWhatReadingThroughGives) {
             ASSERT_GT(all[i].index, all[i - 1].index);
             ASSERT_EQ(all[i].number, all[i - 1].number + 1);
         }
+        const auto behind = [&](double time) {
+            return std::find_if(all.begin() + 1, all.end(),
+                                [&](const Seen& frame) { return frame.time > time + 0.5e-6; });
+        };
+        VideoFollower follower(std::make_unique<VideoReader>(movie));
+        for (double time = -0.5; time < all.back().time + 1; time += 1.0 / 60) {
+            ASSERT_EQ(follower.frame(time).value().index, (behind(time) - 1)->index) << time;
+        }
         std::vector<double> times = {
             -1, 0, all.front().time, all.back().time, 1e9, std::numeric_limits<double>::infinity()};
         std::mt19937 random(4);
@@ -72,9 +75,8 @@ TEST(VideoReader, SeekingAnywhereGivesWhatReadingThroughGives) {
             times.push_back(i % 3 == 0 ? frame.time : frame.time + double(int(random() % 200) - 100) * 1e-3);
         }
         for (const double time : times) {
-            const auto after = std::find_if(all.begin() + 1, all.end(),
-                                            [&](const Seen& frame) { return frame.time > time + 0.5e-6; });
-            const Seen& expected = *(after - 1);
+            const Seen& expected = *(behind(time) - 1);
+            EXPECT_EQ(numberIn(follower.frame(time).value().pixels), expected.number) << time;
             reader.seek(time);
             const auto shown = reader.next();
             ASSERT_TRUE(shown) << time;
@@ -82,52 +84,27 @@ TEST(VideoReader, SeekingAnywhereGivesWhatReadingThroughGives) {
             EXPECT_EQ(shown->index, expected.index) << time;
             EXPECT_EQ(shown->time, expected.time) << time;
             const auto following = reader.next();
-            ASSERT_EQ(following.has_value(), after != all.end()) << time;
+            ASSERT_EQ(following.has_value(), behind(time) != all.end()) << time;
             if (following) {
-                EXPECT_EQ(numberIn(following->pixels), after->number) << time;
+                EXPECT_EQ(numberIn(following->pixels), behind(time)->number) << time;
             }
         }
-    }
-}
-
-TEST(VideoFollower, GivesThePictureOnScreenWhateverTheClockDoes) {
-    const TemporaryFolder folder;
-    const std::vector<double> times = sparseTimes();
-    MovieWriterSettings settings = smallMovie(folder / "sparse.mov");
-    settings.video->maximumKeyFrameInterval = 10;
-    writeNumbered(settings, times, 60.0);
-    VideoFollower follower(std::make_unique<VideoReader>(settings.path));
-    const auto check = [&](double time) {
-        const auto after =
-            std::find_if(times.begin() + 1, times.end(), [&](double t) { return t > time + 1e-9; });
-        const auto frame = follower.frame(time);
-        ASSERT_TRUE(frame);
-        ASSERT_EQ(numberIn(frame->pixels), int(after - times.begin()) - 1) << time;
-    };
-    for (double time = -0.5; time < times.back() + 1; time += 1.0 / 60) {
-        check(time);
-    }
-    std::mt19937 random(5);
-    for (int i = 0; i < 60; ++i) { // exactly at changes, back and forth
-        check(times[random() % times.size()]);
-        check(double(random() % 30'000) * 1e-3 - 1);
     }
 }
 
 TEST(VideoReader, WhateverTheSourceColoursAreRight) {
     const TemporaryFolder folder;
     MovieWriterSettings settings = smallMovie(folder / "source.mp4");
-    settings.video->size = {128, 96};
     settings.video->constantQuality = 1;
-    const std::uint8_t colours[2][3] = {{200, 60, 30}, {40, 150, 220}}; // above and below; blue first
-    const PixelBuffer drawn = PixelBuffer::allocate(PixelFormat::bgra8, settings.video->size);
-    for (int y = 0; y < 96; ++y) {
-        for (int x = 0; x < 128; ++x) {
-            std::copy_n(colours[y / 48], 3, drawn.row(0, y) + 4 * x);
+    const int colours[2][3] = {{60, 182, 100}, {173, 90, 110}}; // Y, U and V above and below
+    const PixelBuffer picture = flat({128, 96}, colours[0][0], colours[0][1], colours[0][2]);
+    for (int plane = 0; plane < 3; ++plane) {
+        const auto half = std::size_t(picture.plane(plane).height / 2);
+        for (std::size_t y = half; y < 2 * half; ++y) {
+            std::fill_n(picture.row(plane, int(y)), picture.plane(plane).width,
+                        std::uint8_t(colours[1][plane]));
         }
     }
-    const PixelBuffer picture = PixelBuffer::allocate(PixelFormat::i420, settings.video->size);
-    convertBGRXToI420(drawn, picture, {0, 0, 128, 96});
     MovieWriter writer(settings);
     writer.appendVideo(picture, 0);
     writer.finish(1);
@@ -135,47 +112,36 @@ TEST(VideoReader, WhateverTheSourceColoursAreRight) {
     const std::string in = "ffmpeg -v error -y -i '" + settings.path.string() + "' ";
     const std::string smpte = "-vf scale=out_color_matrix=smpte170m:out_range=";
     const struct {
-        const char* name;
         std::string arguments;
-        PixelSize size;
-        int quarter; ///< turns to the right that bring the upper colour to where it shows
+        int quarter = 0; ///< turns to the right that bring the upper colour to where it shows
     } cases[] = {
-        {"same", "-c copy", {128, 96}, 0},
-        {"tagged 601", smpte + "tv,format=yuv420p -colorspace smpte170m -color_range tv -qp 1", {128, 96}, 0},
-        {"full range",
-         smpte + "pc,format=yuvj420p -colorspace smpte170m -color_range pc -qp 1",
-         {128, 96},
-         0},
-        {"untagged is 601 when small", smpte + "tv,format=yuv420p -colorspace unknown -qp 1", {128, 96}, 0},
-        {"ten bits 4:4:4",
-         "-pix_fmt yuv444p10le -c:v libx265 -x265-params log-level=none:qp=1",
-         {128, 96},
-         0},
-        {"lossless RGB", "-c:v ffv1 -pix_fmt bgr0 -f matroska", {128, 96}, 0},
-        {"quarter turn", "-c copy -metadata:s:v:0 rotate=270", {96, 128}, 1},
-        {"half turn", "-c copy -metadata:s:v:0 rotate=180", {128, 96}, 2},
-        {"three quarters", "-c copy -metadata:s:v:0 rotate=90", {96, 128}, 3},
+        {smpte + "tv,format=yuv420p -colorspace smpte170m -color_range tv -qp 1"},
+        {smpte + "pc,format=yuvj420p -colorspace smpte170m -color_range pc -qp 1"},
+        {smpte + "tv,format=yuv420p -colorspace unknown -qp 1"}, // BT.601 as it is small
+        {"-pix_fmt yuv444p10le -c:v libx265 -x265-params log-level=none:qp=1"},
+        {"-c:v ffv1 -pix_fmt bgr0 -f matroska"},
+        {"-c copy -metadata:s:v:0 rotate=270", 1},
+        {"-c copy -metadata:s:v:0 rotate=180", 2},
+        {"-c copy -metadata:s:v:0 rotate=90", 3},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(c.arguments);
         const fs::path out = folder / "out.mp4";
         run(in + c.arguments + " '" + out.string() + "'");
         VideoReader reader(out);
-        EXPECT_EQ(reader.info().displaySize, c.size);
+        const PixelSize size = c.quarter % 2 == 0 ? PixelSize{128, 96} : PixelSize{96, 128};
+        EXPECT_EQ(reader.info().displaySize, size);
         const auto frame = reader.next();
         ASSERT_TRUE(frame);
-        ASSERT_EQ(frame->pixels.size(), c.size);
-        const PixelBuffer back = PixelBuffer::allocate(PixelFormat::bgra8, c.size);
-        convertI420ToBGRA(frame->pixels, back);
-        const PixelSize s = c.size;
-        const std::pair<int, int> places[4] = {{s.width / 2, s.height / 4},
-                                               {s.width * 3 / 4, s.height / 2},
-                                               {s.width / 2, s.height * 3 / 4},
-                                               {s.width / 4, s.height / 2}};
+        ASSERT_EQ(frame->pixels.size(), size);
+        const std::pair<int, int> places[4] = {{2, 1}, {3, 2}, {2, 3}, {1, 2}}; // in quarters
         for (int patch = 0; patch < 2; ++patch) {
             const auto [x, y] = places[(c.quarter + 2 * patch) % 4];
-            for (int k = 0; k < 3; ++k) {
-                EXPECT_NEAR(back.row(0, y)[4 * x + k], colours[patch][k], 4) << "patch " << patch << " " << k;
+            for (int plane = 0; plane < 3; ++plane) {
+                const PixelBuffer::Plane& shown = frame->pixels.plane(plane);
+                EXPECT_NEAR(frame->pixels.row(plane, shown.height * y / 4)[shown.width * x / 4],
+                            colours[patch][plane], 3)
+                    << "patch " << patch << " plane " << plane;
             }
         }
     }
@@ -192,8 +158,9 @@ TEST(MediaProbe, TellsWhatIsThere) {
         writer.appendVideo(numbered({128, 96}, i), i / 50.0);
     }
     writer.finish();
-    run("ffmpeg -v error -i '" + settings.path.string() + "' -i '" + settings.path.string() +
-        "' -map 0:v -map 0:a -map 1:a -c copy -aspect 8:3 '" + (folder / "wide.mov").string() + "'");
+    const std::string movie = "'" + settings.path.string() + "' ";
+    run("ffmpeg -v error -i " + movie + "-i " + movie + "-map 0:v -map 0:a -map 1:a -c copy -aspect 8:3 '" +
+        (folder / "wide.mov").string() + "'");
 
     const MediaInfo info = probeMedia(folder / "wide.mov");
     ASSERT_EQ(info.video.size(), 1U);
@@ -204,43 +171,9 @@ TEST(MediaProbe, TellsWhatIsThere) {
     EXPECT_NEAR(info.video[0].nominalFrameRate, 50, 1e-6);
     EXPECT_NEAR(info.duration, 2, 1e-3);
     EXPECT_EQ(info.audio[1].sampleRate, 44100);
-    EXPECT_EQ(info.audio[1].channels, 1);
     EXPECT_NEAR(info.audio[1].duration, 1, 1e-3);
-    for (const int track : {-1, 2}) {
-        EXPECT_EQ(mediaErrorOf([&] { AudioReader(folder / "wide.mov", track, 48000, 2); }),
-                  MediaErrorKind::noAudioTrack);
-    }
-    run("ffmpeg -v error -i '" + settings.path.string() + "' -vn -c copy '" +
-        (folder / "sound.m4a").string() + "'");
-    EXPECT_EQ(mediaErrorOf([&] { VideoReader(folder / "sound.m4a"); }), MediaErrorKind::noVideoTrack);
-}
-
-TEST(AudioReader, OtherRatesAndChannelsKeepLengthAndPlace) {
-    const TemporaryFolder folder;
-    MovieWriterSettings settings;
-    settings.path = folder / "sound.m4a";
-    settings.audio = AudioTrackSettings{};
-    MovieWriter writer(settings);
-    writer.appendAudio(tone(0, 0.5, 2), 0.5); // half a second of silence first
-    writer.finish();
-    for (const auto& [file, arguments] : {std::pair{"sound.m4a", ""},
-                                          {"sound.wav", "-c:a pcm_s16le"},
-                                          {"sound.mka", "-c:a libopus"},
-                                          {"sound.flac", "-ar 44100 -ac 1"}}) {
-        const fs::path path = folder / file;
-        if (path != settings.path) {
-            run("ffmpeg -v error -i '" + settings.path.string() + "' -t 1 " + arguments + " '" +
-                path.string() + "'");
-        }
-        for (const auto& [rate, channels] : {std::pair{48000, 1}, {44100, 2}, {16000, 1}}) {
-            SCOPED_TRACE(testing::Message() << file << " " << rate << " " << channels);
-            const std::vector<float> sound = readSound(path, rate, channels);
-            ASSERT_NEAR(double(sound.size()) / channels / rate, 1, 0.001);
-            const auto first =
-                std::find_if(sound.begin(), sound.end(), [](float s) { return std::abs(s) > 0.2F; });
-            EXPECT_NEAR(double(first - sound.begin()) / channels / rate, 0.5, 0.003);
-        }
-    }
+    EXPECT_EQ(mediaErrorOf([&] { AudioReader(folder / "wide.mov", 2, 48000, 2); }),
+              MediaErrorKind::noAudioTrack);
 }
 
 } // namespace

@@ -12,8 +12,6 @@
 namespace tavrin {
 namespace {
 
-constexpr std::uint8_t untouched = 77;
-
 /// A picture in memory of exactly its size, so that a sanitizer sees every byte beyond it.
 PixelBuffer tightPicture(PixelFormat format, PixelSize size, std::ptrdiff_t padding, bool upward) {
     const bool isPlanar = format == PixelFormat::i420;
@@ -29,7 +27,6 @@ PixelBuffer tightPicture(PixelFormat format, PixelSize size, std::ptrdiff_t padd
         total += std::size_t(plane.stride * (plane.height - 1) + plane.width * (isPlanar ? 1 : 4));
     }
     const std::shared_ptr<std::uint8_t[]> memory(new std::uint8_t[total]);
-    std::fill_n(memory.get(), total, untouched);
     for (std::size_t i = 0; i < offsets.size(); ++i) {
         PixelBuffer::Plane& plane = planes[i];
         plane.data = memory.get() + offsets[i];
@@ -92,14 +89,6 @@ TEST_P(PixelConversionKernels, EqualTheReferenceWithinOne) {
             convertBGRXToI420(source, fast, {0, 0, size.width, size.height});
             convertBGRXToI420Reference(source, plain, {0, 0, size.width, size.height});
             EXPECT_LE(greatestDifference(fast, plain), 1);
-
-            const PixelBuffer chaos = tightPicture(PixelFormat::i420, size, 1, upward);
-            fillRandomly(chaos, random);
-            const PixelBuffer fastBack = tightPicture(PixelFormat::bgra8, size, 0, false);
-            const PixelBuffer plainBack = tightPicture(PixelFormat::bgra8, size, 8, upward);
-            convertI420ToBGRA(chaos, fastBack);
-            convertI420ToBGRAReference(chaos, plainBack);
-            EXPECT_LE(greatestDifference(fastBack, plainBack), 1);
         }
     }
 }
@@ -126,43 +115,6 @@ TEST(PixelConversion, ConvertingWhatChangedEqualsConvertingAll) {
     }
 }
 
-TEST(PixelConversion, WritesOnlyTheWidenedArea) {
-    const PixelSize size = {40, 20};
-    struct {
-        PixelRect area, written;
-    } const cases[] = {
-        {{10, 4, 4, 2}, {10, 4, 6, 2}},
-        {{11, 5, 1, 1}, {10, 4, 4, 2}},
-        {{-7, -3, 8, 4}, {0, 0, 4, 2}},
-        {{39, 19, 100, 100}, {38, 18, 2, 2}},
-        {{0, 0, 2147483647, 2147483647}, {0, 0, 40, 20}},
-        {{40, 0, 5, 5}, {}},
-        {{-2147483647, 0, 5, 5}, {}},
-        {{5, 5, 0, 5}, {}},
-        {{5, 5, -3, 5}, {}},
-    };
-    const PixelBuffer source = tightPicture(PixelFormat::bgra8, size, 0, false);
-    for (int y = 0; y < size.height; ++y) {
-        std::fill_n(source.row(0, y), 4 * size.width, std::uint8_t(0)); // black is 16, 128, 128
-    }
-    for (const auto& [area, written] : cases) {
-        SCOPED_TRACE(testing::Message()
-                     << area.x << "," << area.y << " " << area.width << "x" << area.height);
-        for (const auto convert : {&convertBGRXToI420, &convertBGRXToI420Reference}) {
-            const PixelBuffer target = tightPicture(PixelFormat::i420, size, 0, false);
-            convert(source, target, area);
-            for (int y = 0; y < size.height; ++y) {
-                for (int x = 0; x < size.width; ++x) {
-                    const bool isInside = x >= written.x && x < written.x + written.width && y >= written.y &&
-                                          y < written.y + written.height;
-                    ASSERT_EQ(target.row(0, y)[x], isInside ? 16 : untouched) << x << "," << y;
-                    ASSERT_EQ(target.row(1, y / 2)[x / 2], isInside ? 128 : untouched) << x << "," << y;
-                }
-            }
-        }
-    }
-}
-
 TEST(PixelConversion, KnownColoursAreThoseOfTheStandard) {
     struct {
         std::uint8_t b, g, r, y, u, v;
@@ -182,16 +134,10 @@ TEST(PixelConversion, KnownColoursAreThoseOfTheStandard) {
         }
         const PixelBuffer target = tightPicture(PixelFormat::i420, size, 0, false);
         convertBGRXToI420(source, target, {0, 0, size.width, size.height});
-        const PixelBuffer back = tightPicture(PixelFormat::bgra8, size, 0, false);
-        convertI420ToBGRA(target, back);
         for (const int x : {0, 33, 69}) {
             EXPECT_EQ(target.row(0, 3)[x], c.y);
             EXPECT_EQ(target.row(1, 1)[x / 2], c.u);
             EXPECT_EQ(target.row(2, 1)[x / 2], c.v);
-            EXPECT_NEAR(back.row(0, 3)[4 * x], c.b, 2);
-            EXPECT_NEAR(back.row(0, 3)[4 * x + 1], c.g, 2);
-            EXPECT_NEAR(back.row(0, 3)[4 * x + 2], c.r, 2);
-            EXPECT_EQ(back.row(0, 3)[4 * x + 3], 255);
         }
     }
 }

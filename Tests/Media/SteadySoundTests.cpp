@@ -161,8 +161,10 @@ TEST(SteadySoundTests, anUnheraldedJumpOfTheClockIsFollowed) {
         device.measure();
         (void)device.block(200);
     }
-    EXPECT_NEAR(device.clock.timeOf(double(device.frame)), device.timeOf(double(device.frame)), 0.002);
-    EXPECT_NEAR(device.clock.skew(), 0, 100e-6);
+    for (const double ahead : {0.0, 10'000.0}) { // nor is it taken for a device that runs slow
+        const double frame = double(device.frame) + ahead;
+        EXPECT_NEAR(device.clock.timeOf(frame), device.timeOf(frame), 0.0025);
+    }
 }
 
 TEST(SteadySoundMixerTests, lanesComeAndGoInOneUnbrokenRun) {
