@@ -34,7 +34,7 @@ struct CaptureStatistics {
 /// or cancelled take stay there.
 ///
 /// A stream that ends by itself in mid-take doesn't end the take: the stop then completes what there is, and
-/// the result says so in its warnings. So does one whose pictures could not all be written.
+/// the result says so in its warnings. So does one whose pictures or sound could not all be written.
 ///
 /// Any thread. Calls that arrive while another one starts or stops are refused, but for `cancelRecording`,
 /// which ends that one.

@@ -77,6 +77,9 @@ void MicrophoneFileWriter::Core::run() {
 }
 
 void MicrophoneFileWriter::Core::writeHeld() {
+    if (failure) {
+        held.clear(); // there is nowhere to write it
+    }
     if (std::isnan(timeZero) || failure) {
         return;
     }
@@ -153,8 +156,8 @@ void MicrophoneFileWriter::setTimeZero(double hostTime) {
     }
 }
 
-void MicrophoneFileWriter::append(AudioSample sample) {
-    static_cast<void>(core_->queue.tryPush(std::move(sample)));
+bool MicrophoneFileWriter::append(AudioSample sample) {
+    return core_->queue.tryPush(std::move(sample));
 }
 
 std::exception_ptr MicrophoneFileWriter::finish(const std::stop_token& stop) {

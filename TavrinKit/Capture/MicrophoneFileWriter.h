@@ -32,8 +32,9 @@ public:
     /// @param hostTime  host clock; what sounded before is left out. Only the first call counts.
     void setTimeZero(double hostTime);
 
-    /// Never waits: a disk that hangs for a minute costs sound. One thread.
-    void append(AudioSample sample);
+    /// Never waits. One thread.
+    /// @return false when the sound is lost, because the disk has hung for a minute
+    [[nodiscard]] bool append(AudioSample sample);
 
     /// Completes the file. A file that could not be written to its end stays as far as it goes.
     /// @return why, in that case

@@ -158,9 +158,10 @@ public:
 
 /// Makes a stream of what the machine plays.
 ///
-/// What it delivers is without gaps from the first sample to its stop: a run of sound begins where the one
-/// before it ended, to the frame, on the host clock. Where nothing plays, or the server doesn't answer, there
-/// is silence. A start fails when there is no sound server; what happens to it later is only a warning.
+/// What it delivers is without gaps from the first sample to its stop: a run of sound, of a tenth of a
+/// second, begins where the one before it ended, to the frame, on the host clock. Where nothing plays, or the
+/// server doesn't answer, there is silence. A start fails when there is no sound server; what happens to it
+/// later is only a warning.
 ///
 /// @param configuration  sample rate, channels and exclusion count
 /// @param output         kept until `removeOutput`

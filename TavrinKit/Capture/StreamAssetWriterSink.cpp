@@ -16,7 +16,7 @@ namespace tavrin {
 namespace {
 
 constexpr double noTime = std::numeric_limits<double>::quiet_NaN();
-constexpr std::size_t waitingSoundLimit = 64; // sound is small: it is never given up for a busy encoder
+constexpr std::size_t waitingSoundLimit = 600; // pieces of a tenth of a second
 
 std::optional<double> timeIn(const std::atomic<double>& value) {
     const double time = value.load();
@@ -127,10 +127,9 @@ void StreamAssetWriterSink::appendVideo(VideoSample sample) noexcept {
     }
 }
 
-void StreamAssetWriterSink::append(AudioSample sample) noexcept {
-    if (core_->hasAudioInput) {
-        static_cast<void>(core_->queue.tryPush(std::move(sample)));
-    }
+bool StreamAssetWriterSink::append(AudioSample sample) noexcept {
+    return !core_->hasAudioInput || core_->phase.copy() != Core::Phase::writing ||
+           core_->queue.tryPush(std::move(sample));
 }
 
 bool StreamAssetWriterSink::prepareForFinish() {

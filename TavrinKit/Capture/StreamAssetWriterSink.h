@@ -16,8 +16,9 @@ namespace tavrin {
 /// Writes the temporary screen movie of a take while the stream delivers its samples.
 ///
 /// Samples are handed to a thread of the sink's own behind a bounded queue. They never wait and never fail:
-/// a picture that finds the queue full, or that can't be written, is dropped and counted. Only completing
-/// the movie can fail. A take without a picture still gets a movie, of one black frame.
+/// a picture that finds the queue full, or that can't be written, is dropped and counted. Sound is small and
+/// never given up for a busy encoder: a minute of it may wait, for a disk that hangs. Only completing the
+/// movie can fail. A take without a picture still gets a movie, of one black frame.
 ///
 /// The movie's time 0 is the first sample's own presentation time. What was written so far can be played
 /// even when the process is killed: up to about a second before that moment.
@@ -44,7 +45,8 @@ public:
     /// A sample without a picture leaves no trace but its time.
     void appendVideo(VideoSample sample) noexcept;
     /// Ignored without an audio input.
-    void append(AudioSample sample) noexcept;
+    /// @return false when the sound is lost, because too much of it waits already
+    [[nodiscard]] bool append(AudioSample sample) noexcept;
 
     /// Waits until everything that was appended is written, and sees to it that there is a picture.
     /// @return whether the caller is to call `finish`: true once; false after an earlier true or a `cancel`

@@ -14,16 +14,16 @@ void StreamOutputBridge::didOutput(VideoSample sample) {
     if (!std::isfinite(sample.presentationTime)) {
         return;
     }
-    firstScreenSampleSignal_.resolve();
     if (geometryRecorder_) {
         geometryRecorder_->append(sample);
     }
     writer_->appendVideo(std::move(sample));
+    firstScreenSampleSignal_.resolve(); // now that the writer knows the time of the first one
 }
 
 void StreamOutputBridge::didOutput(AudioSample sample) {
-    if (std::isfinite(sample.presentationTime)) {
-        writer_->append(std::move(sample));
+    if (std::isfinite(sample.presentationTime) && !writer_->append(std::move(sample))) {
+        didWarn("system_audio_dropped");
     }
 }
 

@@ -42,7 +42,9 @@ public:
         : writer_(outputURL), recorder_(
                                   soundSettings(settings),
                                   [this](std::vector<float> sound, double time) {
-                                      writer_.append({std::move(sound), time});
+                                      if (!writer_.append({std::move(sound), time})) {
+                                          warn("microphone_dropped");
+                                      }
                                   },
                                   [this](const std::string& warning) { warn(warning); }) {}
 

@@ -17,8 +17,9 @@ namespace tavrin {
 /// process is killed: up to about two seconds before that moment.
 ///
 /// Warns with "microphone_device_changed:NAME", "microphone_interrupted:SECONDS" after each interruption of a
-/// quarter of a second or more, "microphone_lost" when sound didn't come back until the stop, and
-/// "microphone_delivered_nothing" when none ever came: then the file is silent.
+/// quarter of a second or more, "microphone_dropped" when a disk that hung has cost sound, "microphone_lost"
+/// when sound didn't come back until the stop, and "microphone_delivered_nothing" when none ever came: then
+/// the file is silent.
 class PulseMicrophoneCapture : public MicrophoneCapturing {
 public:
     struct Settings {
