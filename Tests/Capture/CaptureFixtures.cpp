@@ -1,14 +1,10 @@
 #include "CaptureFixtures.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <random>
-#include <thread>
 
 #include "TavrinKit/Media/VideoReader.h"
-#include "TavrinKit/Support/Error.h"
-
 namespace tavrin::test {
 
 void Gate::open() {
@@ -57,19 +53,6 @@ std::vector<MovieFrame> framesOf(const std::filesystem::path& movie) {
         frames.push_back({frame->time, frame->pixels.row(0, size.height / 2)[size.width / 2]});
     }
     return frames;
-}
-
-void waitForFrames(const std::filesystem::path& movie) {
-    for (int attempt = 0; attempt < 1000; ++attempt) {
-        try {
-            if (!framesOf(movie).empty()) {
-                return;
-            }
-        } catch (const Error&) { // not yet
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    throw std::runtime_error("nothing was written to " + movie.string());
 }
 
 } // namespace tavrin::test

@@ -55,7 +55,4 @@ struct MovieFrame {
 /// All frames of a movie, decoded.
 [[nodiscard]] std::vector<MovieFrame> framesOf(const std::filesystem::path& movie);
 
-/// Waits until something of a movie that is being written can be played.
-void waitForFrames(const std::filesystem::path& movie);
-
 } // namespace tavrin::test

@@ -20,6 +20,14 @@ public:
     void add(const std::string& call) {
         calls_.with([&](std::string& calls) { calls += calls.empty() ? call : " " + call; });
     }
+    /// One that fails with this error, if it does.
+    template <typename Failure>
+    void add(const std::string& call, bool fails, const Failure& failure) {
+        add(call);
+        if (fails) {
+            throw failure;
+        }
+    }
     std::string text() const { return calls_.copy(); }
 
 private:
@@ -37,7 +45,7 @@ struct FakeStreamScript {
     Step onStart = [](ScreenStreamOutput& output, const auto&) {
         output.didOutput(desktopPicture(60));
     };
-    Step onStop;
+    Step onStop{};
     std::int64_t droppedFrames = 0;
 };
 
@@ -71,35 +79,25 @@ private:
     const std::string name_;
 };
 
-/// A desktop of two displays whose streams follow a script.
+/// A desktop of one display whose streams follow a script.
 class FakeDesktop : public ScreenCaptureBackend {
 public:
-    explicit FakeDesktop(std::shared_ptr<CallLog> log) : log_(std::move(log)) {
-        content.displays = {{41, "A", {0, 0, 64, 48}, {64, 48}, false},
-                            {7, "B", {64, 0, 33, 1}, {33, 1}, true}};
-        content.applications = {{"org.keep", "keep", 100}, {"org.own", "own", 200}, {"", "third", 300}};
-    }
+    explicit FakeDesktop(std::shared_ptr<CallLog> log) : log_(std::move(log)) {}
 
-    ShareableContent content;
     FakeStreamScript script;
     bool canLoadContent = true;
-
-    // Of the last stream.
-    ContentFilter filter;
-    StreamConfiguration configuration;
-    std::weak_ptr<ScreenStreamOutput> output;
+    std::weak_ptr<ScreenStreamOutput> output; ///< of the last stream
 
     ShareableContent shareableContent(bool, bool) override {
         if (!canLoadContent) {
             throw Error("refused");
         }
+        ShareableContent content;
+        content.displays = {{41, "A", {0, 0, 64, 48}, {64, 48}, true}};
         return content;
     }
-    std::unique_ptr<ScreenStream> makeStream(const ContentFilter& newFilter,
-                                             const StreamConfiguration& newConfiguration,
+    std::unique_ptr<ScreenStream> makeStream(const ContentFilter&, const StreamConfiguration&,
                                              std::shared_ptr<ScreenStreamOutput> newOutput) override {
-        filter = newFilter;
-        configuration = newConfiguration;
         output = newOutput;
         return std::make_unique<FakeStream>(log_, script, std::move(newOutput));
     }
@@ -116,17 +114,11 @@ public:
     FakeMicrophone(std::shared_ptr<CallLog> log, Failing failing) : log_(std::move(log)), failing_(failing) {}
 
     void start(std::stop_token) override {
-        log_->add("mic.start");
-        if (failing_ == Failing::start) {
-            throw MicrophoneCaptureError::unableToStartRecording();
-        }
+        log_->add("mic.start", failing_ == Failing::start, MicrophoneCaptureError::unableToStartRecording());
     }
     void setTimeZero(double) override {}
     std::filesystem::path stop(std::stop_token) override {
-        log_->add("mic.stop");
-        if (failing_ == Failing::stop) {
-            throw MicrophoneCaptureError::outputMissing();
-        }
+        log_->add("mic.stop", failing_ == Failing::stop, MicrophoneCaptureError::outputMissing());
         return "mic.m4a";
     }
     void cancel() noexcept override { log_->add("mic.cancel"); }
@@ -141,16 +133,10 @@ public:
     FakeCamera(std::shared_ptr<CallLog> log, Failing failing) : log_(std::move(log)), failing_(failing) {}
 
     void start(const CameraCaptureOptions&, std::stop_token) override {
-        log_->add("camera.start");
-        if (failing_ == Failing::start) {
-            throw CameraCaptureError::unableToAddInput();
-        }
+        log_->add("camera.start", failing_ == Failing::start, CameraCaptureError::unableToAddInput());
     }
     CameraCaptureTrackResult stop(std::stop_token) override {
-        log_->add("camera.stop");
-        if (failing_ == Failing::stop) {
-            throw CameraCaptureError::outputMissing();
-        }
+        log_->add("camera.stop", failing_ == Failing::stop, CameraCaptureError::outputMissing());
         return {"camera.mov", 1, 2};
     }
     void cancel() noexcept override { log_->add("camera.cancel"); }

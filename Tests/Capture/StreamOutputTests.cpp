@@ -1,11 +1,9 @@
 #include <limits>
 #include <memory>
-#include <thread>
 
 #include <gtest/gtest.h>
 
 #include "CaptureFixtures.h"
-#include "TavrinKit/Capture/FirstScreenSampleSignal.h"
 #include "TavrinKit/Capture/GeometryTimelineRecorder.h"
 #include "TavrinKit/Capture/StreamOutputBridge.h"
 
@@ -19,25 +17,6 @@ using test::videoSample;
 constexpr PixelSize size{64, 48};
 
 const std::exception_ptr failure = std::make_exception_ptr(Error("gone"));
-
-TEST(FirstScreenSampleSignal, IsDecidedOnceAndForEverybody) {
-    FirstScreenSampleSignal good;
-    good.resolve();
-    good.resolve(failure);
-    good.wait({});
-
-    FirstScreenSampleSignal bad;
-    bad.resolve(failure);
-    bad.resolve();
-    EXPECT_THROW(bad.wait({}), Error);
-
-    FirstScreenSampleSignal cancelled;
-    std::stop_source source;
-    std::jthread other([&] { source.request_stop(); });
-    EXPECT_THROW(cancelled.wait(source.get_token()), CancellationError);
-    cancelled.resolve();
-    EXPECT_THROW(cancelled.wait({}), CancellationError);
-}
 
 VideoSample placedAt(Rect screenRect) {
     VideoSample sample;
@@ -53,7 +32,6 @@ TEST(GeometryTimelineRecorder, TakesDownMovesOnly) {
         std::optional<double> scale;
         std::size_t count;
     } steps[] = {
-        {{0, 0, 100, 50}, {}, 2, 1},
         {{0, 0, 100, 50}, {}, 2, 1},
         {{0.5, -0.5, 100.5, 49.5}, {}, 2.01, 1},
         {{0.6, 0, 100, 50}, {}, 2, 2},
