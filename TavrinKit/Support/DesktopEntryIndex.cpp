@@ -127,8 +127,9 @@ std::vector<fs::path> DesktopEntryIndex::applicationFolders() {
     if (data.empty()) {
         data = environmentText("HOME") + "/.local/share";
     }
-    std::string others = environmentText("XDG_DATA_DIRS");
-    data += ":" + (others.empty() ? "/usr/local/share:/usr/share" : others);
+    const std::string others = environmentText("XDG_DATA_DIRS");
+    data += ':';
+    data += others.empty() ? "/usr/local/share:/usr/share" : others;
 
     std::vector<fs::path> folders;
     while (!data.empty()) {
