@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cctype>
+#include <regex>
 #include <set>
 #include <string>
 
@@ -22,30 +24,34 @@ inline std::set<std::string> keysOf(const Json& document) {
     return keys;
 }
 
-/// The document without one of its keys.
-inline std::string textWithout(Json document, const Json::json_pointer& key) {
-    document[key.parent_pointer()].erase(key.back());
-    return encodeJson(document);
-}
-
 /// How errors call the place of a pointer: "/a/0/b" is "a[0].b".
-inline std::string pathOf(std::string pointer) {
-    pointer.erase(0, 1);
-    for (std::size_t at = 0; (at = pointer.find('/', at)) != std::string::npos;) {
-        const bool isIndex = std::isdigit(pointer[at + 1]) != 0;
-        pointer.replace(at, isIndex ? 2 : 1, isIndex ? "[" + pointer.substr(at + 1, 1) + "]" : ".");
-    }
-    return pointer;
+inline std::string pathOf(const std::string& pointer) {
+    std::string path = std::regex_replace(pointer.substr(1), std::regex("/([0-9]+)"), "[$1]");
+    std::ranges::replace(path, '/', '.');
+    return path;
 }
 
 /// Where the decoding fails; "accepted" when it doesn't.
-inline std::string failingPath(const auto& decoding) {
+inline std::string failingPath(const auto& decoding, const Json& document) {
     try {
-        decoding();
+        static_cast<void>(decoding(encodeJson(document)));
         return "accepted";
     } catch (const JsonError& error) {
         return error.path();
     }
+}
+
+/// The same with another value in one place.
+inline std::string failingPathWith(const std::string& pointer, const Json& value, const auto& decoding,
+                                   Json document) {
+    document[Json::json_pointer(pointer)] = value;
+    return failingPath(decoding, document);
+}
+
+/// The same without one of the keys.
+inline std::string failingPathWithout(const Json::json_pointer& key, const auto& decoding, Json document) {
+    document[key.parent_pointer()].erase(key.back());
+    return failingPath(decoding, document);
 }
 
 } // namespace tavrin::test

@@ -79,28 +79,12 @@ TEST_F(ProjectPackageTests, comesBackAsItWasSaved) {
     EXPECT_EQ(loaded.loadEvents(), events_);
     EXPECT_EQ(loaded.loadEdits(), edits_);
     EXPECT_TRUE(backups().empty());
-    EXPECT_EQ(contents("manifest.json"), R"({
-  "audioTracks": [
-    {
-      "fileName": "mic_audio.m4a",
-      "kind": "microphone"
-    }
-  ],
-  "cameraTracks": [
-    {
-      "driftMillisecondsPerHour": -3.0,
-      "fileName": "camera.mov",
-      "timebaseOffsetSeconds": 0.25
-    }
-  ],
-  "createdAt": "2026-01-15T10:15:30Z",
-  "cursorExcluded": false,
-  "editsFileName": "edits.json",
-  "eventsFileName": "events.json",
-  "schemaVersion": 2,
-  "screenFileName": "screen.mov"
-}
-)");
+    EXPECT_EQ(parseJson(contents("manifest.json")), parseJson(R"({
+        "schemaVersion": 2, "createdAt": "2026-01-15T10:15:30Z", "screenFileName": "screen.mov",
+        "cursorExcluded": false, "eventsFileName": "events.json", "editsFileName": "edits.json",
+        "audioTracks": [{"kind": "microphone", "fileName": "mic_audio.m4a"}],
+        "cameraTracks": [{"fileName": "camera.mov", "timebaseOffsetSeconds": 0.25,
+                          "driftMillisecondsPerHour": -3.0}]})"));
 }
 
 TEST_F(ProjectPackageTests, whatIsMissingInAManifestHasItsFallback) {
@@ -110,38 +94,22 @@ TEST_F(ProjectPackageTests, whatIsMissingInAManifestHasItsFallback) {
     expected.schemaVersion = 1;
     expected.createdAt = manifest.createdAt;
     EXPECT_EQ(manifest, expected);
-    EXPECT_TRUE(manifest.cursorExcluded);
-    for (const char* bad :
-         {R"({"audioTracks":[{"kind":"system"}]})", R"({"audioTracks":[{"fileName":"a"}]})",
-          R"({"audioTracks":[{"kind":"camera","fileName":"a"}]})", R"({"createdAt":"yesterday"})",
-          R"({"cameraTracks":[{"fileName":"a","timebaseOffsetSeconds":0}]})", "[]"}) {
-        EXPECT_THROW(static_cast<void>(decodeDocument<ProjectManifest>(bad)), JsonError) << bad;
-    }
 }
 
 TEST_F(ProjectPackageTests, readsTheSchemaVersionByItself) {
-    const auto outcome = [](const std::string& text) -> std::string {
+    const auto outcome = [](const std::string& value) -> std::string {
         try {
-            return std::to_string(ProjectPackage::schemaVersionInManifestData(text));
+            return std::to_string(
+                ProjectPackage::schemaVersionInManifestData("{\"schemaVersion\":" + value + "}"));
         } catch (const ProjectPackageValidationError& error) {
             return error.what();
         }
     };
-    for (const char* none : {"{}", "[]", "7"}) {
-        EXPECT_EQ(outcome(none), "Project manifest is invalid: Missing schemaVersion field.");
+    for (const char* bad : {"\"\"", "\" 2\"", "\"2.0\"", "\"99999999999999999999\"", "2.5", "true", "null"}) {
+        EXPECT_EQ(outcome(bad), "Project manifest is invalid: schemaVersion must be an integer.") << bad;
     }
-    for (const char* bad :
-         {"\"\"", "\" 2\"", "\"2.0\"", "\"+-2\"", "\"99999999999999999999\"", "2.5", "true", "null", "[2]"}) {
-        EXPECT_EQ(outcome(std::string("{\"schemaVersion\":") + bad + "}"),
-                  "Project manifest is invalid: schemaVersion must be an integer.")
-            << bad;
-    }
-    const std::pair<const char*, const char*> read[] = {
-        {"2", "2"}, {"\"2\"", "2"}, {"\"+17\"", "17"}, {"\"-1\"", "-1"}, {"-3", "-3"}};
-    for (const auto& [value, version] : read) {
-        EXPECT_EQ(outcome(std::string("{\"schemaVersion\":") + value + "}"), version);
-    }
-    EXPECT_THROW(outcome("{\"schemaVersion\":2"), JsonError);
+    EXPECT_EQ(outcome("\"+17\""), "17");
+    EXPECT_EQ(outcome("-3"), "-3");
 }
 
 TEST_F(ProjectPackageTests, refusesAManifestThatIsNotSound) {
@@ -163,21 +131,15 @@ TEST_F(ProjectPackageTests, refusesAManifestThatIsNotSound) {
         {"eventsFileName", "../events.json", "Invalid events file name: ../events.json"},
         {"editsFileName", " \n ", "Invalid edits file name:  \n "},
         {"screenFileName", "a\\b", "Invalid screen file name: a\\b"},
-        {"screenFileName", "/etc/passwd", "Invalid screen file name: /etc/passwd"},
-        {"audioTracks", {audio("system", "/"), audio("system", "b")}, "Invalid system audio file name: /"},
         {"audioTracks",
          {audio("system", "a"), audio("system", "/")},
          "Duplicate audio track kind found in manifest: system"},
-        {"audioTracks",
-         {audio("system", "a"), audio("microphone", "")},
-         "Invalid microphone audio file name: "},
         {"audioTracks",
          {audio("system", "a"), audio("microphone", "a")},
          "Duplicate audio track file name found in manifest: a"},
         {"cameraTracks", Json::array({camera("../a")}), "Invalid camera file name: ../a"},
         {"cameraTracks", {camera("a"), camera("a")}, "Duplicate camera track file name found in manifest: a"},
         {"cameraTracks", {camera("mic_audio.m4a"), camera("screen.mov")}, "none"},
-        {"screenFileName", "other.mov", "Required project file is missing: other.mov"},
         {"screenFileName", ".", "Project path is not a regular file: ."},
     };
     for (const auto& [key, value, sentence] : cases) {
@@ -200,25 +162,13 @@ TEST_F(ProjectPackageTests, namesTheFileThatIsMissingEmptyOrNoFile) {
         EXPECT_EQ(loadFailure(), "Project file is empty: " + name);
         fs::remove(root_ / name);
         EXPECT_EQ(loadFailure(), "Required project file is missing: " + name);
-        fs::create_symlink("nowhere", root_ / name);
-        EXPECT_EQ(loadFailure(), "Required project file is missing: " + name);
-        fs::remove(root_ / name);
         ASSERT_EQ(mkfifo((root_ / name).c_str(), 0600), 0);
-        EXPECT_EQ(loadFailure(), "Project path is not a regular file: " + name);
-        fs::remove(root_ / name);
-        fs::create_directory(root_ / name);
         EXPECT_EQ(loadFailure(), "Project path is not a regular file: " + name);
         fs::remove(root_ / name);
         write(name, kept);
     }
     EXPECT_EQ(loadFailure(), "none");
-    write(" a.mov ", "x");
-    change("screenFileName", " a.mov ");
-    EXPECT_EQ(ProjectPackage::load(root_).screenURL().filename(), " a.mov ");
-    write("manifest.json", std::string(200000, '['));
-    EXPECT_THAT(loadFailure(), testing::HasSubstr("nested too deeply"));
     fs::remove(root_ / "manifest.json");
-    EXPECT_THROW(static_cast<void>(ProjectPackage::load(root_)), FileError);
     ASSERT_EQ(mkfifo((root_ / "manifest.json").c_str(), 0600), 0);
     EXPECT_THROW(static_cast<void>(ProjectPackage::load(root_)), FileError); // and doesn't wait for a writer
 }
@@ -228,8 +178,6 @@ TEST_F(ProjectPackageTests, savingRefusesBeforeItWrites) {
     const std::string manifest = contents("manifest.json");
     package.manifest().schemaVersion = 3;
     EXPECT_THROW(package.saveManifest(), ProjectPackageValidationError);
-    EXPECT_THROW(static_cast<void>(package.loadEvents()), ProjectPackageValidationError);
-    EXPECT_THROW(static_cast<void>(package.loadEdits()), ProjectPackageValidationError);
     EXPECT_EQ(contents("manifest.json"), manifest);
 
     package.manifest().schemaVersion = 2;
@@ -245,8 +193,7 @@ TEST_F(ProjectPackageTests, savingRefusesBeforeItWrites) {
 TEST_F(ProjectPackageTests, migratesTheOldSchemaAndKeepsABackup) {
     makePackage();
     change("schemaVersion", 1);
-    const std::string oldManifest =
-        contents("manifest.json") + "\n \n"; // its bytes, not its meaning, are kept
+    const std::string oldManifest = contents("manifest.json") + "\n \n"; // kept to the byte
     write("manifest.json", oldManifest);
     const std::string oldEvents = R"({"mouseEvents":[{"timestamp":2,"location":{"x":0,"y":0},"kind":"moved"},
                                       {"timestamp":1,"location":{"x":0,"y":0},"kind":"moved"}]})";
@@ -261,7 +208,6 @@ TEST_F(ProjectPackageTests, migratesTheOldSchemaAndKeepsABackup) {
     EXPECT_EQ(result.backupURL->parent_path(), root_ / ".migration-backups");
     EXPECT_EQ(readFile(*result.backupURL / "manifest.json"), oldManifest);
     EXPECT_EQ(readFile(*result.backupURL / "events.json"), oldEvents);
-    EXPECT_EQ(readFile(*result.backupURL / "edits.json"), "{}");
     EXPECT_TRUE(fs::equivalent(*result.backupURL / "screen.mov", root_ / "screen.mov"));
     EXPECT_EQ(std::distance(fs::directory_iterator(*result.backupURL), fs::directory_iterator()), 6);
 
@@ -271,7 +217,6 @@ TEST_F(ProjectPackageTests, migratesTheOldSchemaAndKeepsABackup) {
     EXPECT_LT(contents("events.json").find("\"timestamp\": 1.0"),
               contents("events.json").find("\"timestamp\": 2.0"));
     EXPECT_EQ(ProjectPackage::migrateIfNeeded(root_), ProjectPackageMigrationResult());
-    EXPECT_EQ(backups().size(), 1U);
 }
 
 TEST_F(ProjectPackageTests, aMigrationThatFailsKeepsWhatItHasDone) {
@@ -285,7 +230,6 @@ TEST_F(ProjectPackageTests, aMigrationThatFailsKeepsWhatItHasDone) {
     EXPECT_EQ(loadFailure(), "Required project file is missing: events.json");
     EXPECT_EQ(ProjectPackage::schemaVersionInManifestData(contents("manifest.json")), 2);
     ASSERT_EQ(backups().size(), 1U);
-    EXPECT_FALSE(fs::exists(backups()[0] / "events.json"));
 
     // The folder of this second is taken: the error leaves the package at the old schema.
     change("schemaVersion", 1);
@@ -296,13 +240,6 @@ TEST_F(ProjectPackageTests, aMigrationThatFailsKeepsWhatItHasDone) {
     }
     EXPECT_THROW(static_cast<void>(ProjectPackage::load(root_)), FileError);
     EXPECT_EQ(ProjectPackage::schemaVersionInManifestData(contents("manifest.json")), 1);
-
-    // Events that can't be read: the manifest is at the new schema then, the backup has all.
-    fs::remove_all(root_ / ".migration-backups");
-    write("events.json", R"({"mouseEvents":[{}]})");
-    EXPECT_THAT(loadFailure(), testing::HasSubstr("mouseEvents[0].timestamp"));
-    EXPECT_EQ(ProjectPackage::schemaVersionInManifestData(contents("manifest.json")), 2);
-    EXPECT_EQ(ProjectPackage::schemaVersionInManifestData(readFile(backups().at(0) / "manifest.json")), 1);
 }
 
 } // namespace
