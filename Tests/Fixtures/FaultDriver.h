@@ -29,11 +29,9 @@ enum FileCall : unsigned {
 };
 
 enum class FaultKind {
-    fail,      ///< the call doesn't happen and gives `FaultPlan::error`
-    failAfter, ///< a write, a flush or a rename happens and gives `FaultPlan::error` all the same; else as
-               ///< `fail`
-    shorten,   ///< a write or read of several bytes does half of it; anything else goes on as it is
-    kill,      ///< the process is killed before the call
+    fail,    ///< the call doesn't happen and gives `FaultPlan::error`
+    shorten, ///< a write or read of several bytes does half of it; anything else goes on as it is
+    kill,    ///< the process is killed before the call
 };
 
 /// Which system call goes wrong, and how.
@@ -42,7 +40,7 @@ struct FaultPlan {
     unsigned calls = allFileCalls; ///< only these count
     std::size_t at = 0;            ///< the fault meets this call, counted from 1; with 0 none
     FaultKind kind = FaultKind::fail;
-    int error = 0;                  ///< an errno value, for `fail` and `failAfter`
+    int error = 0;                  ///< an errno value, for `fail`
     bool isLasting = false;         ///< all later calls that count meet it too: a disk that stays full
     std::chrono::seconds limit{60}; ///< then the process is killed and counts as hanging
 };
