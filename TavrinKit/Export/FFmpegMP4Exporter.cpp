@@ -58,11 +58,10 @@ MediaAsset usableAsset(const ExportRequest& request) {
 RenderPipeline::Plan makePlan(const ExportRequest& request, const MediaAsset& asset) {
     const ExportPreset& preset = request.preset;
     RenderPipeline::Plan plan{asset, request.videoComposition, pixelSizeOf(preset.resolution), 1, 0, {}, {}};
-    if (!plan.composition && FFmpegMP4Exporter::shouldApplyVideoComposition(asset, preset)) {
-        plan.composition = FFmpegMP4Exporter::makeVideoComposition(preset);
-    }
     // A picture that is off by less than a composition is asked for still has to fill the encoder's frame.
-    if (!plan.composition && asset.videoTrack().displaySize != plan.frameSize) {
+    const bool fits = !FFmpegMP4Exporter::shouldApplyVideoComposition(asset, preset) &&
+                      asset.videoTrack().displaySize == plan.frameSize;
+    if (!plan.composition && !fits) {
         plan.composition = FFmpegMP4Exporter::makeVideoComposition(preset);
     }
     plan.framesPerSecond =

@@ -5,7 +5,6 @@
 #include <functional>
 #include <optional>
 #include <stop_token>
-#include <string>
 #include <utility>
 
 #include "TavrinKit/Compositing/AudioMix.h"
@@ -13,7 +12,6 @@
 #include "TavrinKit/Compositing/MediaAsset.h"
 #include "TavrinKit/Compositing/VideoComposition.h"
 #include "TavrinKit/Project/ExportPreset.h"
-#include "TavrinKit/Support/Json.h"
 
 namespace tavrin {
 
@@ -38,28 +36,6 @@ struct ExportResult {
     [[nodiscard]] double framesPerSecond() const {
         return elapsedSeconds > 0 ? double(frameCount) / elapsedSeconds : 0;
     }
-};
-
-enum class ExportProgressStage { preparing, baking, transcoding, validating, retrying, completed };
-
-/// What an export tells of itself while it runs.
-struct ExportProgressUpdate {
-    ExportProgressStage stage = ExportProgressStage::preparing;
-    double fractionCompleted = 0; ///< 0...1
-    std::string message;
-};
-
-template <>
-struct EnumNames<ExportProgressStage> {
-    using enum ExportProgressStage;
-    static constexpr auto names = namedCases<ExportProgressStage>({
-        {preparing, "preparing"},
-        {baking, "baking"},
-        {transcoding, "transcoding"},
-        {validating, "validating"},
-        {retrying, "retrying"},
-        {completed, "completed"},
-    });
 };
 
 /// Takes the finished share of an export, 0...1, never falling. Called on the thread that exports.

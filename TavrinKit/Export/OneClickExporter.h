@@ -9,6 +9,7 @@
 #include "TavrinKit/Compositing/EffectBakingRenderer.h"
 #include "TavrinKit/Export/ExportCapabilityServicing.h"
 #include "TavrinKit/Export/ExportPresetValidator.h"
+#include "TavrinKit/Export/ExportProgress.h"
 #include "TavrinKit/Export/ExportReliabilityGuard.h"
 #include "TavrinKit/Export/MP4Exporting.h"
 #include "TavrinKit/Session/EditorSession.h"

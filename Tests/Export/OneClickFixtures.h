@@ -5,9 +5,10 @@
 #include <vector>
 
 #include "ExportFixtures.h"
+#include "TavrinKit/Export/FFmpegMP4Exporter.h"
 #include "TavrinKit/Export/OneClickExporter.h"
 
-namespace tavrin::fixtures {
+namespace tavrin::test {
 
 /// A machine that can do all or nothing.
 class FixedCapability : public ExportCapabilityServicing {
@@ -38,6 +39,25 @@ public:
 
 private:
     std::vector<Step> steps_;
+};
+
+/// Breaks down at the end of its first attempts for a reason of its own, so that the effects are baked.
+class TiredExporter : public FFmpegMP4Exporter {
+public:
+    explicit TiredExporter(int failures) : failures_(failures) {}
+
+    using MP4Exporting::exportMovie;
+    ExportResult exportMovie(const ExportRequest& request, const ExportProgressHandler& onProgress,
+                             std::stop_token stop) override {
+        ExportResult result = FFmpegMP4Exporter::exportMovie(request, onProgress, std::move(stop));
+        if (failures_-- > 0) {
+            throw ExportError::exportFailed();
+        }
+        return result;
+    }
+
+private:
+    int failures_;
 };
 
 /// Answers with what it is told to.
@@ -71,4 +91,4 @@ oneClick(std::shared_ptr<MP4Exporting> exporter, std::shared_ptr<EffectBakingRen
             std::move(renderer), std::make_shared<FixedCapability>(isCapable)};
 }
 
-} // namespace tavrin::fixtures
+} // namespace tavrin::test

@@ -8,7 +8,7 @@
 
 #include "TavrinKit/Media/MovieWriter.h"
 
-namespace tavrin::fixtures {
+namespace tavrin::test {
 namespace {
 
 constexpr double sampleRate = 48000;
@@ -82,4 +82,4 @@ EditorSession makeTake(const TemporaryFolder& folder, const std::function<void(T
     return {package, std::make_shared<EventTimeline>(), edits};
 }
 
-} // namespace tavrin::fixtures
+} // namespace tavrin::test

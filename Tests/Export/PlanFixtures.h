@@ -7,7 +7,7 @@
 #include "TavrinKit/Compositing/MediaAsset.h"
 #include "TavrinKit/Session/EditorSession.h"
 
-namespace tavrin::fixtures {
+namespace tavrin::test {
 
 // Each sound of a take is a tone of its own, in hertz.
 inline constexpr double systemTone = 500;
@@ -34,4 +34,4 @@ struct TakeOptions {
                                      const std::function<void(TimelineModel&)>& edit = {},
                                      TakeOptions options = {});
 
-} // namespace tavrin::fixtures
+} // namespace tavrin::test

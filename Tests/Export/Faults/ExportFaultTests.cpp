@@ -23,10 +23,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using fixtures::FixedCapability;
-using test::FaultedRun;
-using test::FaultKind;
-using test::FaultPlan;
+using namespace test;
 
 constexpr auto older = "an older movie";
 constexpr int frames = 9; // every second picture of the take
@@ -36,23 +33,6 @@ constexpr int frames = 9; // every second picture of the take
 std::size_t step(std::size_t inTheSuite) {
     return std::getenv("TAVRIN_EVERY_FAULT") != nullptr ? 1 : inTheSuite;
 }
-
-/// Breaks down in its first attempts for a reason of its own, so that the rest of the road is gone too.
-class TiredExporter : public FFmpegMP4Exporter {
-public:
-    explicit TiredExporter(int failures) : failures_(failures) {}
-    ExportResult exportMovie(const ExportRequest& request, const ExportProgressHandler& onProgress,
-                             std::stop_token stop) override {
-        ExportResult result = FFmpegMP4Exporter::exportMovie(request, onProgress, std::move(stop));
-        if (failures_-- > 0) {
-            throw ExportError::exportFailed();
-        }
-        return result;
-    }
-
-private:
-    int failures_;
-};
 
 /// A small take that is exported over an older movie, again and again.
 class ExportFaultTests : public testing::Test {
@@ -85,13 +65,13 @@ protected:
 
     /// Exports in this process. @return "exported", or how it failed; "fell" when the progress did
     [[nodiscard]] std::string exportMovie(int failures) const {
-        OneClickExporter exporter = fixtures::oneClick(std::make_shared<TiredExporter>(failures),
-                                                       std::make_shared<FFmpegEffectBakingRenderer>(), 1);
+        OneClickExporter exporter = oneClick(std::make_shared<TiredExporter>(failures),
+                                             std::make_shared<FFmpegEffectBakingRenderer>(), 1);
         double last = 0;
         bool hasFallen = false;
         std::string outcome = "exported";
         try {
-            exporter.exportMovie(session_, destination_, fixtures::smallPreset(64, 36, 30),
+            exporter.exportMovie(session_, destination_, smallPreset(64, 36, 30),
                                  [&](const ExportProgressUpdate& update) {
                                      hasFallen = hasFallen || update.fractionCompleted < last;
                                      last = update.fractionCompleted;
@@ -129,7 +109,7 @@ protected:
         std::vector<int> numbers;
         VideoReader reader(destination_, {.threads = 1});
         while (const auto picture = reader.next()) {
-            numbers.push_back(fixtures::numberIn(picture->pixels));
+            numbers.push_back(numberIn(picture->pixels));
         }
         std::vector<int> expected;
         for (int i = 0; i < frames; ++i) {
@@ -137,9 +117,9 @@ protected:
         }
         const MediaAsset asset = MediaAsset::open(destination_);
         bool isGood = numbers == expected && asset.audioTrackCount() == 1;
-        for (const double tone : {fixtures::systemTone, fixtures::microphoneTone}) {
-            isGood = isGood && fixtures::toneLevel(asset, 0, tone, 0, 0.15) > 0.2 &&
-                     fixtures::toneLevel(asset, 0, tone, 0.15, 0.3) > 0.2;
+        for (const double tone : {systemTone, microphoneTone}) {
+            isGood = isGood && toneLevel(asset, 0, tone, 0, 0.15) > 0.2 &&
+                     toneLevel(asset, 0, tone, 0.15, 0.3) > 0.2;
         }
         if (isGood) {
             known_.insert(movie);
@@ -147,11 +127,11 @@ protected:
         return isGood;
     }
 
-    const fixtures::TemporaryFolder folder_;
+    const TemporaryFolder folder_;
     const fs::path output_ = folder_ / "output";
     const fs::path temporary_ = folder_ / "temporary";
     const fs::path destination_ = output_ / "out.mp4";
-    const EditorSession session_ = fixtures::makeTake(folder_, {}, {.microphone = true, .seconds = 0.3});
+    const EditorSession session_ = makeTake(folder_, {}, {.microphone = true, .seconds = 0.3});
     std::map<std::string, std::string> takeFiles_;
     std::set<std::string> known_; ///< movies that were looked at and found whole
 };
@@ -161,9 +141,9 @@ TEST_F(ExportFaultTests, NoSystemCallThatGoesWrongMakesABrokenMovieALostOneOrLit
         {.kind = FaultKind::kill},
         {.kind = FaultKind::fail, .error = EIO},
         {.kind = FaultKind::fail, .error = EACCES},
-        {.calls = test::readCall | test::writeCall | test::flushCall, .error = EIO, .isLasting = true},
-        {.calls = test::spaceTakingCalls, .error = ENOSPC, .isLasting = true},
-        {.calls = test::spaceTakingCalls, .error = ENOSPC},
+        {.calls = readCall | writeCall | flushCall, .error = EIO, .isLasting = true},
+        {.calls = spaceTakingCalls, .error = ENOSPC, .isLasting = true},
+        {.calls = spaceTakingCalls, .error = ENOSPC},
         {.kind = FaultKind::shorten, .isLasting = true},
     };
     std::size_t faults = 0;
@@ -175,7 +155,7 @@ TEST_F(ExportFaultTests, NoSystemCallThatGoesWrongMakesABrokenMovieALostOneOrLit
             const std::size_t every = step(failures == 0 ? 16 : 48);
             for (plan.at = 1 + number++ % every;; plan.at += every) {
                 prepare();
-                const FaultedRun run = test::runWithFault(plan, [&] { return exportMovie(failures); });
+                const FaultedRun run = runWithFault(plan, [&] { return exportMovie(failures); });
                 SCOPED_TRACE(testing::Message()
                              << "fault " << number << " at " << plan.at << ", " << run.victim << ": "
                              << run.result.value_or(run.escaped.value_or("killed")));
@@ -196,18 +176,17 @@ TEST_F(ExportFaultTests, NoSystemCallThatGoesWrongMakesABrokenMovieALostOneOrLit
 }
 
 TEST_F(ExportFaultTests, NorDoesACodecThatBreaksDownOrMemoryThatRunsOut) {
-    using test::LibraryFault;
     std::size_t faults = 0;
     for (const int failures : {0, 2}) {
         for (const LibraryFault fault : {LibraryFault::refuse, LibraryFault::raise}) {
             const std::size_t every = step(failures == 0 ? 16 : 48);
             for (std::size_t at = 1 + std::size_t(failures);; at += every) {
                 prepare();
-                const FaultedRun run = test::runWithFault(
-                    {.below = folder_ / "nothing", .limit = std::chrono::seconds(30)}, [&] {
-                        test::armLibraryFault(at, fault);
+                const FaultedRun run =
+                    runWithFault({.below = folder_ / "nothing", .limit = std::chrono::seconds(30)}, [&] {
+                        armLibraryFault(at, fault);
                         const std::string outcome = exportMovie(failures);
-                        return (test::libraryCalls() < at ? "-" : "+") + outcome;
+                        return (libraryCalls() < at ? "-" : "+") + outcome;
                     });
                 SCOPED_TRACE(testing::Message() << int(fault) << " at " << at << ": "
                                                 << run.result.value_or(run.escaped.value_or("no result"))

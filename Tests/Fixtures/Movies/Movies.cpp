@@ -85,8 +85,8 @@ std::string run(const std::string& command) {
 }
 
 Json probe(const std::filesystem::path& path) {
-    return parseJson(run("ffprobe -v error -show_format -show_streams -show_packets -of json '" +
-                         path.string() + "'"));
+    return parseJson(
+        run("ffprobe -v error -show_format -show_streams -show_packets -of json '" + path.string() + "'"));
 }
 
 } // namespace tavrin::test
