@@ -74,16 +74,5 @@ TEST(DesktopPlatformTests, theSettingsDecideThenTheUserThenWhatIsThere) {
     EXPECT_THROW((void)loadDesktopPlatform(), Error);
 }
 
-TEST(DesktopPlatformTests, aCaptureIsGivenAllThatThePlatformHas) {
-    const Surroundings surroundings(Variables{});
-    const DesktopPlatform platform = loadDesktopPlatform();
-    const DesktopStreamCapture::Services services = platform.captureServices();
-    EXPECT_TRUE(services.backend && services.backend == platform.backend);
-    EXPECT_TRUE(services.cameraPermissions && services.cameraPermissions == platform.cameraPermissions);
-    EXPECT_TRUE(services.systemAudioStreamFactory);
-    EXPECT_TRUE(services.microphoneCaptureFactory);
-    EXPECT_TRUE(services.cameraCaptureFactory);
-}
-
 } // namespace
 } // namespace tavrin::test

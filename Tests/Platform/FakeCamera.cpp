@@ -1,6 +1,5 @@
 #include "FakeCamera.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdarg>
@@ -10,6 +9,7 @@
 #include <fstream>
 #include <map>
 #include <mutex>
+#include <optional>
 
 #include <linux/videodev2.h>
 #include <sys/ioctl.h>
@@ -71,7 +71,6 @@ struct FakeCamera::State {
     std::string path;
     std::mutex mutex;
     Mode mode;
-    bool isStreaming = false;
     std::deque<std::uint32_t> queued;
     double started = 0;
     std::vector<double> times;
@@ -79,36 +78,37 @@ struct FakeCamera::State {
     [[nodiscard]] std::uint32_t pageSize() const {
         return (std::uint32_t(mode.size.width * mode.size.height * 2) + 4095) / 4096 * 4096;
     }
+    [[nodiscard]] const Mode* find(std::uint32_t format, std::optional<PixelSize> size,
+                                   std::uint32_t index) const {
+        for (const Mode& each : settings.modes) {
+            if (each.format == format && each.size == size.value_or(each.size) && index-- == 0) {
+                return &each;
+            }
+        }
+        return nullptr;
+    }
 
     int control(unsigned long request, void* argument);
-    int format(v4l2_format& format, bool isNew);
+    int setFormat(v4l2_pix_format& pixels);
     int dequeue(v4l2_buffer& buffer);
 };
 
-int FakeCamera::State::format(v4l2_format& format, bool isNew) {
-    v4l2_pix_format& pixels = format.fmt.pix;
-    if (isNew) {
-        for (const Mode& candidate : settings.modes) {
-            if (candidate.format == pixels.pixelformat && candidate.size.width == int(pixels.width) &&
-                candidate.size.height == int(pixels.height)) {
-                mode = candidate;
-            }
-        }
+int FakeCamera::State::setFormat(v4l2_pix_format& pixels) {
+    const Mode* known = find(pixels.pixelformat, PixelSize{int(pixels.width), int(pixels.height)}, 0);
+    if (known == nullptr) {
+        return fail(EINVAL);
     }
-    pixels = {};
-    pixels.width = std::uint32_t(mode.size.width);
-    pixels.height = std::uint32_t(mode.size.height);
-    pixels.pixelformat = mode.format;
+    mode = *known;
     pixels.field = V4L2_FIELD_NONE;
     pixels.sizeimage = pageSize();
     return 0;
 }
 
 int FakeCamera::State::dequeue(v4l2_buffer& buffer) {
-    if (int(times.size()) >= settings.picturesToLive) {
+    const auto number = times.size();
+    if (int(number) >= settings.picturesToLive) {
         return fail(ENODEV);
     }
-    const auto number = times.size();
     // Uneven, as exposures are.
     const double due = started + (double(number) + 0.15 * double(number % 3)) / mode.rate;
     if (settings.isSilent || queued.empty() || monotonicNow() < due) {
@@ -116,13 +116,9 @@ int FakeCamera::State::dequeue(v4l2_buffer& buffer) {
     }
     buffer.index = queued.front();
     queued.pop_front();
-    std::string bytes = settings.payload;
-    if (bytes.empty()) {
-        bytes.assign(std::size_t(mode.size.width * mode.size.height) * 2, char(128));
-        for (std::size_t i = 0; i < bytes.size(); i += 2) {
-            bytes[i] = char(220 - int(number) % 180);
-        }
-    }
+    const std::string bytes =
+        settings.picture.empty() ? std::string(std::size_t(mode.size.width * mode.size.height) * 2, char(128))
+                                 : settings.picture;
     std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
     file.seekp(std::streamoff(buffer.index) * pageSize());
     file.write(bytes.data(), std::streamsize(bytes.size()));
@@ -137,17 +133,10 @@ int FakeCamera::State::dequeue(v4l2_buffer& buffer) {
 
 int FakeCamera::State::control(unsigned long request, void* argument) {
     const std::lock_guard lock(mutex);
-    const auto has = [&](const Mode& wanted) {
-        return std::any_of(settings.modes.begin(), settings.modes.end(), [&](const Mode& known) {
-            return known.format == wanted.format && (wanted.size.width == 0 || known.size == wanted.size);
-        });
-    };
     switch (request) {
-    case VIDIOC_QUERYCAP: {
-        auto& capability = *static_cast<v4l2_capability*>(argument);
-        capability.capabilities = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
+    case VIDIOC_QUERYCAP:
+        static_cast<v4l2_capability*>(argument)->capabilities = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
         return 0;
-    }
     case VIDIOC_G_INPUT:
         *static_cast<int*>(argument) = 0;
         return 0;
@@ -164,39 +153,32 @@ int FakeCamera::State::control(unsigned long request, void* argument) {
     }
     case VIDIOC_ENUM_FRAMESIZES: {
         auto& entry = *static_cast<v4l2_frmsizeenum*>(argument);
-        std::uint32_t number = 0;
-        for (const Mode& known : settings.modes) {
-            if (known.format == entry.pixel_format && number++ == entry.index) {
-                entry.type = V4L2_FRMSIZE_TYPE_DISCRETE;
-                entry.discrete = {std::uint32_t(known.size.width), std::uint32_t(known.size.height)};
-                return 0;
-            }
+        const Mode* known = find(entry.pixel_format, std::nullopt, entry.index);
+        if (known == nullptr) {
+            return fail(EINVAL);
         }
-        return fail(EINVAL);
+        entry.type = V4L2_FRMSIZE_TYPE_DISCRETE;
+        entry.discrete = {std::uint32_t(known->size.width), std::uint32_t(known->size.height)};
+        return 0;
     }
     case VIDIOC_ENUM_FRAMEINTERVALS: {
         auto& entry = *static_cast<v4l2_frmivalenum*>(argument);
-        for (const Mode& known : settings.modes) {
-            if (entry.index == 0 && known.format == entry.pixel_format &&
-                known.size == PixelSize{int(entry.width), int(entry.height)}) {
-                entry.type = V4L2_FRMIVAL_TYPE_DISCRETE;
-                entry.discrete = {1, std::uint32_t(known.rate)};
-                return 0;
-            }
+        const Mode* known =
+            find(entry.pixel_format, PixelSize{int(entry.width), int(entry.height)}, entry.index);
+        if (known == nullptr) {
+            return fail(EINVAL);
         }
-        return fail(EINVAL);
+        entry.type = V4L2_FRMIVAL_TYPE_DISCRETE;
+        entry.discrete = {1, std::uint32_t(known->rate)};
+        return 0;
     }
-    case VIDIOC_G_FMT:
-        return format(*static_cast<v4l2_format*>(argument), false);
-    case VIDIOC_S_FMT: {
-        auto& wanted = *static_cast<v4l2_format*>(argument);
-        return has({wanted.fmt.pix.pixelformat, {}, 0}) ? format(wanted, true) : fail(EINVAL);
-    }
+    case VIDIOC_S_FMT:
+        return setFormat(static_cast<v4l2_format*>(argument)->fmt.pix);
     case VIDIOC_G_PARM:
     case VIDIOC_S_PARM: {
-        auto& parameters = *static_cast<v4l2_streamparm*>(argument);
-        parameters.parm.capture.capability = V4L2_CAP_TIMEPERFRAME;
-        parameters.parm.capture.timeperframe = {1, std::uint32_t(mode.rate)};
+        auto& capture = static_cast<v4l2_streamparm*>(argument)->parm.capture;
+        capture.capability = V4L2_CAP_TIMEPERFRAME;
+        capture.timeperframe = {1, std::uint32_t(mode.rate)};
         return 0;
     }
     case VIDIOC_REQBUFS:
@@ -220,7 +202,6 @@ int FakeCamera::State::control(unsigned long request, void* argument) {
         started = monotonicNow();
         return 0;
     case VIDIOC_STREAMOFF:
-        queued.clear();
         return 0;
     default:
         return fail(ENOTTY);
@@ -235,15 +216,6 @@ FakeCamera::FakeCamera(const Settings& settings)
     installDriver(path_, [state = state_](unsigned long request, void* argument) {
         return state->control(request, argument);
     });
-}
-
-FakeCamera::~FakeCamera() {
-    removeDrivers();
-}
-
-FakeCamera::Mode FakeCamera::mode() const {
-    const std::lock_guard lock(state_->mutex);
-    return state_->mode;
 }
 
 std::vector<double> FakeCamera::times() const {

@@ -24,24 +24,21 @@ class FakeCamera {
 public:
     struct Mode {
         std::uint32_t format = 0; ///< of V4L2
-        PixelSize size;
+        PixelSize size{640, 480};
         int rate = 30;
     };
     struct Settings {
         std::vector<Mode> modes;
-        std::string
-            payload{}; ///< what each picture's bytes are; empty: grey YUYV that darkens by one a picture
+        std::string picture{};        ///< the bytes of each; empty: grey YUYV
         int picturesToLive = 1 << 30; ///< then the device has gone
         bool isBusy = false;
         bool isSilent = false;
     };
 
     explicit FakeCamera(const Settings& settings);
-    ~FakeCamera();
+    ~FakeCamera() { removeDrivers(); }
 
     [[nodiscard]] const std::string& path() const { return path_; }
-    /// What was set last.
-    [[nodiscard]] Mode mode() const;
     /// When the pictures were taken that were fetched: seconds of the monotonic clock.
     [[nodiscard]] std::vector<double> times() const;
 

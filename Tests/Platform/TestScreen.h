@@ -1,11 +1,9 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -16,12 +14,15 @@
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TavrinKit/Platform/X11/X11Connection.h"
 #include "TavrinKit/Platform/X11/X11DisplayLayout.h"
+#include "TavrinKit/Support/Guarded.h"
 
 namespace tavrin::test {
 
-constexpr auto patience = std::chrono::seconds(20);
 /// Long enough for something that must not happen to have happened.
 constexpr auto quiet = std::chrono::milliseconds(250);
+
+/// Waits until the condition holds, for 20 seconds at most. @return whether it does
+bool eventually(const std::function<bool()>& condition);
 
 constexpr int screenWidth = 1101;
 constexpr int screenHeight = 600;
@@ -37,13 +38,52 @@ const std::string& sharedDisplay();
 /// Returns when the server has done all that it was asked for.
 void sync(const X11Connection& connection);
 
-/// A window of the root window or of a parent's, which isn't shown yet.
+/// A window of the root window, which isn't shown yet.
 /// @param values  of the attributes in `mask`
 std::uint32_t createWindow(const X11Connection& connection, const X11Rect& area, std::uint32_t mask = 0,
-                           const std::uint32_t* values = nullptr, int border = 0);
+                           const std::uint32_t* values = nullptr);
 void fillRectangle(const X11Connection& connection, std::uint32_t drawable, const X11Rect& area,
                    std::uint32_t color);
 void placeWindow(const X11Connection& connection, std::uint32_t window, const X11Rect& area);
+
+/// Gives the screen a pointer of 9 x 9, black with a white upper left part of 4 x 6, or none that can be
+/// seen.
+void usePointer(const X11Connection& connection, int hotSpotX, int hotSpotY, bool isVisible = true);
+
+/// A picture in which no two neighbours are alike, whatever part of it is asked for: bgra8.
+/// @param channels  those that may have a colour
+PixelBuffer noise(const X11Rect& area, std::uint32_t seed = 0, std::uint32_t channels = 0xffffff);
+
+/// A window that the server paints by itself, with noise, wherever it comes to light.
+class NoiseWindow {
+public:
+    struct Settings {
+        int depth = 24;
+        bool isOverrideRedirect = false;
+        std::uint32_t parent = 0; ///< 0: the root window
+        std::uint32_t seed = 0;
+        std::uint32_t channels = 0xffffff;
+    };
+    /// Shown at once.
+    NoiseWindow(const X11Connection& connection, const X11Rect& area, const Settings& settings);
+    NoiseWindow(const X11Connection& connection, const X11Rect& area)
+        : NoiseWindow(connection, area, Settings{}) {}
+    ~NoiseWindow() { destroy(); }
+    NoiseWindow(const NoiseWindow&) = delete;
+    NoiseWindow& operator=(const NoiseWindow&) = delete;
+
+    [[nodiscard]] std::uint32_t id() const { return id_; }
+    void place(const X11Rect& area) const { placeWindow(connection_, id_, area); }
+    void raise() const;
+    void map() const;
+    void unmap() const;
+    void destroy() const;
+    void fill(const X11Rect& area, std::uint32_t color) const;
+
+private:
+    const X11Connection& connection_;
+    const std::uint32_t id_;
+};
 
 /// Draws on the root window and keeps a copy of what must be seen there.
 class Canvas {
@@ -51,7 +91,6 @@ public:
     explicit Canvas(const std::string& displayName, X11Rect screen = {0, 0, screenWidth, screenHeight});
 
     void fill(const X11Rect& area, std::uint32_t color);
-    /// A picture in which no two neighbours are alike.
     void fillNoise(const X11Rect& area, std::uint32_t seed);
     void sync() const { test::sync(connection_); }
 
@@ -60,12 +99,9 @@ public:
     [[nodiscard]] const X11Connection& connection() const { return connection_; }
 
 private:
-    void remember(const X11Rect& area, const std::function<std::uint32_t(int x, int y)>& color);
-
-    X11Connection connection_;
-    X11Rect screen_;
-    std::uint32_t context_;
-    std::vector<std::uint32_t> pixels_;
+    const X11Connection connection_;
+    const X11Rect screen_;
+    const PixelBuffer pixels_;
 };
 
 /// Keeps what a stream delivers, of the pictures themselves only the latest.
@@ -78,27 +114,31 @@ public:
     void didWarn(std::string warning) override;
     void didStop(std::exception_ptr error) override;
 
-    [[nodiscard]] std::size_t count() const;
-    [[nodiscard]] std::vector<VideoSample> samples() const;
-    [[nodiscard]] VideoSample last() const;
-    [[nodiscard]] std::exception_ptr error() const;
-    [[nodiscard]] std::vector<std::string> warnings() const;
+    struct Delivered {
+        std::vector<VideoSample> samples{};
+        std::vector<std::string> warnings{};
+        std::exception_ptr error{};
+        bool hasStopped = false;
+    };
+    [[nodiscard]] Delivered delivered() const { return delivered_.copy(); }
+    [[nodiscard]] std::vector<VideoSample> samples() const { return delivered().samples; }
+    [[nodiscard]] std::size_t count() const { return samples().size(); }
+    [[nodiscard]] VideoSample last() const { return count() == 0 ? VideoSample{} : samples().back(); }
     void forget();
 
     /// Waits until there are so many pictures. @return whether there are
-    bool waitForCount(std::size_t count);
+    [[nodiscard]] bool waitForCount(std::size_t wanted) const {
+        return eventually([&] { return count() >= wanted; });
+    }
     /// Waits until nothing has come for a while.
-    void waitForQuiet();
-    bool waitForStop();
+    void waitForQuiet() const;
+    [[nodiscard]] bool waitForStop() const {
+        return eventually([&] { return delivered().hasStopped; });
+    }
 
 private:
     const std::size_t picturesKept_;
-    mutable std::mutex mutex_;
-    std::condition_variable changed_;
-    std::vector<VideoSample> samples_;
-    std::vector<std::string> warnings_;
-    std::exception_ptr error_;
-    bool hasStopped_ = false;
+    Guarded<Delivered> delivered_;
 };
 
 using Adjust = std::function<void(ContentFilter::Display&, StreamConfiguration&)>;
@@ -128,8 +168,5 @@ public:
 private:
     std::jthread painter_;
 };
-
-/// Waits until the condition holds. @return whether it does
-bool eventually(const std::function<bool()>& condition);
 
 } // namespace tavrin::test

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <atomic>
 #include <random>
 #include <thread>
@@ -15,12 +16,34 @@ namespace {
 
 // What is excluded is magenta, and nothing else on these screens has any red.
 constexpr std::uint32_t magenta = 0xff00ff;
+constexpr std::uint32_t withoutRed = 0x00ffff;
 constexpr int leastRedChroma = 150;
 
 /// Another process with one window, which does as it is told.
 class OtherApplication {
 public:
-    enum class Deed : std::uint8_t { create, createMenu, place, map, unmap, destroy };
+    /// Runs in the other process, which was forked off this one.
+    using Deed = void (*)(const X11Connection&, std::uint32_t& window, const X11Rect& area);
+
+    static void create(const X11Connection& connection, std::uint32_t& window, const X11Rect& area) {
+        window = createWindow(connection, area, XCB_CW_BACK_PIXEL, &magenta);
+    }
+    static void createMenu(const X11Connection& connection, std::uint32_t& window, const X11Rect& area) {
+        const std::uint32_t attributes[] = {magenta, 1};
+        window = createWindow(connection, area, XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, attributes);
+    }
+    static void place(const X11Connection& connection, std::uint32_t& window, const X11Rect& area) {
+        placeWindow(connection, window, area);
+    }
+    static void map(const X11Connection& connection, std::uint32_t& window, const X11Rect&) {
+        xcb_map_window(connection.xcb(), window);
+    }
+    static void unmap(const X11Connection& connection, std::uint32_t& window, const X11Rect&) {
+        xcb_unmap_window(connection.xcb(), window);
+    }
+    static void destroy(const X11Connection& connection, std::uint32_t& window, const X11Rect&) {
+        xcb_destroy_window(connection.xcb(), window);
+    }
 
     explicit OtherApplication(const std::string& display) {
         int orders[2];
@@ -67,30 +90,9 @@ private:
 
     static void serve(const std::string& display, int orders, int reports) {
         const X11Connection connection(display);
-        xcb_connection_t* xcb = connection.xcb();
         std::uint32_t window = 0;
         for (Order order; ::read(orders, &order, sizeof order) == ssize_t(sizeof order);) {
-            const X11Rect& area = order.area;
-            const std::uint32_t attributes[] = {magenta, order.deed == Deed::createMenu};
-            switch (order.deed) {
-            case Deed::create:
-            case Deed::createMenu:
-                window =
-                    createWindow(connection, area, XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, attributes);
-                break;
-            case Deed::place:
-                placeWindow(connection, window, area);
-                break;
-            case Deed::map:
-                xcb_map_window(xcb, window);
-                break;
-            case Deed::unmap:
-                xcb_unmap_window(xcb, window);
-                break;
-            case Deed::destroy:
-                xcb_destroy_window(xcb, window);
-                break;
-            }
+            order.deed(connection, window, order.area);
             sync(connection);
             if (::write(reports, &window, sizeof window) != ssize_t(sizeof window)) {
                 return;
@@ -123,94 +125,48 @@ public:
     std::atomic<int> betrayals{0};
 };
 
-/// Windows of this process, over each other on a root window with a pattern of its own.
-class Scene {
-public:
-    explicit Scene(const std::string& display) : connection_(display), context_(xcb_generate_id(xcb())) {
-        xcb_create_gc(xcb(), context_, connection_.root(), 0, nullptr);
-        const std::uint32_t pattern = noise(24, 16, 5);
-        xcb_change_window_attributes(xcb(), connection_.root(), XCB_CW_BACK_PIXMAP, &pattern);
-        xcb_clear_area(xcb(), 0, connection_.root(), 0, 0, 0, 0);
-        lower = addWindow({60, 60, 260, 200}, 1);
-        upper = addWindow({200, 140, 220, 230}, 2);
+/// Windows of this process, over each other; the upper one isn't a rectangle.
+struct Scene {
+    explicit Scene(const std::string& display) : connection(display) {
         const xcb_rectangle_t shape[] = {{0, 0, 220, 40}, {60, 40, 100, 190}};
-        xcb_shape_rectangles(xcb(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, XCB_CLIP_ORDERING_UNSORTED,
-                             upper, 0, 0, 2, shape);
-        sync();
+        xcb_shape_rectangles(connection.xcb(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING,
+                             XCB_CLIP_ORDERING_UNSORTED, upper.id(), 0, 0, 2, shape);
+        sync(connection);
     }
 
-    std::uint32_t addWindow(const X11Rect& area, std::uint32_t seed) {
-        const std::uint32_t pattern = noise(area.width, area.height, seed);
-        const std::uint32_t window = createWindow(connection_, area, XCB_CW_BACK_PIXMAP, &pattern, 3);
-        xcb_map_window(xcb(), window);
-        return window;
-    }
     /// A window without a background: where its owner hasn't painted, it shows what was seen there before.
-    std::uint32_t addBareWindow(const X11Rect& area) {
+    std::uint32_t addBareWindow(const X11Rect& area) const {
         const std::uint32_t events = XCB_EVENT_MASK_EXPOSURE;
-        const std::uint32_t window = createWindow(connection_, area, XCB_CW_EVENT_MASK, &events);
-        xcb_map_window(xcb(), window);
+        const std::uint32_t window = createWindow(connection, area, XCB_CW_EVENT_MASK, &events);
+        xcb_map_window(connection.xcb(), window);
+        sync(connection);
         return window;
     }
     /// @return whether the server asked for something to be painted
     bool takeExposures() const {
         bool any = false;
-        while (const X11Owned<xcb_generic_event_t> event{xcb_poll_for_event(xcb())}) {
+        while (const X11Owned<xcb_generic_event_t> event{xcb_poll_for_event(connection.xcb())}) {
             any = any || (event->response_type & 0x7f) == XCB_EXPOSE;
         }
         return any;
     }
-    void paint(std::uint32_t window, const X11Rect& area, std::uint32_t color) {
-        fillRectangle(connection_, window, area, color);
-        sync();
-    }
-    void place(std::uint32_t window, int x, int y) {
-        const std::uint32_t position[] = {std::uint32_t(x), std::uint32_t(y)};
-        xcb_configure_window(xcb(), window, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, position);
-        sync();
-    }
-    void raise(std::uint32_t window) {
-        const std::uint32_t above = XCB_STACK_MODE_ABOVE;
-        xcb_configure_window(xcb(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
-        sync();
-    }
     /// What the screen shows now.
-    PixelBuffer screen(const X11Rect& area) {
-        if (!grabber_) {
-            grabber_ = std::make_unique<X11FrameGrabber>(connection_, area.area(), 1);
-        }
-        return grabber_->grab(connection_.root(), {area}).at(0);
+    PixelBuffer screen(const X11Rect& area) const {
+        X11FrameGrabber grabber(connection, area.area(), 1);
+        const PixelBuffer seen = grabber.grab(connection.root(), {area}).at(0); // the grabber's memory
+        PixelBuffer copy = PixelBuffer::allocate(seen.format(), seen.size());
+        copy.copyFrom(seen);
+        return copy;
     }
     std::size_t topLevelCount() const {
-        const X11Owned<xcb_query_tree_reply_t> tree(
-            xcb_query_tree_reply(xcb(), xcb_query_tree(xcb(), connection_.root()), nullptr));
+        const X11Owned<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(
+            connection.xcb(), xcb_query_tree(connection.xcb(), connection.root()), nullptr));
         return std::size_t(xcb_query_tree_children_length(tree.get()));
     }
-    void sync() const { test::sync(connection_); }
-    xcb_connection_t* xcb() const { return connection_.xcb(); }
-    const X11Connection& connection() const { return connection_; }
 
-    std::uint32_t lower = 0;
-    std::uint32_t upper = 0;
-
-private:
-    std::uint32_t noise(int width, int height, std::uint32_t seed) {
-        std::vector<std::uint32_t> pixels(std::size_t(width) * std::size_t(height));
-        std::mt19937 random(seed);
-        std::ranges::generate(pixels, [&] { return random() & 0xffffU; });
-        const std::uint32_t pixmap = xcb_generate_id(xcb());
-        xcb_create_pixmap(xcb(), 24, pixmap, connection_.root(), std::uint16_t(width), std::uint16_t(height));
-        for (int y = 0; y < height; ++y) {
-            xcb_put_image(xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP, pixmap, context_, std::uint16_t(width), 1, 0,
-                          std::int16_t(y), 0, 24, std::uint32_t(width) * 4,
-                          reinterpret_cast<const std::uint8_t*>(&pixels[std::size_t(y * width)]));
-        }
-        return pixmap;
-    }
-
-    X11Connection connection_;
-    std::uint32_t context_;
-    std::unique_ptr<X11FrameGrabber> grabber_;
+    const X11Connection connection;
+    const NoiseWindow lower{connection, {60, 60, 260, 200}, {.seed = 1, .channels = withoutRed}};
+    const NoiseWindow upper{connection, {200, 140, 220, 230}, {.seed = 2, .channels = withoutRed}};
 };
 
 class X11ExclusionTests : public testing::Test {
@@ -241,12 +197,12 @@ protected:
     void expectSceneWithout(const char* what) {
         output->waitForQuiet();
         const VideoSample beneath = output->last();
-        other.tell(OtherApplication::Deed::unmap);
+        other.tell(OtherApplication::unmap);
         output->waitForQuiet();
         EXPECT_LE(worstDifference(beneath.pixels, scene.screen(recorded)), 1) << what << ", beneath";
         EXPECT_LE(worstDifference(output->last().pixels, scene.screen(recorded)), 1) << what << ", after";
         EXPECT_EQ(output->betrayals, 0) << what;
-        other.tell(OtherApplication::Deed::map);
+        other.tell(OtherApplication::map);
     }
 
     VirtualDisplay display;
@@ -257,80 +213,77 @@ protected:
 };
 
 TEST_F(X11ExclusionTests, whatExcludedWindowsCoverIsSeenAsIfTheyWereNotThere) {
-    using Deed = OtherApplication::Deed;
+    using Other = OtherApplication;
     (void)scene.addBareWindow({110, 200, 100, 80}); // whose owner never paints
-    scene.sync();
-    other.tell(Deed::create, {150, 100, 150, 150});
-    other.tell(Deed::map);
+    other.tell(Other::create, {150, 100, 150, 150});
+    other.tell(Other::map);
     start({{}, {other.processID()}});
     expectSceneWithout("there from the start");
 
-    scene.paint(scene.lower, {80, 40, 150, 100}, 0x00ff00);
-    scene.paint(scene.upper, {5, 5, 100, 100}, 0x0000ff);
+    scene.lower.fill({80, 40, 150, 100}, 0x00ff00);
+    scene.upper.fill({5, 5, 100, 100}, 0x0000ff);
     expectSceneWithout("changed beneath");
 
-    scene.place(scene.lower, 100, 90);
-    scene.raise(scene.lower);
+    scene.lower.place({100, 90, 260, 200});
+    scene.lower.raise();
     expectSceneWithout("moved and raised over it, and covered again");
 
-    const std::uint32_t newer = scene.addWindow({130, 120, 120, 120}, 3);
-    scene.sync();
+    const NoiseWindow newer(scene.connection, {130, 120, 120, 120}, {.seed = 3, .channels = withoutRed});
     expectSceneWithout("a new window, over or under it");
-    xcb_destroy_window(scene.xcb(), newer);
-    scene.sync();
+    newer.destroy();
     expectSceneWithout("a window beneath that has gone");
 
-    other.tell(Deed::place, {-40, 300, 400, 400});
+    other.tell(Other::place, {-40, 300, 400, 400});
     expectSceneWithout("partly off the screen");
 
-    other.tell(Deed::destroy);
-    other.tell(Deed::createMenu, {90, 90, 200, 30});
-    other.tell(Deed::map);
+    other.tell(Other::destroy);
+    other.tell(Other::createMenu, {90, 90, 200, 30});
+    other.tell(Other::map);
     expectSceneWithout("a menu");
 }
 
 // The race between reading the screen and windows that come and go, on a server that is kept busy.
 TEST_F(X11ExclusionTests, noPictureShowsAnExcludedWindowWhileItIsMappedUnmappedAndDragged) {
-    using Deed = OtherApplication::Deed;
+    using Other = OtherApplication;
     start({{}, {other.processID()}});
     std::mt19937 random(11);
     const auto upTo = [&](int most) {
         return int(random() % unsigned(most));
     };
     const std::jthread changes([this](const std::stop_token& stop) {
-        Scene busy(display.name());
+        const Scene busy(display.name());
         const std::uint32_t bare = busy.addBareWindow({0, 30, 300, 500});
         for (std::uint32_t i = 0; !stop.stop_requested(); ++i) {
             if (busy.takeExposures()) {
-                busy.paint(bare, {0, 0, 300, 500}, 0x8000);
+                fillRectangle(busy.connection, bare, {0, 0, 300, 500}, 0x8000);
             }
-            busy.paint(busy.lower, {int(i % 200), 10, 60, 180}, i * 977 & 0xffff);
-            busy.place(busy.upper, 200 + int(i % 40), 140);
+            busy.lower.fill({int(i % 200), 10, 60, 180}, i * 977 & 0xffff);
+            busy.upper.place({200 + int(i % 40), 140, 220, 230});
         }
     });
     for (int round = 0; round < 60; ++round) {
-        other.tell(round % 2 == 0 ? Deed::create : Deed::createMenu,
+        other.tell(round % 2 == 0 ? Other::create : Other::createMenu,
                    {upTo(500), upTo(400), 20 + upTo(300), 20 + upTo(300)});
-        other.tell(Deed::map);
+        other.tell(Other::map);
         for (int i = upTo(12); i > 0; --i) {
-            other.tell(Deed::place, {upTo(500), upTo(400), 20 + upTo(300), 20 + upTo(300)});
+            other.tell(Other::place, {upTo(500), upTo(400), 20 + upTo(300), 20 + upTo(300)});
             std::this_thread::sleep_for(std::chrono::milliseconds(upTo(8)));
         }
         if (round % 3 == 0) {
-            other.tell(Deed::unmap);
+            other.tell(Other::unmap);
             std::this_thread::sleep_for(std::chrono::milliseconds(upTo(8)));
-            other.tell(Deed::map);
+            other.tell(Other::map);
         }
-        other.tell(Deed::destroy);
+        other.tell(Other::destroy);
     }
     EXPECT_EQ(output->betrayals, 0);
     EXPECT_GT(output->count(), 30U);
 }
 
 TEST_F(X11ExclusionTests, aWindowInAFrameBelongsToItsApplicationAndOneElsewhereCostsNothing) {
-    using Deed = OtherApplication::Deed;
-    const std::uint32_t window = other.tell(Deed::create, {520, 60, 100, 100});
-    other.tell(Deed::map);
+    using Other = OtherApplication;
+    const std::uint32_t window = other.tell(Other::create, {520, 60, 100, 100});
+    other.tell(Other::map);
     const std::size_t windows = scene.topLevelCount();
     start({{}, {other.processID()}});
     output->waitForQuiet();
@@ -338,21 +291,22 @@ TEST_F(X11ExclusionTests, aWindowInAFrameBelongsToItsApplicationAndOneElsewhereC
     EXPECT_LE(worstDifference(output->last().pixels, scene.screen(recorded)), 1);
 
     // As window managers do it: the frame is theirs.
-    other.tell(Deed::unmap);
+    other.tell(Other::unmap);
     const std::uint32_t color = 0xff0000;
     const std::uint32_t frame =
-        createWindow(scene.connection(), {120, 90, 140, 150}, XCB_CW_BACK_PIXEL, &color);
-    xcb_reparent_window(scene.xcb(), window, frame, 10, 30);
+        createWindow(scene.connection, {120, 90, 140, 150}, XCB_CW_BACK_PIXEL, &color);
+    xcb_reparent_window(scene.connection.xcb(), window, frame, 10, 30);
     const std::uint32_t normalState[] = {1, 0};
-    const std::uint32_t state = scene.connection().atom("WM_STATE");
-    xcb_change_property(scene.xcb(), XCB_PROP_MODE_REPLACE, window, state, state, 32, 2, normalState);
-    xcb_map_window(scene.xcb(), window);
-    xcb_map_window(scene.xcb(), frame);
-    scene.sync();
+    const std::uint32_t state = scene.connection.atom("WM_STATE");
+    xcb_change_property(scene.connection.xcb(), XCB_PROP_MODE_REPLACE, window, state, state, 32, 2,
+                        normalState);
+    xcb_map_window(scene.connection.xcb(), window);
+    xcb_map_window(scene.connection.xcb(), frame);
+    sync(scene.connection);
     output->waitForQuiet();
     const VideoSample beneath = output->last();
-    xcb_unmap_window(scene.xcb(), frame);
-    scene.sync();
+    xcb_unmap_window(scene.connection.xcb(), frame);
+    sync(scene.connection);
     EXPECT_LE(worstDifference(beneath.pixels, scene.screen(recorded)), 1);
     EXPECT_EQ(output->betrayals, 0);
 }
