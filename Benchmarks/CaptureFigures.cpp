@@ -1,14 +1,17 @@
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
 #include <filesystem>
-#include <memory>
+#include <limits>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include <fmt/format.h>
 
 #include "ChildProcess.h"
 #include "Examples/Walkthrough/DemoApplication.h"
 #include "Figures.h"
+#include "Fixtures/PulseServer.h"
+#include "Measuring/Measuring.h"
 #include "MotionPainter.h"
 #include "PointerMover.h"
 #include "Takes.h"
@@ -23,6 +26,8 @@ namespace fs = std::filesystem;
 
 constexpr double fullMotionSeconds = 30;
 constexpr double stillSeconds = 15;
+constexpr double soundSeconds = 15;
+constexpr int soundRounds = 4;
 
 /// What the recording child says of its take.
 struct Recorded {
@@ -32,9 +37,9 @@ struct Recorded {
     double framesDropped = 0;
 };
 
-Recorded record(const std::string& display, const fs::path& folder, double seconds) {
-    const ChildOutcome outcome =
-        runChildOrThrow({ownProgram(), "--record", display, folder.string(), fmt::format("{}", seconds)});
+Recorded record(const std::string& display, const fs::path& folder, double seconds, bool withSound = false) {
+    const ChildOutcome outcome = runOwnProgram(
+        {"--record", display, folder.string(), fmt::format("{}", seconds), withSound ? "sound" : "silent"});
     Recorded result;
     result.cpuSeconds = outcome.cpuSeconds;
     if (std::sscanf(outcome.output.c_str(), "%lf %lf %lf", &result.seconds, &result.framesTaken,
@@ -46,28 +51,9 @@ Recorded record(const std::string& display, const fs::path& folder, double secon
 
 /// Processor seconds of the usual recorder for as long a take.
 double grabbingCost(const std::string& display, const fs::path& folder, double seconds) {
-    return runChildOrThrow({"ffmpeg",
-                            "-nostdin",
-                            "-v",
-                            "error",
-                            "-y",
-                            "-f",
-                            "x11grab",
-                            "-framerate",
-                            "60",
-                            "-video_size",
-                            "1920x1080",
-                            "-t",
-                            fmt::format("{}", seconds),
-                            "-i",
-                            display,
-                            "-c:v",
-                            "libx264",
-                            "-preset",
-                            "ultrafast",
-                            "-pix_fmt",
-                            "yuv420p",
-                            (folder / "grabbed.mp4").string()})
+    return runFFmpeg({"-f", "x11grab", "-framerate", "60", "-video_size", "1920x1080", "-t",
+                      fmt::format("{}", seconds), "-i", display, "-c:v", "libx264", "-preset", "ultrafast",
+                      "-pix_fmt", "yuv420p", (folder / "grabbed.mp4").string()})
         .cpuSeconds;
 }
 
@@ -79,8 +65,7 @@ void captureFullMotion(Takes& takes) {
     const std::int64_t paintedBefore = painter.frames();
     const auto start = std::chrono::steady_clock::now();
     const Recorded ours = record(display.name(), takes.folder(), fullMotionSeconds);
-    const double paintRate = double(painter.frames() - paintedBefore) /
-                             std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    const double paintRate = double(painter.frames() - paintedBefore) / secondsSince(start);
     const double theirs = grabbingCost(display.name(), takes.folder(), fullMotionSeconds);
     const double expected = ours.seconds * 60;
     say(fmt::format(
@@ -101,6 +86,25 @@ void captureStill(Takes& takes) {
     const double theirs = grabbingCost(display.name(), takes.folder(), stillSeconds);
     say(fmt::format("{:.2f} against {:.2f} CPU seconds", ours.cpuSeconds, theirs));
     printFigure("capture.still.cpu_vs_x11grab", ours.cpuSeconds / theirs, "ratio");
+}
+
+void captureSound(Takes& takes) {
+    const VirtualDisplay display;
+    const MotionPainter painter(display.name());
+    const test::PrivateHome home;
+    const test::PulseServer server(home, {"module-sine frequency=440"});
+    // The least of several: what else runs on the machine can only make a take dearer.
+    double with = std::numeric_limits<double>::max();
+    double without = with;
+    for (int round = 0; round < soundRounds; ++round) {
+        const auto cost = [&](bool withSound) {
+            return record(display.name(), takes.folder(), soundSeconds, withSound).cpuSeconds;
+        };
+        without = std::min(without, cost(false));
+        with = std::min(with, cost(true));
+        say(fmt::format("{:.2f} with sound against {:.2f} CPU seconds", with, without));
+    }
+    printFigure("capture.sound.cpu", 100 * (with / without - 1), "%");
 }
 
 } // namespace tavrin::bench

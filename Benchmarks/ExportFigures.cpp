@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -6,6 +7,7 @@
 
 #include "ChildProcess.h"
 #include "Figures.h"
+#include "Measuring/Measuring.h"
 #include "Takes.h"
 #include "TavrinKit/Media/MediaInfo.h"
 
@@ -22,39 +24,15 @@ double speed(const ChildOutcome& outcome, const fs::path& movie) {
     return double(probeMedia(movie).video.at(0).frameCount) / outcome.wallSeconds;
 }
 
-double exportSpeed(const fs::path& package, const fs::path& movie, int rate) {
-    return speed(
-        runChildOrThrow({ownProgram(), "--export", package.string(), movie.string(), std::to_string(rate)}),
-        movie);
+ChildOutcome exportPackage(const fs::path& package, const fs::path& movie, int rate) {
+    return runOwnProgram({"--export", package.string(), movie.string(), std::to_string(rate)});
 }
 
 /// The same encoder settings as the export's, and nothing else.
-double transcodeSpeed(const fs::path& package, const fs::path& movie, int rate) {
-    return speed(runChildOrThrow({"ffmpeg",
-                                  "-nostdin",
-                                  "-v",
-                                  "error",
-                                  "-y",
-                                  "-i",
-                                  (package / "screen.mov").string(),
-                                  "-r",
-                                  std::to_string(rate),
-                                  "-c:v",
-                                  "libx264",
-                                  "-preset",
-                                  "veryfast",
-                                  "-profile:v",
-                                  "high",
-                                  "-bf",
-                                  "0",
-                                  "-g",
-                                  std::to_string(2 * rate),
-                                  "-b:v",
-                                  "20M",
-                                  "-pix_fmt",
-                                  "yuv420p",
-                                  movie.string()}),
-                 movie);
+ChildOutcome transcode(const fs::path& package, const fs::path& movie, int rate) {
+    return runFFmpeg({"-i", (package / "screen.mov").string(), "-r", std::to_string(rate), "-c:v", "libx264",
+                      "-preset", "veryfast", "-profile:v", "high", "-bf", "0", "-g", std::to_string(2 * rate),
+                      "-b:v", "20M", "-pix_fmt", "yuv420p", movie.string()});
 }
 
 void compareWithTranscode(std::string_view name, const fs::path& package, const fs::path& folder,
@@ -63,8 +41,9 @@ void compareWithTranscode(std::string_view name, const fs::path& package, const 
     std::vector<double> exports;
     std::vector<double> transcodes;
     for (int round = 0; round < rounds; ++round) {
-        exports.push_back(exportSpeed(package, folder / "export.mp4", rate));
-        transcodes.push_back(transcodeSpeed(package, folder / "transcode.mp4", rate));
+        const fs::path movie = folder / "export.mp4";
+        exports.push_back(speed(exportPackage(package, movie, rate), movie));
+        transcodes.push_back(speed(transcode(package, movie, rate), movie));
         ratios.push_back(exports.back() / transcodes.back());
         say(fmt::format("{}, round {}: {:.1f} against {:.1f} frames per second", name, round + 1,
                         exports.back(), transcodes.back()));
@@ -72,11 +51,6 @@ void compareWithTranscode(std::string_view name, const fs::path& package, const 
     printFigure(fmt::format("{}.speed_vs_transcode", name), median(ratios), "ratio");
     printFigure(fmt::format("{}.speed", name), median(exports), "fps");
     printFigure(fmt::format("{}.transcode_speed", name), median(transcodes), "fps");
-}
-
-double peakMemory(const fs::path& package, const fs::path& movie) {
-    return std::stod(
-        runChildOrThrow({ownProgram(), "--export", package.string(), movie.string(), "60"}).output);
 }
 
 } // namespace
@@ -98,8 +72,11 @@ void exportBlurred(Takes& takes) {
 }
 
 void exportPeakMemory(Takes& takes) {
-    const double shortTake = peakMemory(takes.fullMotion(), takes.folder() / "export.mp4");
-    const double longTake = peakMemory(takes.longFullMotion(), takes.folder() / "export.mp4");
+    const auto mebibytes = [&](const fs::path& package) {
+        return std::stod(exportPackage(package, takes.folder() / "export.mp4", 60).output);
+    };
+    const double shortTake = mebibytes(takes.fullMotion());
+    const double longTake = mebibytes(takes.longFullMotion());
     printFigure("export.peak_memory", std::max(shortTake, longTake), "MiB");
     printFigure("export.peak_memory.short_take", shortTake, "MiB");
     printFigure("export.peak_memory.long_take", longTake, "MiB");

@@ -1,12 +1,12 @@
 #include "Figures.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 
 #include <fmt/format.h>
 
 #include "ChildProcess.h"
+#include "Fixtures/Child.h"
 
 namespace tavrin::bench {
 
@@ -31,12 +31,19 @@ const std::vector<Piece>& allPieces() {
     return pieces;
 }
 
+ExportPreset measuredPreset(double framesPerSecond) {
+    ExportPreset preset =
+        ExportPreset::required1080p(ExportAspectPreset::horizontal16x9, ExportSpeedQualityMode::highQuality);
+    preset.fps = framesPerSecond;
+    return preset;
+}
+
 namespace {
 
 /// Figures that a program of its own prints.
 void runNeighbour(const char* name) {
-    const auto program = std::filesystem::path(ownProgram()).parent_path() / name;
-    fmt::print("{}", runChildOrThrow({program.string()}).output);
+    const auto program = std::filesystem::path(test::ownProgram()).parent_path() / name;
+    fmt::print("{}", runChild({program.string()}).output);
     std::fflush(stdout);
 }
 
@@ -52,21 +59,6 @@ void planAndHistory(Takes&) {
 
 void loadStores(Takes&) {
     runNeighbour("StoresBenchmark");
-}
-
-void printFigure(std::string_view name, double value, std::string_view unit) {
-    fmt::print("{}: {:.4g} {}\n", name, value, unit);
-    std::fflush(stdout);
-}
-
-void say(std::string_view what) {
-    fmt::print(stderr, "-- {}\n", what);
-}
-
-double median(std::vector<double> values) {
-    std::ranges::sort(values);
-    const std::size_t half = values.size() / 2;
-    return values.size() % 2 == 1 ? values[half] : (values[half - 1] + values[half]) / 2;
 }
 
 } // namespace tavrin::bench

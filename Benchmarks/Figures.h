@@ -1,10 +1,10 @@
 #pragma once
 
 #include <functional>
-#include <memory>
-#include <string>
 #include <string_view>
 #include <vector>
+
+#include "TavrinKit/Project/ExportPreset.h"
 
 namespace tavrin::bench {
 
@@ -18,6 +18,9 @@ struct Piece {
 
 /// All pieces, in the order in which they run.
 [[nodiscard]] const std::vector<Piece>& allPieces();
+
+/// What all exports are measured with.
+[[nodiscard]] ExportPreset measuredPreset(double framesPerSecond = 60);
 
 void exportWalkthrough(Takes& takes);
 void exportFullMotion(Takes& takes);
@@ -34,13 +37,5 @@ void eventsAndCursor(Takes& takes);
 void planAndHistory(Takes& takes);
 void loadStores(Takes& takes);
 void listSources(Takes& takes);
-
-/// Prints a figure: "name: value unit".
-void printFigure(std::string_view name, double value, std::string_view unit);
-
-/// Says on standard error what is being done.
-void say(std::string_view what);
-
-[[nodiscard]] double median(std::vector<double> values);
 
 } // namespace tavrin::bench

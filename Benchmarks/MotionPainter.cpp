@@ -5,14 +5,13 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
-#include <cstdlib>
 #include <random>
 #include <thread>
 #include <vector>
 
 #include <xcb/xcb.h>
 
-#include "TavrinKit/Support/Error.h"
+#include "TavrinKit/Platform/X11/X11Connection.h"
 
 namespace tavrin::bench {
 
@@ -35,12 +34,7 @@ std::uint32_t texel(double x, double y, std::mt19937& random) {
 
 class MotionPainter::Implementation {
 public:
-    explicit Implementation(const std::string& display) {
-        connection_.reset(xcb_connect(display.c_str(), nullptr));
-        if (xcb_connection_has_error(connection_.get()) != 0) {
-            throw Error("The X server " + display + " can't be reached.");
-        }
-        screen_ = xcb_setup_roots_iterator(xcb_get_setup(connection_.get())).data;
+    explicit Implementation(const std::string& display) : connection_(display) {
         makeTexture();
         paint(0);
         thread_ = std::jthread([this](const std::stop_token& stop) { run(stop); });
@@ -49,18 +43,15 @@ public:
     [[nodiscard]] std::int64_t frames() const { return frames_; }
 
 private:
-    struct Disconnect {
-        void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-    };
-
     void makeTexture() {
-        const auto width = std::uint16_t(screen_->width_in_pixels + spare);
-        const auto height = std::uint16_t(screen_->height_in_pixels + spare);
-        texture_ = xcb_generate_id(connection_.get());
-        xcb_create_pixmap(connection_.get(), screen_->root_depth, texture_, screen_->root, width, height);
-        gc_ = xcb_generate_id(connection_.get());
+        const auto width = std::uint16_t(connection_.rootSize().width + spare);
+        const auto height = std::uint16_t(connection_.rootSize().height + spare);
+        const auto depth = std::uint8_t(connection_.rootDepth());
+        texture_ = xcb_generate_id(connection_.xcb());
+        xcb_create_pixmap(connection_.xcb(), depth, texture_, connection_.root(), width, height);
+        gc_ = xcb_generate_id(connection_.xcb());
         const std::array<std::uint32_t, 2> values{XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS, 0};
-        xcb_create_gc(connection_.get(), gc_, screen_->root,
+        xcb_create_gc(connection_.xcb(), gc_, connection_.root(),
                       XCB_GC_SUBWINDOW_MODE | XCB_GC_GRAPHICS_EXPOSURES, values.data());
         std::mt19937 random(7);
         std::vector<std::uint32_t> row(width);
@@ -68,8 +59,8 @@ private:
             for (int x = 0; x < width; ++x) {
                 row[std::size_t(x)] = texel(x, y, random);
             }
-            xcb_put_image(connection_.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, texture_, gc_, width, 1, 0,
-                          std::int16_t(y), 0, screen_->root_depth, std::uint32_t(row.size() * 4),
+            xcb_put_image(connection_.xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP, texture_, gc_, width, 1, 0,
+                          std::int16_t(y), 0, depth, std::uint32_t(row.size() * 4),
                           reinterpret_cast<const std::uint8_t*>(row.data()));
         }
     }
@@ -79,24 +70,22 @@ private:
             const int way = int(frame * speed % (2 * spare));
             return std::int16_t(way < spare ? way : 2 * spare - way);
         };
-        xcb_copy_area(connection_.get(), texture_, screen_->root, gc_, there(5), there(3), 0, 0,
-                      screen_->width_in_pixels, screen_->height_in_pixels);
-        // Waiting for the server keeps painter and screen in step.
-        std::free(
-            xcb_get_input_focus_reply(connection_.get(), xcb_get_input_focus(connection_.get()), nullptr));
+        xcb_copy_area(connection_.xcb(), texture_, connection_.root(), gc_, there(5), there(3), 0, 0,
+                      std::uint16_t(connection_.rootSize().width),
+                      std::uint16_t(connection_.rootSize().height));
+        connection_.sync(); // keeps painter and server in step
     }
 
     void run(const std::stop_token& stop) {
         auto due = std::chrono::steady_clock::now();
-        while (!stop.stop_requested() && xcb_connection_has_error(connection_.get()) == 0) {
+        while (!stop.stop_requested() && !connection_.isBroken()) {
             due += frameTime;
             std::this_thread::sleep_until(due);
             paint(++frames_);
         }
     }
 
-    std::unique_ptr<xcb_connection_t, Disconnect> connection_;
-    const xcb_screen_t* screen_ = nullptr;
+    const X11Connection connection_;
     xcb_pixmap_t texture_ = 0;
     xcb_gcontext_t gc_ = 0;
     std::atomic<std::int64_t> frames_ = 0;

@@ -13,7 +13,7 @@ namespace tavrin::bench {
 class MotionPainter {
 public:
     /// @param display  as in ":99"; its root window is painted over
-    /// @throws Error when the display can't be reached
+    /// @throws X11Error when the display can't be reached
     explicit MotionPainter(const std::string& display);
     ~MotionPainter();
     MotionPainter(const MotionPainter&) = delete;

@@ -7,7 +7,9 @@
 
 #include <fmt/format.h>
 
+#include "Examples/Walkthrough/ScreenTake.h"
 #include "Figures.h"
+#include "Measuring/Measuring.h"
 #include "Takes.h"
 #include "TavrinKit/Compositing/FFmpegEffectBakingRenderer.h"
 #include "TavrinKit/Export/FFmpegMP4Exporter.h"
@@ -23,10 +25,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int rounds = 3;
 constexpr int cancellations = 24;
-
-double secondsSince(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 /// What an export would take without the layers above it. Both are taken from the same run: two runs differ
 /// by far more than what these layers cost.
@@ -75,21 +73,8 @@ private:
     BareTime& bare_;
 };
 
-OneClickExporter exporterOf(std::shared_ptr<MP4Exporting> exporter,
-                            std::shared_ptr<EffectBakingRenderer> renderer) {
-    return {std::make_shared<ExportReliabilityGuard>(std::move(exporter), 2,
-                                                     ExportReliabilityGuard::ffmpegDurationValidator),
-            std::move(renderer), std::make_shared<SystemCapabilityService>(nullptr, nullptr)};
-}
-
-ExportPreset preset() {
-    return ExportPreset::required1080p(ExportAspectPreset::horizontal16x9,
-                                       ExportSpeedQualityMode::highQuality);
-}
-
 /// Seconds from a stop request, `wait` after the start, to the end of the call.
-double cancelled(OneClickExporter& exporter, const EditorSession& session, const fs::path& movie,
-                 std::chrono::duration<double> wait) {
+double cancelled(const EditorSession& session, const fs::path& movie, std::chrono::duration<double> wait) {
     std::stop_source stop;
     Clock::time_point requested;
     {
@@ -99,7 +84,7 @@ double cancelled(OneClickExporter& exporter, const EditorSession& session, const
             stop.request_stop();
         });
         try {
-            exporter.exportMovie(session, movie, preset(), {}, stop.get_token());
+            demo::exportSession(session, measuredPreset(), movie, {}, stop.get_token());
         } catch (...) {
             if (!isCancelledExport(std::current_exception())) {
                 throw;
@@ -117,10 +102,13 @@ void exportOverhead(Takes& takes) {
     std::vector<double> shares;
     for (int round = 0; round < rounds; ++round) {
         BareTime bare;
-        OneClickExporter exporter =
-            exporterOf(std::make_shared<TimedExporter>(bare), std::make_shared<TimedRenderer>(bare));
+        OneClickExporter exporter(
+            std::make_shared<ExportReliabilityGuard>(std::make_shared<TimedExporter>(bare), 2,
+                                                     ExportReliabilityGuard::ffmpegDurationValidator),
+            std::make_shared<TimedRenderer>(bare),
+            std::make_shared<SystemCapabilityService>(nullptr, nullptr));
         const auto start = Clock::now();
-        exporter.exportMovie(session, takes.folder() / "export.mp4", preset(),
+        exporter.exportMovie(session, takes.folder() / "export.mp4", measuredPreset(),
                              [](const ExportProgressUpdate&) {});
         const double whole = secondsSince(start);
         shares.push_back((whole - bare.seconds) / bare.seconds * 100);
@@ -133,17 +121,13 @@ void exportOverhead(Takes& takes) {
 void exportCancelling(Takes& takes) {
     const EditorSession session = EditorSession::open(ProjectPackage::load(takes.everything()));
     const fs::path movie = takes.folder() / "export.mp4";
-    OneClickExporter exporter =
-        exporterOf(std::make_shared<FFmpegMP4Exporter>(), std::make_shared<FFmpegEffectBakingRenderer>());
-    const auto start = Clock::now();
-    exporter.exportMovie(session, movie, preset());
-    const double whole = secondsSince(start);
+    const double whole = secondsTaken([&] { demo::exportSession(session, measuredPreset(), movie, {}); });
     std::vector<double> waits;
     for (int i = 0; i < cancellations; ++i) {
         // Denser where preparation and completion are.
         const double share = double(i) / (cancellations - 1);
         const double moment = whole * share * share * (3 - 2 * share);
-        waits.push_back(cancelled(exporter, session, movie, std::chrono::duration<double>(moment)) * 1000);
+        waits.push_back(cancelled(session, movie, std::chrono::duration<double>(moment)) * 1000);
     }
     printFigure("export.cancelling.longest", std::ranges::max(waits), "ms");
     printFigure("export.cancelling.median", median(waits), "ms");

@@ -1,11 +1,11 @@
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "Figures.h"
+#include "Measuring/Measuring.h"
 #include "Takes.h"
 #include "TavrinKit/Compositing/TemporalFrameSampler.h"
 #include "TavrinKit/Project/ProjectPackage.h"
@@ -22,12 +22,12 @@ constexpr int neighbouringSamples = 240;
 double medianCost(const TemporalFrameSampler& sampler, const std::vector<double>& times) {
     std::vector<double> costs;
     for (const double time : times) {
-        const auto start = std::chrono::steady_clock::now();
-        if (!sampler.sample(time)) {
-            throw Error("A picture of the take can't be read.");
-        }
-        const std::chrono::duration<double, std::milli> cost = std::chrono::steady_clock::now() - start;
-        costs.push_back(cost.count());
+        const double seconds = secondsTaken([&] {
+            if (!sampler.sample(time)) {
+                throw Error("A picture of the take can't be read.");
+            }
+        });
+        costs.push_back(1000 * seconds);
     }
     return median(costs);
 }

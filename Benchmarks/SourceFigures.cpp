@@ -1,4 +1,3 @@
-#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -7,6 +6,7 @@
 #include <xcb/xcb.h>
 
 #include "Figures.h"
+#include "Measuring/Measuring.h"
 #include "TavrinApp/Sources/DesktopSourceCatalog.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TavrinKit/Platform/X11/X11CaptureBackend.h"
@@ -61,18 +61,16 @@ void listSources(Takes&) {
     const VirtualDisplay display;
     const X11Connection connection(display.name());
     openWindows(connection);
-    (void)connection.atom("_NET_WM_NAME"); // a round trip: all windows are open
+    connection.sync();
     std::vector<double> milliseconds;
     for (int i = 0; i < rounds; ++i) {
         // A new backend each time, so that the applications' files are read each time too.
         DesktopSourceCatalog catalog(std::make_shared<X11CaptureBackend>(display.name()));
-        const auto start = std::chrono::steady_clock::now();
-        const std::size_t listed = catalog.loadSources().size();
-        const std::chrono::duration<double, std::milli> spent = std::chrono::steady_clock::now() - start;
+        std::size_t listed = 0;
+        milliseconds.push_back(1000 * secondsTaken([&] { listed = catalog.loadSources().size(); }));
         if (listed != windowCount + 1) {
             throw Error(fmt::format("Of {} windows and a display {} were listed.", windowCount, listed));
         }
-        milliseconds.push_back(spent.count());
     }
     printFigure("sources.list", median(milliseconds), "ms");
 }

@@ -1,7 +1,6 @@
 #include "Takes.h"
 
 #include <chrono>
-#include <cstdlib>
 #include <string>
 #include <thread>
 
@@ -10,12 +9,11 @@
 #include "Examples/Walkthrough/DemoScript.h"
 #include "Examples/Walkthrough/ScreenTake.h"
 #include "Examples/Walkthrough/Showcase.h"
-#include "Figures.h"
+#include "Measuring/Measuring.h"
 #include "MotionPainter.h"
 #include "PointerMover.h"
 #include "TavrinKit/Media/MediaInfo.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
-#include "TavrinKit/Support/Error.h"
 
 namespace tavrin::bench {
 
@@ -27,19 +25,6 @@ constexpr double fullMotionSeconds = 10;
 constexpr int repeats = 6;
 
 } // namespace
-
-Takes::Takes() {
-    std::string pattern = (fs::temp_directory_path() / "tavrin-bench-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) {
-        throw Error("No temporary folder could be made.");
-    }
-    folder_ = pattern;
-}
-
-Takes::~Takes() {
-    std::error_code ignored;
-    fs::remove_all(folder_, ignored);
-}
 
 const fs::path& Takes::walkthrough() {
     if (!walkthrough_) {
@@ -77,9 +62,8 @@ const fs::path& Takes::longFullMotion() {
     if (!longFullMotion_) {
         const fs::path package = folder_ / "long";
         fs::copy(fullMotion(), package, fs::copy_options::recursive);
-        runChildOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-y", "-stream_loop",
-                         std::to_string(repeats - 1), "-i", (fullMotion() / "screen.mov").string(), "-c",
-                         "copy", (package / "screen.mov").string()});
+        runFFmpeg({"-stream_loop", std::to_string(repeats - 1), "-i", (fullMotion() / "screen.mov").string(),
+                   "-c", "copy", (package / "screen.mov").string()});
         longFullMotion_ = package;
     }
     return *longFullMotion_;

@@ -3,18 +3,15 @@
 #include <filesystem>
 #include <optional>
 
+#include "Fixtures/TemporaryFolder.h"
+
 namespace tavrin::bench {
 
 /// The recordings that are measured on, made when they are first asked for, in a temporary folder that goes
 /// with this object.
 class Takes {
 public:
-    Takes();
-    ~Takes();
-    Takes(const Takes&) = delete;
-    Takes& operator=(const Takes&) = delete;
-
-    [[nodiscard]] const std::filesystem::path& folder() const { return folder_; }
+    [[nodiscard]] const std::filesystem::path& folder() const { return folder_.path(); }
 
     // Packages.
     [[nodiscard]] const std::filesystem::path& walkthrough();
@@ -27,7 +24,7 @@ public:
     [[nodiscard]] const std::filesystem::path& blurred();
 
 private:
-    std::filesystem::path folder_;
+    test::TemporaryFolder folder_;
     std::optional<std::filesystem::path> walkthrough_;
     std::optional<std::filesystem::path> fullMotion_;
     std::optional<std::filesystem::path> longFullMotion_;

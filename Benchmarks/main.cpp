@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -10,6 +9,7 @@
 
 #include "Examples/Walkthrough/ScreenTake.h"
 #include "Figures.h"
+#include "Measuring/Measuring.h"
 #include "Takes.h"
 #include "TavrinKit/Support/Error.h"
 
@@ -20,16 +20,8 @@ using namespace tavrin;
 /// The part of an export that is measured, as a process of its own; prints its largest memory in MiB.
 void exportPackage(const std::string& package, const std::string& movie, double framesPerSecond) {
     const EditorSession session = EditorSession::open(ProjectPackage::load(package));
-    ExportPreset preset =
-        ExportPreset::required1080p(ExportAspectPreset::horizontal16x9, ExportSpeedQualityMode::highQuality);
-    preset.fps = framesPerSecond;
-    demo::exportSession(session, preset, movie, {});
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with("VmHWM:")) {
-            fmt::print("{:.1f}\n", std::stod(line.substr(6)) / 1024);
-        }
-    }
+    demo::exportSession(session, bench::measuredPreset(framesPerSecond), movie, {});
+    fmt::print("{:.1f}\n", bench::peakMemory());
 }
 
 /// The part of a recording that is measured; prints its seconds, the frames taken and the frames dropped.
@@ -92,9 +84,8 @@ int main(int count, char** values) {
             exportPackage(arguments[1], arguments[2], std::stod(arguments[3]));
             return 0;
         }
-        if (arguments.size() >= 4 && arguments[0] == "--record") {
-            const bool withSound = arguments.size() > 4 && arguments[4] == "sound";
-            recordDisplay(arguments[1], arguments[2], std::stod(arguments[3]), withSound);
+        if (arguments.size() == 5 && arguments[0] == "--record") {
+            recordDisplay(arguments[1], arguments[2], std::stod(arguments[3]), arguments[4] == "sound");
             return 0;
         }
         return runPieces(arguments);

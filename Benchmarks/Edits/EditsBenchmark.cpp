@@ -2,9 +2,7 @@
 // value unit` lines.
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
-#include <functional>
 #include <memory>
 #include <numbers>
 #include <stdexcept>
@@ -14,6 +12,7 @@
 #include <fmt/format.h>
 #include <malloc.h>
 
+#include "Measuring/Measuring.h"
 #include "TavrinKit/Effects/AutoZoomGenerator.h"
 #include "TavrinKit/Effects/EffectGraphRenderer.h"
 #include "TavrinKit/Effects/TypingRenderer.h"
@@ -23,22 +22,9 @@
 namespace tavrin {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double secondsTaken(const std::function<void()>& work) {
-    const Clock::time_point start = Clock::now();
-    work();
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-double median(std::vector<double> values) {
-    std::ranges::sort(values);
-    return values[values.size() / 2];
-}
-
-void printFigure(std::string_view name, double value, std::string_view unit) {
-    fmt::print("{}: {:.4g} {}\n", name, value, unit);
-}
+using bench::median;
+using bench::printFigure;
+using bench::secondsTaken;
 
 // The plan
 

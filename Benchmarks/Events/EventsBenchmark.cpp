@@ -1,24 +1,19 @@
 // Loads the events of a one-hour take and draws its cursor: prints `name: value unit` lines.
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <numbers>
 #include <random>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include <fmt/format.h>
-
+#include "Fixtures/TemporaryFolder.h"
+#include "Measuring/Measuring.h"
 #include "TavrinKit/Effects/CursorRenderer.h"
 #include "TavrinKit/Project/PremiumDefaults.h"
 #include "TavrinKit/Project/ProjectPackage.h"
-#include "TavrinKit/Support/Files.h"
-#include "TavrinKit/Support/UUID.h"
 
 namespace tavrin {
 namespace {
@@ -29,15 +24,8 @@ constexpr double cursorStateRate = 30; // a second
 constexpr int batchSize = 1000;        // calls between two looks at the clock
 constexpr int batchCount = 300;
 
-using Clock = std::chrono::steady_clock;
-
-double secondsSince(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-void printFigure(std::string_view name, double value, std::string_view unit) {
-    fmt::print("{}: {:.3f} {}\n", name, value, unit);
-}
+using bench::printFigure;
+using bench::secondsTaken;
 
 Vec2 pointerAt(double time) {
     return {0.5 + 0.4 * std::sin(time * 0.7), 0.5 + 0.4 * std::cos(time * 1.1 * std::numbers::phi)};
@@ -77,52 +65,11 @@ EventTimeline hourOfEvents() {
     return EventTimeline(std::move(mouse), {}, std::move(states));
 }
 
-/// The most memory that this process has held since the last reset, in MiB.
-class PeakMemory {
-public:
-    static void reset() { std::ofstream("/proc/self/clear_refs") << 5; }
-
-    static double mebibytes() {
-        std::ifstream status("/proc/self/status");
-        std::string key;
-        while (status >> key) {
-            if (key == "VmHWM:") {
-                double kibibytes = 0;
-                status >> kibibytes;
-                return kibibytes / 1024;
-            }
-        }
-        return std::nan("");
-    }
-};
-
-class TemporaryPackage {
-public:
-    TemporaryPackage()
-        : package_(std::filesystem::temp_directory_path() / ("tavrin-events-" + UUID::make().string()),
-                   ProjectManifest{}) {
-        package_.createDirectoriesIfNeeded();
-    }
-    ~TemporaryPackage() {
-        std::error_code ignored;
-        std::filesystem::remove_all(package_.rootURL(), ignored);
-    }
-    TemporaryPackage(const TemporaryPackage&) = delete;
-    TemporaryPackage& operator=(const TemporaryPackage&) = delete;
-
-    [[nodiscard]] const ProjectPackage& operator*() const { return package_; }
-    [[nodiscard]] const ProjectPackage* operator->() const { return &package_; }
-
-private:
-    ProjectPackage package_;
-};
-
 EventTimeline measureLoad(const ProjectPackage& package) {
-    PeakMemory::reset();
-    const Clock::time_point start = Clock::now();
-    EventTimeline events = package.loadEvents();
-    printFigure("events.load", secondsSince(start), "s");
-    printFigure("events.load.memory", PeakMemory::mebibytes(), "MiB");
+    bench::resetPeakMemory();
+    EventTimeline events;
+    printFigure("events.load", secondsTaken([&] { events = package.loadEvents(); }), "s");
+    printFigure("events.load.memory", bench::peakMemory(), "MiB");
     return events;
 }
 
@@ -133,11 +80,12 @@ double microsecondsPerFrame(const EventTimeline& events, const CursorStyle& styl
     std::uniform_real_distribution instant(part * length, (part + 1) * length);
     std::vector<double> times(batchSize);
     std::generate(times.begin(), times.end(), [&] { return instant(random); });
-    const Clock::time_point start = Clock::now();
-    for (const double time : times) {
-        checksum += CursorRenderer::frameState(time, events, style).position.x;
-    }
-    return secondsSince(start) * 1e6 / batchSize;
+    const double seconds = secondsTaken([&] {
+        for (const double time : times) {
+            checksum += CursorRenderer::frameState(time, events, style).position.x;
+        }
+    });
+    return seconds * 1e6 / batchSize;
 }
 
 void measureFrameState(const EventTimeline& events) {
@@ -153,9 +101,8 @@ void measureFrameState(const EventTimeline& events) {
         const double first = microsecondsPerFrame(events, style, part, random, checksum);
         batches.push_back(std::min(first, microsecondsPerFrame(events, style, part, random, checksum)));
     }
-    std::sort(batches.begin(), batches.end());
-    printFigure("cursor.frame_state", batches.back(), "us");
-    printFigure("cursor.frame_state.median", batches[batches.size() / 2], "us");
+    printFigure("cursor.frame_state", std::ranges::max(batches), "us");
+    printFigure("cursor.frame_state.median", bench::median(batches), "us");
     if (!std::isfinite(checksum)) {
         throw std::runtime_error("The cursor left the plane.");
     }
@@ -166,7 +113,9 @@ void measureFrameState(const EventTimeline& events) {
 
 int main() {
     using namespace tavrin;
-    const TemporaryPackage package;
-    package->saveEvents(hourOfEvents());
-    measureFrameState(measureLoad(*package));
+    const test::TemporaryFolder folder;
+    const ProjectPackage package(folder / "take", ProjectManifest{});
+    package.createDirectoriesIfNeeded();
+    package.saveEvents(hourOfEvents());
+    measureFrameState(measureLoad(package));
 }

@@ -1,12 +1,13 @@
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
-#include <filesystem>
+#include <exception>
 #include <functional>
+#include <string>
 #include <vector>
 
 #include <fmt/format.h>
 
+#include "Fixtures/TemporaryFolder.h"
+#include "Measuring/Measuring.h"
 #include "TavrinKit/Export/ExportPresetStore.h"
 #include "TavrinKit/Library/BrandKitStore.h"
 #include "TavrinKit/Project/PremiumDefaults.h"
@@ -16,7 +17,6 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using namespace tavrin;
 
 constexpr int records = 1000;
@@ -26,15 +26,14 @@ constexpr int rounds = 15;
 void measure(const char* name, const std::function<std::size_t()>& load) {
     std::vector<double> costs;
     for (int i = 0; i < rounds; ++i) {
-        const auto start = std::chrono::steady_clock::now();
-        if (load() != records) {
-            throw Error("The store has lost something.");
-        }
-        costs.push_back(
-            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
+        const double seconds = bench::secondsTaken([&] {
+            if (load() != records) {
+                throw Error("The store has lost something.");
+            }
+        });
+        costs.push_back(1000 * seconds);
     }
-    std::ranges::nth_element(costs, costs.begin() + rounds / 2);
-    fmt::print("{}: {:.4g} ms\n", name, costs[rounds / 2]);
+    bench::printFigure(name, bench::median(costs), "ms");
 }
 
 std::string nameOf(int i) {
@@ -44,10 +43,8 @@ std::string nameOf(int i) {
 } // namespace
 
 int main() {
-    const fs::path folder = fs::temp_directory_path() / ("tavrin-stores-" + UUID::make().string());
-    int status = 0;
     try {
-        createDirectories(folder);
+        const test::TemporaryFolder folder;
         ExportPresetStore::Document presets;
         BrandKitStore::BrandKitLibraryDocument kits;
         for (int i = 0; i < records; ++i) {
@@ -65,10 +62,9 @@ int main() {
         writeFileAtomically(kitStore.fileURL(), encodeDocument(kits));
         measure("store.load", [&] { return presetStore.customPresets().size(); });
         measure("store.load.brandkits", [&] { return kitStore.loadPresets().size(); });
+        return 0;
     } catch (const std::exception& error) {
         fmt::print(stderr, "{}\n", error.what());
-        status = 1;
+        return 1;
     }
-    fs::remove_all(folder);
-    return status;
 }

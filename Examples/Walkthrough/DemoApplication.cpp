@@ -20,6 +20,7 @@
 #include "Examples/Walkthrough/DemoPainter.h"
 #include "Examples/Walkthrough/DemoScene.h"
 #include "Examples/Walkthrough/Drawing.h"
+#include "TavrinKit/Platform/X11/X11Connection.h"
 #include "TavrinKit/Support/Error.h"
 
 namespace tavrin::demo {
@@ -36,6 +37,12 @@ using Owned = std::unique_ptr<Value, Freed<Value, free>>;
 template <typename Event>
 const Event& as(const xcb_generic_event_t& event) {
     return reinterpret_cast<const Event&>(event);
+}
+
+/// The top left corner of a window in the middle of the screen.
+Vec2 originOn(const X11Connection& connection) {
+    return {std::floor((connection.rootSize().width - DemoLayout::width) / 2),
+            std::floor((connection.rootSize().height - DemoLayout::height) / 2)};
 }
 
 double steadySeconds() {
@@ -76,7 +83,6 @@ public:
     [[nodiscard]] Vec2 origin() const { return origin_; }
 
 private:
-    void connect(const std::string& display);
     void makeDesktop();
     void makeWindow();
     void loadKeyboard();
@@ -88,14 +94,13 @@ private:
     void repaint();
     void upload(xcb_drawable_t target, cairo_surface_t* surface, const Rect& part);
 
-    Owned<xcb_connection_t, xcb_disconnect> connection_;
-    xcb_screen_t* screen_ = nullptr;
+    const X11Connection connection_;
     xcb_gcontext_t gc_ = 0;
     xcb_window_t window_ = 0;
-    Vec2 origin_;
+    const Vec2 origin_;
     CairoSurface desktop_;
     CairoSurface canvas_; ///< the window's contents
-    std::optional<DemoCursors> cursors_;
+    const DemoCursors cursors_;
     std::optional<PointerShape> shownShape_;
     Owned<xkb_context, xkb_context_unref> keyboardContext_;
     Owned<xkb_keymap, xkb_keymap_unref> keymap_;
@@ -106,14 +111,16 @@ private:
     std::jthread thread_;
 };
 
-DemoApplication::Implementation::Implementation(const std::string& display) {
-    connect(display);
+DemoApplication::Implementation::Implementation(const std::string& display)
+    : connection_(display), origin_(originOn(connection_)), cursors_(connection_) {
+    if (connection_.rootDepth() != 24) {
+        throw Error("The demonstration needs a display with 24 bits of colour.");
+    }
     makeDesktop();
     makeWindow();
     loadKeyboard();
     repaint();
-    // A round trip: the server has drawn all of it.
-    std::free(xcb_get_input_focus_reply(connection_.get(), xcb_get_input_focus(connection_.get()), nullptr));
+    connection_.sync();
     wakeUp_ = eventfd(0, EFD_CLOEXEC);
     thread_ = std::jthread([this](const std::stop_token& stop) { run(stop); });
 }
@@ -126,43 +133,23 @@ DemoApplication::Implementation::~Implementation() {
     close(wakeUp_);
 }
 
-void DemoApplication::Implementation::connect(const std::string& display) {
-    int screenNumber = 0;
-    connection_.reset(xcb_connect(display.c_str(), &screenNumber));
-    if (xcb_connection_has_error(connection_.get()) != 0) {
-        throw Error("The X server " + display + " can't be reached.");
-    }
-    auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection_.get()));
-    for (int i = 0; i < screenNumber; ++i) {
-        xcb_screen_next(&screens);
-    }
-    screen_ = screens.data;
-    if (screen_->root_depth != 24) {
-        throw Error("The demonstration needs a display with 24 bits of colour.");
-    }
-    origin_ = {std::floor((screen_->width_in_pixels - DemoLayout::width) / 2),
-               std::floor((screen_->height_in_pixels - DemoLayout::height) / 2)};
-    cursors_.emplace(connection_.get(), screen_);
-}
-
 void DemoApplication::Implementation::makeDesktop() {
-    const int width = screen_->width_in_pixels;
-    const int height = screen_->height_in_pixels;
+    const auto [width, height] = connection_.rootSize();
     desktop_.reset(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height));
     const CairoContext cr(cairo_create(desktop_.get()));
     DemoPainter::paintDesktop(cr.get(), width, height, DemoLayout::window.translated(origin_.x, origin_.y));
 
-    const xcb_pixmap_t pixmap = xcb_generate_id(connection_.get());
-    xcb_create_pixmap(connection_.get(), 24, pixmap, screen_->root, std::uint16_t(width),
+    const xcb_pixmap_t pixmap = xcb_generate_id(connection_.xcb());
+    xcb_create_pixmap(connection_.xcb(), 24, pixmap, connection_.root(), std::uint16_t(width),
                       std::uint16_t(height));
-    gc_ = xcb_generate_id(connection_.get());
-    xcb_create_gc(connection_.get(), gc_, pixmap, 0, nullptr);
+    gc_ = xcb_generate_id(connection_.xcb());
+    xcb_create_gc(connection_.xcb(), gc_, pixmap, 0, nullptr);
     upload(pixmap, desktop_.get(), {0, 0, double(width), double(height)});
-    const std::array<std::uint32_t, 2> values{pixmap, cursors_->cursor(PointerShape::arrow)};
-    xcb_change_window_attributes(connection_.get(), screen_->root, XCB_CW_BACK_PIXMAP | XCB_CW_CURSOR,
+    const std::array<std::uint32_t, 2> values{pixmap, cursors_.cursor(PointerShape::arrow)};
+    xcb_change_window_attributes(connection_.xcb(), connection_.root(), XCB_CW_BACK_PIXMAP | XCB_CW_CURSOR,
                                  values.data());
-    xcb_clear_area(connection_.get(), 0, screen_->root, 0, 0, 0, 0);
-    xcb_free_pixmap(connection_.get(), pixmap);
+    xcb_clear_area(connection_.xcb(), 0, connection_.root(), 0, 0, 0, 0);
+    xcb_free_pixmap(connection_.xcb(), pixmap);
 }
 
 void DemoApplication::Implementation::makeWindow() {
@@ -172,42 +159,42 @@ void DemoApplication::Implementation::makeWindow() {
     cairo_set_source_surface(cr.get(), desktop_.get(), -origin_.x, -origin_.y);
     cairo_paint(cr.get());
 
-    window_ = xcb_generate_id(connection_.get());
+    window_ = xcb_generate_id(connection_.xcb());
     const std::array<std::uint32_t, 3> values{
         XCB_BACK_PIXMAP_NONE, 1,
         XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE |
             XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE | XCB_EVENT_MASK_POINTER_MOTION |
             XCB_EVENT_MASK_LEAVE_WINDOW};
-    xcb_create_window(connection_.get(), XCB_COPY_FROM_PARENT, window_, screen_->root,
+    xcb_create_window(connection_.xcb(), XCB_COPY_FROM_PARENT, window_, connection_.root(),
                       std::int16_t(origin_.x), std::int16_t(origin_.y), std::uint16_t(DemoLayout::width),
                       std::uint16_t(DemoLayout::height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
-                      screen_->root_visual, XCB_CW_BACK_PIXMAP | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK,
-                      values.data());
+                      connection_.rootVisual(),
+                      XCB_CW_BACK_PIXMAP | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values.data());
     static constexpr std::string_view title = "Fieldbook";
-    xcb_change_property(connection_.get(), XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_NAME, XCB_ATOM_STRING,
+    xcb_change_property(connection_.xcb(), XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_NAME, XCB_ATOM_STRING,
                         8, std::uint32_t(title.size()), title.data());
-    xcb_map_window(connection_.get(), window_);
-    xcb_set_input_focus(connection_.get(), XCB_INPUT_FOCUS_POINTER_ROOT, window_, XCB_CURRENT_TIME);
+    xcb_map_window(connection_.xcb(), window_);
+    xcb_set_input_focus(connection_.xcb(), XCB_INPUT_FOCUS_POINTER_ROOT, window_, XCB_CURRENT_TIME);
 }
 
 void DemoApplication::Implementation::loadKeyboard() {
-    xkb_x11_setup_xkb_extension(connection_.get(), XKB_X11_MIN_MAJOR_XKB_VERSION,
+    xkb_x11_setup_xkb_extension(connection_.xcb(), XKB_X11_MIN_MAJOR_XKB_VERSION,
                                 XKB_X11_MIN_MINOR_XKB_VERSION, XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr,
                                 nullptr, nullptr, nullptr);
     keyboardContext_.reset(xkb_context_new(XKB_CONTEXT_NO_FLAGS));
-    const std::int32_t device = xkb_x11_get_core_keyboard_device_id(connection_.get());
-    keymap_.reset(xkb_x11_keymap_new_from_device(keyboardContext_.get(), connection_.get(), device,
+    const std::int32_t device = xkb_x11_get_core_keyboard_device_id(connection_.xcb());
+    keymap_.reset(xkb_x11_keymap_new_from_device(keyboardContext_.get(), connection_.xcb(), device,
                                                  XKB_KEYMAP_COMPILE_NO_FLAGS));
     if (!keymap_) {
         throw Error("The X server's keyboard layout can't be read.");
     }
-    keyboard_.reset(xkb_x11_state_new_from_device(keymap_.get(), connection_.get(), device));
+    keyboard_.reset(xkb_x11_state_new_from_device(keymap_.get(), connection_.xcb(), device));
 }
 
 void DemoApplication::Implementation::run(const std::stop_token& stop) {
-    while (!stop.stop_requested() && xcb_connection_has_error(connection_.get()) == 0) {
+    while (!stop.stop_requested() && !connection_.isBroken()) {
         scene_.advance(steadySeconds());
-        while (const Owned<xcb_generic_event_t, std::free> event{xcb_poll_for_event(connection_.get())}) {
+        while (const X11Owned<xcb_generic_event_t> event{xcb_poll_for_event(connection_.xcb())}) {
             handle(*event);
         }
         scene_.advance(steadySeconds());
@@ -218,8 +205,7 @@ void DemoApplication::Implementation::run(const std::stop_token& stop) {
 }
 
 void DemoApplication::Implementation::waitForWork() const {
-    std::array<pollfd, 2> sources{
-        {{xcb_get_file_descriptor(connection_.get()), POLLIN, 0}, {wakeUp_, POLLIN, 0}}};
+    std::array<pollfd, 2> sources{{{connection_.fileDescriptor(), POLLIN, 0}, {wakeUp_, POLLIN, 0}}};
     const std::optional<double> pause = scene_.pause();
     poll(sources.data(), sources.size(), pause ? int(std::ceil(*pause * 1000)) : -1);
 }
@@ -254,7 +240,7 @@ void DemoApplication::Implementation::handle(const xcb_generic_event_t& event) {
         const auto& exposed = as<xcb_expose_event_t>(event);
         upload(window_, canvas_.get(),
                {double(exposed.x), double(exposed.y), double(exposed.width), double(exposed.height)});
-        xcb_flush(connection_.get());
+        connection_.flush();
         break;
     }
     default:
@@ -276,9 +262,9 @@ void DemoApplication::Implementation::showPointerShape() {
     const PointerShape shape = scene_.pointerShape();
     if (shape != shownShape_) {
         shownShape_ = shape;
-        const std::uint32_t cursor = cursors_->cursor(shape);
-        xcb_change_window_attributes(connection_.get(), window_, XCB_CW_CURSOR, &cursor);
-        xcb_flush(connection_.get());
+        const std::uint32_t cursor = cursors_.cursor(shape);
+        xcb_change_window_attributes(connection_.xcb(), window_, XCB_CW_CURSOR, &cursor);
+        connection_.flush();
     }
 }
 
@@ -293,7 +279,7 @@ void DemoApplication::Implementation::repaint() {
         painter_.paintWindow(cr.get(), scene_);
         upload(window_, canvas_.get(), part);
     }
-    xcb_flush(connection_.get());
+    connection_.flush();
 }
 
 void DemoApplication::Implementation::upload(xcb_drawable_t target, cairo_surface_t* surface,
@@ -302,7 +288,7 @@ void DemoApplication::Implementation::upload(xcb_drawable_t target, cairo_surfac
     const auto* pixels = cairo_image_surface_get_data(surface);
     const auto stride = std::size_t(cairo_image_surface_get_stride(surface));
     const auto rowBytes = std::size_t(part.width) * 4;
-    const std::size_t requestBytes = std::size_t(xcb_get_maximum_request_length(connection_.get())) * 4 - 64;
+    const std::size_t requestBytes = std::size_t(xcb_get_maximum_request_length(connection_.xcb())) * 4 - 64;
     const auto rowsAtOnce =
         int(std::clamp<std::size_t>(requestBytes / rowBytes, 1, std::size_t(part.height)));
     std::vector<std::uint8_t> strip(std::size_t(rowsAtOnce) * rowBytes);
@@ -312,7 +298,7 @@ void DemoApplication::Implementation::upload(xcb_drawable_t target, cairo_surfac
             std::memcpy(strip.data() + std::size_t(row) * rowBytes,
                         pixels + std::size_t(part.y + y + row) * stride + std::size_t(part.x) * 4, rowBytes);
         }
-        xcb_put_image(connection_.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, target, gc_, std::uint16_t(part.width),
+        xcb_put_image(connection_.xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP, target, gc_, std::uint16_t(part.width),
                       std::uint16_t(rows), std::int16_t(part.x), std::int16_t(part.y + y), 0, 24,
                       std::uint32_t(std::size_t(rows) * rowBytes), strip.data());
     }

@@ -1,8 +1,6 @@
 #include "Examples/Walkthrough/DemoCursors.h"
 
-#include <cstdlib>
-#include <memory>
-#include <numbers>
+#include <utility>
 
 #include <xcb/render.h>
 
@@ -78,9 +76,8 @@ CairoSurface drawn(const Shape& shape, bool lightOutline) {
 }
 
 xcb_render_pictformat_t argbFormat(xcb_connection_t* connection) {
-    const std::unique_ptr<xcb_render_query_pict_formats_reply_t, decltype(&std::free)> reply(
-        xcb_render_query_pict_formats_reply(connection, xcb_render_query_pict_formats(connection), nullptr),
-        &std::free);
+    const X11Owned<xcb_render_query_pict_formats_reply_t> reply(
+        xcb_render_query_pict_formats_reply(connection, xcb_render_query_pict_formats(connection), nullptr));
     if (reply) {
         for (auto it = xcb_render_query_pict_formats_formats_iterator(reply.get()); it.rem > 0;
              xcb_render_pictforminfo_next(&it)) {
@@ -94,10 +91,11 @@ xcb_render_pictformat_t argbFormat(xcb_connection_t* connection) {
     throw Error("The X server can't show cursors with alpha.");
 }
 
-xcb_cursor_t upload(xcb_connection_t* connection, const xcb_screen_t* screen, xcb_render_pictformat_t format,
-                    cairo_surface_t* surface, Vec2 hotSpot) {
+xcb_cursor_t upload(const X11Connection& display, xcb_render_pictformat_t format, cairo_surface_t* surface,
+                    Vec2 hotSpot) {
+    xcb_connection_t* connection = display.xcb();
     const xcb_pixmap_t pixmap = xcb_generate_id(connection);
-    xcb_create_pixmap(connection, 32, pixmap, screen->root, side, side);
+    xcb_create_pixmap(connection, 32, pixmap, display.root(), side, side);
     const xcb_gcontext_t gc = xcb_generate_id(connection);
     xcb_create_gc(connection, gc, pixmap, 0, nullptr);
     xcb_put_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, pixmap, gc, side, side, 0, 0, 0, 32, side * side * 4,
@@ -114,8 +112,8 @@ xcb_cursor_t upload(xcb_connection_t* connection, const xcb_screen_t* screen, xc
 
 } // namespace
 
-DemoCursors::DemoCursors(xcb_connection_t* connection, const xcb_screen_t* screen) {
-    const xcb_render_pictformat_t format = argbFormat(connection);
+DemoCursors::DemoCursors(const X11Connection& connection) {
+    const xcb_render_pictformat_t format = argbFormat(connection.xcb());
     const std::array<std::pair<PointerShape, Shape>, 4> shapes{{
         {PointerShape::arrow, {{6, 4}, arrowOutline}},
         {PointerShape::hand, {{18, 4}, handOutline}},
@@ -125,7 +123,7 @@ DemoCursors::DemoCursors(xcb_connection_t* connection, const xcb_screen_t* scree
     for (const auto& [name, shape] : shapes) {
         const bool lightOutline = name == PointerShape::arrow || name == PointerShape::text;
         cursors_[std::size_t(name)] =
-            upload(connection, screen, format, drawn(shape, lightOutline).get(), shape.hotSpot);
+            upload(connection, format, drawn(shape, lightOutline).get(), shape.hotSpot);
     }
 }
 

@@ -5,6 +5,7 @@
 #include <xcb/xcb.h>
 
 #include "Examples/Walkthrough/DemoScene.h"
+#include "TavrinKit/Platform/X11/X11Connection.h"
 
 namespace tavrin::demo {
 
@@ -12,7 +13,7 @@ namespace tavrin::demo {
 class DemoCursors {
 public:
     /// @throws Error when the server has no RENDER extension with an ARGB format
-    DemoCursors(xcb_connection_t* connection, const xcb_screen_t* screen);
+    explicit DemoCursors(const X11Connection& connection);
 
     [[nodiscard]] xcb_cursor_t cursor(PointerShape shape) const { return cursors_[std::size_t(shape)]; }
 

@@ -11,6 +11,7 @@
 
 #include <fcntl.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -84,7 +85,10 @@ Child::Ending Child::wait() {
     ending.output = readAll(output_);
     errorReader.join();
     int status = 0;
-    waitpid(std::exchange(process_, 0), &status, 0);
+    rusage usage{};
+    wait4(std::exchange(process_, 0), &status, 0, &usage);
+    ending.cpuSeconds = double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+                        double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) * 1e-6;
     ending.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return ending;
 }

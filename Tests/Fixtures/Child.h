@@ -26,6 +26,7 @@ public:
         int exitCode = -1; ///< 128 and the signal's number when a signal ended it
         std::string output;
         std::string errors;
+        double cpuSeconds = 0; ///< user and system time of all its threads
     };
     Ending wait();
 

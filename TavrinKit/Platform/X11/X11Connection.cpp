@@ -81,6 +81,10 @@ int X11Connection::rootDepth() const {
     return screen_->root_depth;
 }
 
+PixelSize X11Connection::rootSize() const {
+    return {screen_->width_in_pixels, screen_->height_in_pixels};
+}
+
 int X11Connection::fileDescriptor() const {
     return xcb_get_file_descriptor(connection_);
 }
@@ -101,6 +105,10 @@ void X11Connection::hangUp() const noexcept {
 
 void X11Connection::flush() const {
     xcb_flush(connection_);
+}
+
+void X11Connection::sync() const {
+    std::free(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
 }
 
 std::uint32_t X11Connection::atom(std::string_view name) const {

@@ -41,6 +41,8 @@ public:
     [[nodiscard]] std::uint32_t root() const;
     [[nodiscard]] std::uint32_t rootVisual() const;
     [[nodiscard]] int rootDepth() const;
+    /// Pixels; as it was when the connection was made.
+    [[nodiscard]] PixelSize rootSize() const;
     [[nodiscard]] int screenIndex() const { return screenIndex_; }
     [[nodiscard]] int fileDescriptor() const;
 
@@ -52,6 +54,8 @@ public:
     void hangUp() const noexcept;
 
     void flush() const;
+    /// Returns when the server has done all that it was asked for.
+    void sync() const;
     [[nodiscard]] std::uint32_t atom(std::string_view name) const;
     [[nodiscard]] std::string atomName(std::uint32_t atom) const;
 
