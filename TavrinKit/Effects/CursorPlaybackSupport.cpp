@@ -28,6 +28,17 @@ bool zoomsAt(double time, const ZoomSegment& segment) {
            segment.endTime >= time;
 }
 
+/// Body, highlight and trail go.
+void hide(CursorFrameState& cursor) {
+    cursor.visible = false;
+    cursor.opacity = 0;
+    cursor.highlight = ClickHighlightStyle::none;
+    cursor.highlightProgress = 0;
+    cursor.highlightIntensity = 0;
+    cursor.trailPoints.clear();
+    cursor.trailOpacities.clear();
+}
+
 } // namespace
 
 CursorFrameState CursorPlaybackSupport::frameState(double frameTime, const EventTimeline& events,
@@ -35,7 +46,13 @@ CursorFrameState CursorPlaybackSupport::frameState(double frameTime, const Event
                                                    const Playback& playback) {
     const double time = cursorTime(frameTime, playback.duration, playback.lastActivity, style);
     CursorFrameState state = CursorRenderer::frameState(time, events, style);
-    hideDuringZoom(state, frameTime, track, style, playback.sourceEmbedsCursor);
+    const auto zooms = [frameTime](const ZoomSegment& segment) {
+        return zoomsAt(frameTime, segment); // by the frame's own time, not the cursor's
+    };
+    if (style.hideDuringZoomSegments && !playback.sourceEmbedsCursor &&
+        std::ranges::any_of(track.segments, zooms)) {
+        hide(state);
+    }
     state.bodyVisible = !playback.sourceEmbedsCursor;
     return state;
 }
@@ -67,22 +84,6 @@ double CursorPlaybackSupport::cursorTime(double frameTime, double duration,
         return loopedTime(time, *lastActivity, style.endLoopDurationSeconds);
     }
     return time;
-}
-
-void CursorPlaybackSupport::hideDuringZoom(CursorFrameState& cursor, double frameTime, const ZoomTrack& track,
-                                           const CursorStyle& style, bool sourceEmbedsCursor) {
-    if (!style.hideDuringZoomSegments || sourceEmbedsCursor ||
-        std::none_of(track.segments.begin(), track.segments.end(),
-                     [&](const ZoomSegment& segment) { return zoomsAt(frameTime, segment); })) {
-        return;
-    }
-    cursor.visible = false;
-    cursor.opacity = 0;
-    cursor.highlight = ClickHighlightStyle::none;
-    cursor.highlightProgress = 0;
-    cursor.highlightIntensity = 0;
-    cursor.trailPoints.clear();
-    cursor.trailOpacities.clear();
 }
 
 } // namespace tavrin

@@ -37,13 +37,6 @@ struct CursorPlaybackSupport {
     /// @param lastActivity  what `lastActivityTime` says of the events
     [[nodiscard]] static double cursorTime(double frameTime, double duration,
                                            std::optional<double> lastActivity, const CursorStyle& style);
-
-    /// Takes away body, highlight and trail of the cursor during zooms, if the style asks for it.
-    ///
-    /// @param frameTime           the frame's own time, not the cursor's
-    /// @param sourceEmbedsCursor  the recording shows a cursor of its own: nothing is hidden then
-    static void hideDuringZoom(CursorFrameState& cursor, double frameTime, const ZoomTrack& track,
-                               const CursorStyle& style, bool sourceEmbedsCursor);
 };
 
 } // namespace tavrin

@@ -202,10 +202,6 @@ TextBlock::~TextBlock() = default;
 TextBlock::TextBlock(TextBlock&&) noexcept = default;
 TextBlock& TextBlock::operator=(TextBlock&&) noexcept = default;
 
-int TextBlock::lineCount() const {
-    return int(implementation_->lines.size());
-}
-
 void TextBlock::draw(Raster& raster, const Rect& rect, const Color& color) const {
     if (rect.isEmpty() || !rect.origin().isFinite() || !std::isfinite(rect.width * rect.height)) {
         return;

@@ -65,8 +65,6 @@ public:
     TextBlock(TextBlock&&) noexcept;
     TextBlock& operator=(TextBlock&&) noexcept;
 
-    [[nodiscard]] int lineCount() const;
-
     /// Draws the lines from the top of the rectangle downward, as many as it holds whole, and at least the
     /// first; nothing beyond its edges.
     /// @param rect  in the raster's coordinates, as wide as the column

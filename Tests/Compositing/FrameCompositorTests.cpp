@@ -116,15 +116,6 @@ TEST(FrameCompositor, WhoDrawsTheCursor) {
     EXPECT_EQ(middle(1), bare);
 }
 
-TEST(FrameCompositor, OutputHasItsOwnShape) {
-    auto in = inputs();
-    in.timeline.cursorTrack.style.hideWhenIdle = true;
-    in.outputSize = {90, 160};
-    const Image frame = FrameCompositor(in).compose(0, test::placeColouredPicture(size));
-    ASSERT_EQ(frame.extent(), (Rect{0, 0, 90, 160}));
-    EXPECT_TRUE(FrameCompositor(in).compose(0, Image()).isEmpty()) << "no picture is no failure";
-}
-
 TEST(FrameCompositor, FramesAreTheSameFromAnyThreadInAnyOrder) {
     auto in = inputs(moves({{0, {0.2, 0.2}}, {1, {0.4, 0.6}}, {2, {0.8, 0.3}}}));
     in.timeline.framingTrack.style.padding = 20;

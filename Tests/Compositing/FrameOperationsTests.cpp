@@ -22,20 +22,6 @@ Vec2 place(const PixelBuffer& picture, int x, int y) {
     return {p[0] * 255.0 / 255, p[1] * 127.0 / 255};
 }
 
-TEST(FrameOperations, CameraFocusIsAPointOfTheExtent) {
-    const Rect extent{10, 20, 200, 100};
-    const struct {
-        Vec2 center;
-        Vec2 expected;
-    } cases[] = {
-        {{0.5, 0.25}, {110, 45}}, {{1, 1}, {210, 120}},    {{1, 1.0001}, {10, 20}},    {{150, 60}, {150, 60}},
-        {{-5, 500}, {10, 120}},   {{nan, 0.5}, {110, 70}}, {{infinity, 0}, {110, 70}},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(resolvedCameraFocus(c.center, extent), c.expected) << c.center.x << ", " << c.center.y;
-    }
-}
-
 TEST(FrameOperations, CameraKeepsTheFocusStillAndTheExtent) {
     const Image image = sample();
     const Image zoomed = applyCamera(image, {{0.25, 0.75}, 4});
@@ -111,25 +97,6 @@ TEST(FrameOperations, OutputIsCentreCroppedNeverLetterboxed) {
     const Image moved = sample().translated(-40, 7);
     EXPECT_NEAR(place(test::rendered(renderToOutput(moved, {0, 0, 256, 128}), {0, 0, 256, 128}), 50, 60).x,
                 50, 1);
-}
-
-TEST(FrameOperations, BlurStaysOpaqueAtTheEdges) {
-    const Rect extent{0, 0, 40, 30};
-    const Image image = applyGaussianBlur(Image::color({0.8, 0.4, 0.2, 1}).cropped(extent), 6);
-    EXPECT_EQ(image.extent(), extent);
-    EXPECT_EQ(test::pixel(image, 0, 0), (std::array{204, 102, 51, 255}));
-}
-
-TEST(FrameOperations, OpacityScalesAllChannels) {
-    const Rect extent{0, 0, 4, 4};
-    const Image image = Image::color({1, 0.4, 0.2, 1}).cropped(extent);
-    for (const auto& [opacity, expected] : {std::pair{0.5, std::array{128, 51, 26, 128}},
-                                            {-1.0, std::array{0, 0, 0, 0}},
-                                            {nan, std::array{0, 0, 0, 0}},
-                                            {0.999, std::array{255, 102, 51, 255}},
-                                            {7.0, std::array{255, 102, 51, 255}}}) {
-        EXPECT_EQ(test::pixel(applyingOpacity(image, opacity), 1, 1), expected) << opacity;
-    }
 }
 
 } // namespace

@@ -92,53 +92,6 @@ TEST_F(TemporalMotionBlur, OnePictureWithOneCameraIsOneTerm) {
     EXPECT_EQ(termsAt(1.2), std::pair(false, true));
 }
 
-/// Without a picture to sample the frame's own one is seen through the camera of each nominal instant.
-TEST_F(TemporalMotionBlur, UnreadableSamplesShowTheFrameThroughEveryCamera) {
-    const TimelineTimeMapper mapper(2, {{.startTime = 0, .endTime = 2, .speed = PlaybackSpeed::x05}});
-    zoomTrack_.add({.startTime = 0, .endTime = 2, .focus = {0.3, 0.4}, .scale = 2});
-    const Image source = Image::pixels(test::greyPicture(7));
-    const MediaAsset asset = movie(test::evenTimes(3, 30), 2);
-    std::filesystem::remove(asset.path());
-    const TemporalFrameSampler unreadable(asset, {TemporalFrameQuantizer::make(4, 60), false});
-    for (const TemporalFrameSampler* sampler :
-         std::array<const TemporalFrameSampler*, 2>{&unreadable, nullptr}) {
-        std::vector<WeightedImage> terms;
-        const double time = 0.3;
-        for (int k = 0; k < 16; ++k) {
-            const double instant = time + 0.65 / 30 * (k / 15.0 - 0.5);
-            terms.push_back({applyCamera(source, cameraAnimator_.transform(instant / 2, zoomTrack_))});
-        }
-        const Rect extent = source.extent();
-        const auto expected = renderReference(Image::mean(terms), extent);
-        const auto drawn = renderReference(blurred(source, time, sampler, mapper), extent);
-        for (std::size_t i = 0; i < drawn.size(); ++i) {
-            ASSERT_NEAR(drawn[i][0], expected[i][0], 1e-3);
-        }
-    }
-}
-
-TEST_F(TemporalMotionBlur, SamplesOfOtherSizesFillTheFrame) {
-    const Image sample = test::placeColouredPicture({64, 48});
-    const struct {
-        const char* name;
-        Rect target;
-        bool isUnusable;
-        int redAtLeft; // of the target's first pixel
-    } cases[] = {{"in place", {0, 0, 64, 48}, false, 2},
-                 {"elsewhere", {7, -3, 64, 48}, false, 2},
-                 {"twice as large", {0, 0, 128, 96}, false, 1},
-                 {"wider: height is cut", {10, 0, 64, 24}, true, 2},
-                 {"narrower: width is cut", {0, 0, 32, 48}, true, 66}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        const Image aligned = alignedTemporalSample(sample, c.target);
-        EXPECT_EQ(aligned.extent(), c.target);
-        EXPECT_NEAR(test::pixel(aligned, c.target.x, c.target.y + 5)[0], c.redAtLeft, 2);
-        EXPECT_EQ(requiresCenterFrameReuse(sample.extent(), c.target), c.isUnusable);
-    }
-    EXPECT_TRUE(requiresCenterFrameReuse({0, 0, 64, 0.1}, {0, 0, 64, 0.1}));
-}
-
 /// A take of 60 pictures a second in which a window is dragged, finished at 30: the window smears, the rest
 /// of the screen stays as sharp as it is.
 TEST_F(TemporalMotionBlur, MovingWindowsSmear) {

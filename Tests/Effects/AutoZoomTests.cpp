@@ -1,5 +1,4 @@
 #include <array>
-#include <limits>
 #include <tuple>
 
 #include <gtest/gtest.h>
@@ -46,12 +45,6 @@ TEST(AutoZoomGenerator, ClustersByTheGapToTheLastClick) {
             EXPECT_EQ(zooms[i].transitionStyle, ZoomTransitionStyle::smooth);
         }
     }
-}
-
-TEST(AutoZoomGenerator, AConfigurationIsMovedIntoItsRange) {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    EXPECT_EQ(AutoZoomConfig(0, -1, -1, 0.5), AutoZoomConfig(0.05, 0, 0, 1));
-    EXPECT_EQ(AutoZoomConfig(nan, nan, nan, nan), AutoZoomConfig(0.05, 0, 0, 1));
 }
 
 ZoomSegment zoom(double start, double end, Vec2 focus) {

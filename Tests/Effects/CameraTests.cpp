@@ -78,15 +78,6 @@ TEST(CameraAnimator, OfOverlappingZoomsTheStrongestSetsTheScaleAndWeightTheFocus
     EXPECT_NEAR(camera.center.y, 0.5, 1e-12);
 }
 
-TEST(CameraAnimator, SettingsAreMovedIntoTheirRange) {
-    const auto scaleAt = [](const CameraAnimator::Settings& settings, double time, double duration) {
-        return CameraAnimator(settings).transform(time, ZoomTrack{{zoom(0, duration, 2)}}).scale;
-    };
-    EXPECT_NEAR(scaleAt({3, -1}, 2.25, 10), 1.5, 1e-9);    // half-way into 0.45 of the segment
-    EXPECT_NEAR(scaleAt({-1, -1}, 0.25, 10), 1.5, 1e-9);   // into 0.05 of it
-    EXPECT_NEAR(scaleAt({-1, -1}, 0.005, 0.1), 1.5, 1e-9); // into a hundredth of a second
-}
-
 TEST(ReframingEngine, NarrowerExportsZoomLessAndKeepTheFocusOffTheEdges) {
     struct Case {
         const char* what;

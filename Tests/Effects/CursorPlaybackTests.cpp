@@ -5,7 +5,6 @@
 
 #include "TavrinKit/Effects/CursorPlaybackSupport.h"
 #include "TavrinKit/Project/EventTimeline.h"
-#include "TavrinKit/Project/ZoomTrack.h"
 
 namespace tavrin {
 namespace {
@@ -61,53 +60,6 @@ TEST(CursorPlayback, ActivityEndsWithTheLaterOfMouseAndState) {
     EXPECT_EQ(CursorPlaybackSupport::lastActivityTime(EventTimeline({mouse})), 3);
     EXPECT_EQ(CursorPlaybackSupport::lastActivityTime(EventTimeline({mouse}, {}, {state(2)})), 3);
     EXPECT_EQ(CursorPlaybackSupport::lastActivityTime(EventTimeline({mouse}, {}, {state(4)})), 4);
-}
-
-TEST(CursorPlayback, HidesDuringZooms) {
-    struct Case {
-        const char* what;
-        double time;
-        bool hidden;
-        bool styleAsks = true;
-        bool embedded = false;
-        double scale = 1.5;
-        bool enabled = true;
-    };
-    for (const Case& c : {
-             Case{.what = "at the start", .time = 2, .hidden = true},
-             Case{.what = "at the end", .time = 4, .hidden = true},
-             Case{.what = "after", .time = 4.001, .hidden = false},
-             Case{.what = "not asked for", .time = 3, .hidden = false, .styleAsks = false},
-             Case{.what = "embedded", .time = 3, .hidden = false, .embedded = true},
-             Case{.what = "hardly a zoom", .time = 3, .hidden = false, .scale = 1.0001},
-             Case{.what = "disabled", .time = 3, .hidden = false, .enabled = false},
-         }) {
-        CursorFrameState before;
-        before.position = before.highlightPosition = {0.3, 0.4};
-        before.highlight = ClickHighlightStyle::halo;
-        before.highlightProgress = before.highlightIntensity = 0.5;
-        before.glyph = CursorGlyphKind::iBeam;
-        before.trailPoints = {{0.1, 0.1}, {0.3, 0.4}};
-        before.trailOpacities = {0.2, 1};
-        const ZoomTrack track{
-            {ZoomSegment{.startTime = 2, .endTime = 4, .scale = c.scale, .enabled = c.enabled}}};
-        CursorStyle style;
-        style.hideDuringZoomSegments = c.styleAsks;
-
-        CursorFrameState after = before;
-        CursorPlaybackSupport::hideDuringZoom(after, c.time, track, style, c.embedded);
-        if (!c.hidden) {
-            EXPECT_EQ(after, before) << c.what;
-            continue;
-        }
-        CursorFrameState expected = before;
-        expected.visible = false;
-        expected.opacity = expected.highlightProgress = expected.highlightIntensity = 0;
-        expected.highlight = ClickHighlightStyle::none;
-        expected.trailPoints = {};
-        expected.trailOpacities = {};
-        EXPECT_EQ(after, expected) << c.what;
-    }
 }
 
 } // namespace

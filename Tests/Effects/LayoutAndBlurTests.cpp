@@ -9,7 +9,6 @@
 #include "TavrinKit/Effects/MotionBlurEngine.h"
 #include "TavrinKit/Project/CameraPiPStyle.h"
 #include "TavrinKit/Project/MotionBlurStyle.h"
-#include "TavrinKit/Support/Json.h"
 
 namespace tavrin {
 namespace {
@@ -92,7 +91,6 @@ TEST(MotionBlur, OffsetsStraddleTheFrameEvenly) {
     for (std::size_t i = 1; i < 16; ++i) {
         EXPECT_NEAR(plan.temporalOffsets[i] - plan.temporalOffsets[i - 1], 1.0 / 120 / 15, 1e-15);
     }
-    EXPECT_EQ(decodeDocument<MotionBlurPlan>(encodeDocument(plan)), plan);
 }
 
 TEST(MotionBlur, ShutterAndRateAreHeldToWhatACameraCould) {
@@ -110,18 +108,6 @@ TEST(MotionBlur, ShutterAndRateAreHeldToWhatACameraCould) {
         ASSERT_EQ(plan.temporalOffsets.size(), 4U);
         EXPECT_DOUBLE_EQ(plan.temporalOffsets[3] - plan.temporalOffsets[0], exposure) << frameRate;
     }
-}
-
-TEST(MotionBlur, SampleTimesStayInTheMovie) {
-    MotionBlurPlan plan;
-    plan.temporalOffsets = {-0.5, 0, 0.5};
-    const std::tuple<double, double, MotionBlurTimes> cases[] = {
-        {0, 10, {0, 0, 0.5}},      {9.75, 10, {9.25, 9.75, 10}}, {-3, 10, {0, 0, 0.5}},
-        {20, 0, {19.5, 20, 20.5}}, {nan, 10, {0, 0, 0.5}},       {0, nan, {0, 0, 0.5}}};
-    for (const auto& [center, duration, expected] : cases) {
-        EXPECT_EQ(MotionBlurEngine::sampleTimes(center, duration, plan), expected) << center;
-    }
-    EXPECT_EQ(MotionBlurEngine::sampleTimes(3, 10, {}), MotionBlurTimes{3});
 }
 
 TEST(FrameTimes, CountsTheFramesThatStartBeforeTheEnd) {
