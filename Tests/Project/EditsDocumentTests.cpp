@@ -28,14 +28,10 @@ TEST(EditsDocumentTests, comesBackWholeUnderTheNamesThatFilesHold) {
         encode(json, decodeDocument<BackgroundStyle>(background));
         EXPECT_EQ(json, parseJson(background));
     }
-    encode(json, ExportSettingsMetadata());
-    EXPECT_EQ(json, Json::object());
-    encode(json, ZoomSegment().mode);
+    encode(json, ZoomMode::automatic);
     EXPECT_EQ(json, "auto");
     const auto empty = decodeDocument<EditsDocument>("{}");
     EXPECT_EQ(empty, EditsDocument());
-    EXPECT_THAT(empty.audioRouting.preferredRoles,
-                testing::ElementsAre(AudioTrackRole::microphone, AudioTrackRole::system));
     EXPECT_EQ(decodeDocument<TimelineModel>(R"({"cursorTrack":{"style":{}}})"), TimelineModel());
 }
 
@@ -110,7 +106,6 @@ TEST(RecordTests, normalizingHoldsEveryValueInItsRange) {
     EXPECT_EQ((ClipTimeRange{infinity, 3}.normalized()), (ClipTimeRange{0, 3}));
     EXPECT_EQ((ClipTimeRange{4, 3}.normalized()), (ClipTimeRange{4, 4}));
     EXPECT_EQ((ClipTimeRange{4, infinity}.normalized()), (ClipTimeRange{4, 4}));
-    EXPECT_EQ(MotionBlurStyle{nan}.normalized().intensity, 0);
     EXPECT_EQ((WatermarkStyle{.text = " \n a b\t", .imagePath = "  ", .opacity = 7}.normalized()),
               (WatermarkStyle{.text = "a b", .imagePath = "", .opacity = 1}));
     const AnnotationRegion region = AnnotationRegion{.startTime = -3,

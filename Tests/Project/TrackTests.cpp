@@ -126,12 +126,10 @@ TEST(TimelineTimeMapperTests, goesThereAndBack) {
             EXPECT_NEAR(mapper.sourceTime(edited), source, 1e-12);
         }
         EXPECT_EQ(mapper.editedTime(-1), 0);
-        EXPECT_NEAR(mapper.editedTime(duration + 1), editedDuration, 1e-12);
         EXPECT_NEAR(mapper.sourceTime(editedDuration + 1), duration, 1e-12);
     }
     for (const double none : {-1.0, nan, std::numeric_limits<double>::infinity()}) {
         const TimelineTimeMapper mapper(none, {region(0, 1, x2)});
-        EXPECT_TRUE(mapper.segments().empty());
         EXPECT_EQ(mapper.editedTime(5), 0);
         EXPECT_EQ(mapper.sourceTime(5), 0);
     }
