@@ -19,7 +19,8 @@ JsonReader::Source inPieces(std::string_view text, std::size_t size) {
 }
 
 const std::string document =
-    R"({"s1": "plain text that is longer than eight", "s2": "\u00e9\ud83d\ude00\n\\\"\/",
+    R"({"s1": "plain text that is longer than a block of sixty-four, and by so much that most of it is read)"
+    R"( in blocks, whatever is put into it, in front of it or behind it", "s2": "\u00e9\ud83d\ude00\n\\\"\/",
   "s3": "é😀 ߿ࠀ￿", "s4": "", "skey\u0041": "escaped key", "n1": -0.5e-3, "n2": 12345678901234567890,
   "n3": 1e-400, "n4": 0, "b1": true, "b2" : false, "a1": [], "a2": [1, null,2.25 ], "x": {"y": [[{}], "z", null]}} )";
 
