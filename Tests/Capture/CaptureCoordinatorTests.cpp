@@ -55,8 +55,8 @@ protected:
         writeFileAtomically(folder / name, contents);
         return folder / name;
     }
-    CaptureCoordinator coordinatorOver(std::shared_ptr<ScreenStreamCapture> over) {
-        return {std::move(over), recorder, 0.1, 0.1};
+    CaptureCoordinator coordinatorOver(std::shared_ptr<ScreenStreamCapture> over, double patience = 20) {
+        return {std::move(over), recorder, patience, patience};
     }
     ProjectPackage record() {
         auto coordinator = coordinatorOver(capture);
@@ -157,7 +157,7 @@ TEST_F(CaptureCoordinatorTest, AFailedStartIsCancelledAndLeavesNothing) {
 }
 
 TEST_F(CaptureCoordinatorTest, AHangingStartTimesOutAlthoughItsCancelHangsToo) {
-    auto coordinator = coordinatorOver(capture);
+    auto coordinator = coordinatorOver(capture, 0.1);
     const auto gate = std::make_shared<Gate>();
     const auto sawStop = std::make_shared<std::atomic<bool>>(false);
     capture->onStart = [gate, sawStop](const std::stop_token& stop) {
@@ -183,7 +183,7 @@ TEST_F(CaptureCoordinatorTest, AHangingStartTimesOutAlthoughItsCancelHangsToo) {
 }
 
 TEST_F(CaptureCoordinatorTest, AStopThatFailsOrHangsEndsTheTake) {
-    auto coordinator = coordinatorOver(capture);
+    auto coordinator = coordinatorOver(capture, 0.5);
     const auto gate = std::make_shared<Gate>();
     const auto stop = [&] {
         static_cast<void>(coordinator.stopRecording({}));

@@ -1,10 +1,11 @@
 #include "CaptureFixtures.h"
 
 #include <algorithm>
-#include <cstring>
 #include <random>
 
+#include "Fixtures/Movies/Movies.h"
 #include "TavrinKit/Media/VideoReader.h"
+
 namespace tavrin::test {
 
 void Gate::open() {
@@ -19,14 +20,7 @@ void Gate::wait() {
 }
 
 PixelBuffer greyPicture(PixelSize size, int luma) {
-    PixelBuffer picture = PixelBuffer::allocate(PixelFormat::i420, size);
-    for (int index = 0; index < picture.planeCount(); ++index) {
-        for (int y = 0; y < picture.plane(index).height; ++y) {
-            std::memset(picture.row(index, y), index == 0 ? luma : 128,
-                        std::size_t(picture.plane(index).width));
-        }
-    }
-    return picture;
+    return flat(size, luma, 128, 128);
 }
 
 PixelBuffer noisePicture(PixelSize size, std::uint32_t seed) {

@@ -1,12 +1,5 @@
-#include <cstdlib>
-#include <limits>
-#include <string>
-#include <utility>
-
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include "CaptureFixtures.h"
 #include "TavrinKit/Capture/CaptureTypes.h"
 
 namespace tavrin {
@@ -28,27 +21,6 @@ TEST(CaptureOptionsJson, HasTheStoredForm) {
     Json json;
     encode(json, options);
     EXPECT_EQ(json, stored);
-}
-
-TEST(CaptureOptionsJson, FillsInWhatIsMissing) {
-    const auto options = decodeDocument<CaptureOptions>(R"({"target":{"display":{"displayID":"5"}}})");
-    CaptureOptions expected;
-    expected.target = RecordingTarget::display("5");
-    expected.applicationExclusionRule = CaptureApplicationExclusionRule::currentProcess();
-    EXPECT_EQ(options, expected);
-    EXPECT_TRUE(options.camera.allowFailureFallbackToScreenOnly);
-    EXPECT_TRUE(options.applicationExclusionRule.processIdentifiers.contains(getpid()));
-}
-
-TEST(ExclusionRule, NamesTheDesktopEntryOnlyOfThisProcess) {
-    setenv("GIO_LAUNCHED_DESKTOP_FILE", "/usr/share/applications/org.tavrin.Tavrin.desktop", 1);
-    setenv("GIO_LAUNCHED_DESKTOP_FILE_PID", "1", 1);
-    EXPECT_TRUE(CaptureApplicationExclusionRule::currentProcess().bundleIdentifiers.empty());
-    setenv("GIO_LAUNCHED_DESKTOP_FILE_PID", std::to_string(getpid()).c_str(), 1);
-    EXPECT_TRUE(
-        CaptureApplicationExclusionRule::currentProcess().bundleIdentifiers.contains("org.tavrin.Tavrin"));
-    unsetenv("GIO_LAUNCHED_DESKTOP_FILE");
-    unsetenv("GIO_LAUNCHED_DESKTOP_FILE_PID");
 }
 
 } // namespace

@@ -140,8 +140,8 @@ TEST_F(CameraTests, everyKindOfDeviceIsRecordedWithTheTimesOfItsPictures) {
 }
 
 TEST_F(CameraTests, theMovieIsCutToTheTakeAndOutlivesTheDevice) {
-    V4L2CameraCapture& recorder = capture(
-        std::vector<CaptureDevice>{{"lavfi:testsrc2=size=320x240:rate=30:duration=1.5", "Synthetic"}});
+    V4L2CameraCapture& recorder =
+        capture(std::vector<CaptureDevice>{{"lavfi:testsrc2=size=320x240:rate=30", "Synthetic"}});
     recorder.start(options, {});
     const double zero = HostClock::now() - 0.02;
     recorder.setTimeZero(zero);
@@ -154,15 +154,6 @@ TEST_F(CameraTests, theMovieIsCutToTheTakeAndOutlivesTheDevice) {
     EXPECT_EQ(whole.endedAt, end);
     EXPECT_NEAR(probeMedia(movie()).duration, end - zero, 0.001);
     EXPECT_THAT(recorder.warnings(), testing::IsEmpty());
-
-    recorder.start(options, {}); // and again, until it is pulled out
-    EXPECT_TRUE(eventually([&] { return !recorder.warnings().empty(); }));
-    const double present = HostClock::now();
-    const CameraCaptureTrackResult cut = recorder.stop({});
-    EXPECT_GE(cut.endedAt, present - 0.05);
-    EXPECT_LE(cut.endedAt, HostClock::now());
-    EXPECT_NEAR(probeMedia(cut.mediaURL).duration, 1.5, 0.05);
-    EXPECT_THAT(recorder.warnings(), testing::ElementsAre("camera_disconnected"));
 
     const FakeCamera camera({.modes = {{V4L2_PIX_FMT_YUYV}}, .picturesToLive = 12});
     V4L2CameraCapture& unplugged = capture(camera);
@@ -184,7 +175,6 @@ TEST_F(CameraTests, aCameraThatDoesNotStartSaysWhyAndLeavesNothing) {
     EXPECT_TRUE(std::filesystem::exists(movie()));
     EXPECT_EQ(started(capture({{"/dev/nowhere", "Old Camera"}})),
               CameraCaptureErrorKind::recordingStartFailed);
-    EXPECT_EQ(started(capture({{"lavfi:nonsense", ""}})), CameraCaptureErrorKind::recordingStartFailed);
     {
         const FakeCamera camera({.modes = {{V4L2_PIX_FMT_GREY}}});
         EXPECT_EQ(started(capture(camera)), CameraCaptureErrorKind::unableToAddInput);

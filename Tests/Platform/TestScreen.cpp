@@ -26,10 +26,6 @@ const std::string& sharedDisplay() {
     return display.name();
 }
 
-void sync(const X11Connection& connection) {
-    std::free(xcb_get_input_focus_reply(connection.xcb(), xcb_get_input_focus(connection.xcb()), nullptr));
-}
-
 std::uint32_t createWindow(const X11Connection& connection, const X11Rect& area, std::uint32_t mask,
                            const std::uint32_t* values) {
     const std::uint32_t window = xcb_generate_id(connection.xcb());
@@ -57,7 +53,7 @@ void placeWindow(const X11Connection& connection, std::uint32_t window, const X1
                          XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
                              XCB_CONFIG_WINDOW_HEIGHT,
                          place);
-    sync(connection);
+    connection.sync();
 }
 
 void usePointer(const X11Connection& connection, int hotSpotX, int hotSpotY, bool isVisible) {
@@ -73,7 +69,7 @@ void usePointer(const X11Connection& connection, int hotSpotX, int hotSpotY, boo
     xcb_create_cursor(xcb, cursor, shape, mask, 0xffff, 0xffff, 0xffff, 0, 0, 0, std::uint16_t(hotSpotX),
                       std::uint16_t(hotSpotY));
     xcb_change_window_attributes(xcb, connection.root(), XCB_CW_CURSOR, &cursor);
-    sync(connection);
+    connection.sync();
 }
 
 PixelBuffer noise(const X11Rect& area, std::uint32_t seed, std::uint32_t channels) {
@@ -142,27 +138,27 @@ NoiseWindow::NoiseWindow(const X11Connection& connection, const X11Rect& area, c
 void NoiseWindow::raise() const {
     const std::uint32_t above = XCB_STACK_MODE_ABOVE;
     xcb_configure_window(connection_.xcb(), id_, XCB_CONFIG_WINDOW_STACK_MODE, &above);
-    sync(connection_);
+    connection_.sync();
 }
 
 void NoiseWindow::map() const {
     xcb_map_window(connection_.xcb(), id_);
-    sync(connection_);
+    connection_.sync();
 }
 
 void NoiseWindow::unmap() const {
     xcb_unmap_window(connection_.xcb(), id_);
-    sync(connection_);
+    connection_.sync();
 }
 
 void NoiseWindow::destroy() const {
     xcb_destroy_window(connection_.xcb(), id_);
-    sync(connection_);
+    connection_.sync();
 }
 
 void NoiseWindow::fill(const X11Rect& area, std::uint32_t color) const {
     fillRectangle(connection_, id_, area, color);
-    sync(connection_);
+    connection_.sync();
 }
 
 Canvas::Canvas(const std::string& displayName, X11Rect screen)
@@ -270,7 +266,7 @@ RestlessSpot::RestlessSpot(const std::string& displayName)
           const X11Connection connection(displayName);
           for (std::uint32_t i = 0; !stop.stop_requested(); ++i) {
               fillRectangle(connection, connection.root(), {600, 100, 50, 50}, i * 7919 & 0xffffff);
-              sync(connection);
+              connection.sync();
           }
       }) {}
 

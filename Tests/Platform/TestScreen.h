@@ -35,9 +35,6 @@ VirtualDisplay::Settings twoMonitors();
 /// The one server that the tests of this program share.
 const std::string& sharedDisplay();
 
-/// Returns when the server has done all that it was asked for.
-void sync(const X11Connection& connection);
-
 /// A window of the root window, which isn't shown yet.
 /// @param values  of the attributes in `mask`
 std::uint32_t createWindow(const X11Connection& connection, const X11Rect& area, std::uint32_t mask = 0,
@@ -92,7 +89,7 @@ public:
 
     void fill(const X11Rect& area, std::uint32_t color);
     void fillNoise(const X11Rect& area, std::uint32_t seed);
-    void sync() const { test::sync(connection_); }
+    void sync() const { connection_.sync(); }
 
     /// What a capture of the area must look like: bgra8.
     [[nodiscard]] PixelBuffer picture(const X11Rect& area) const;

@@ -93,7 +93,7 @@ private:
         std::uint32_t window = 0;
         for (Order order; ::read(orders, &order, sizeof order) == ssize_t(sizeof order);) {
             order.deed(connection, window, order.area);
-            sync(connection);
+            connection.sync();
             if (::write(reports, &window, sizeof window) != ssize_t(sizeof window)) {
                 return;
             }
@@ -131,7 +131,7 @@ struct Scene {
         const xcb_rectangle_t shape[] = {{0, 0, 220, 40}, {60, 40, 100, 190}};
         xcb_shape_rectangles(connection.xcb(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING,
                              XCB_CLIP_ORDERING_UNSORTED, upper.id(), 0, 0, 2, shape);
-        sync(connection);
+        connection.sync();
     }
 
     /// A window without a background: where its owner hasn't painted, it shows what was seen there before.
@@ -139,7 +139,7 @@ struct Scene {
         const std::uint32_t events = XCB_EVENT_MASK_EXPOSURE;
         const std::uint32_t window = createWindow(connection, area, XCB_CW_EVENT_MASK, &events);
         xcb_map_window(connection.xcb(), window);
-        sync(connection);
+        connection.sync();
         return window;
     }
     /// @return whether the server asked for something to be painted
@@ -302,11 +302,11 @@ TEST_F(X11ExclusionTests, aWindowInAFrameBelongsToItsApplicationAndOneElsewhereC
                         normalState);
     xcb_map_window(scene.connection.xcb(), window);
     xcb_map_window(scene.connection.xcb(), frame);
-    sync(scene.connection);
+    scene.connection.sync();
     output->waitForQuiet();
     const VideoSample beneath = output->last();
     xcb_unmap_window(scene.connection.xcb(), frame);
-    sync(scene.connection);
+    scene.connection.sync();
     EXPECT_LE(worstDifference(beneath.pixels, scene.screen(recorded)), 1);
     EXPECT_EQ(output->betrayals, 0);
 }

@@ -340,7 +340,7 @@ TEST(X11ShareableContentTests, listsMonitorsWindowsAndTheirApplications) {
                {connection.atom("_NET_WM_WINDOW_TYPE_DESKTOP")});
     xcb_map_window(connection.xcb(), shown);
     xcb_map_window(connection.xcb(), desktop);
-    sync(connection);
+    connection.sync();
 
     X11CaptureBackend backend(display.name());
     const ShareableContent content = backend.shareableContent(true, true);
@@ -364,7 +364,7 @@ TEST(X11ShareableContentTests, listsMonitorsWindowsAndTheirApplications) {
     setNumbers(shown, "_NET_WM_STATE", XCB_ATOM_ATOM, {connection.atom("_NET_WM_STATE_HIDDEN")});
     xcb_delete_property(connection.xcb(), shown, connection.atom("_NET_WM_NAME"));
     setText(shown, "WM_NAME", XCB_ATOM_STRING, "K\xe4se");
-    sync(connection);
+    connection.sync();
     const ShareableContent managed = backend.shareableContent(false, false);
     ASSERT_EQ(managed.windows.size(), 2U);
     EXPECT_EQ(managed.windows[0].windowID, desktop);

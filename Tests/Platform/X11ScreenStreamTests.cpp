@@ -28,24 +28,6 @@ std::uint64_t fingerprint(const PixelBuffer& picture) {
     return hash;
 }
 
-TEST(X11ScreenStreamTests, croppedAndCutOutPicturesStartAtTheirTopLeft) {
-    Canvas canvas(sharedDisplay());
-    canvas.fillNoise({0, 0, screenWidth, screenHeight}, 2);
-    canvas.sync();
-    const auto [output, stream] =
-        startStream(sharedDisplay(), "LEFT", false, [](auto&, StreamConfiguration& c) {
-            c.sourceRect = Rect{101, 33, 300, 1000}; // reaches below the monitor
-            c.width = 200;
-            c.height = 100;
-        });
-    EXPECT_LE(worstDifference(output->last().pixels, canvas.picture({101, 183, 200, 100})), 1);
-    canvas.fillNoise({0, 0, screenWidth, screenHeight}, 3);
-    canvas.sync();
-    ASSERT_TRUE(output->waitForCount(2));
-    output->waitForQuiet();
-    EXPECT_LE(worstDifference(output->last().pixels, canvas.picture({101, 183, 200, 100})), 1);
-}
-
 // Each picture is made of the one before it and of what has changed; some stay with the consumer for long.
 TEST(X11ScreenStreamTests, manySmallChangesAddUpToTheScreenAndLeaveHeldPicturesAlone) {
     Canvas canvas(sharedDisplay());
