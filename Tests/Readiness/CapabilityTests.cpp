@@ -65,14 +65,11 @@ TEST(CapabilityTests, aDiskIsFoundThroughTheNearestParentThatExists) {
     }
     EXPECT_EQ(service.diskCapacity("/proc/self").status, DiskCapacityStatus::unknown); // has no size
 
-    for (const auto& unreadable : {std::string(), (folder / std::string(300, 'x')).string()}) {
-        testing::internal::CaptureStderr();
-        EXPECT_EQ(service.diskCapacity(unreadable), (DiskCapacityCheck{std::nullopt, 5LL << 30, 2LL << 30}));
-        EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                    testing::MatchesRegex("\\[TavrinKit.SystemCapabilityService\\] "
-                                          "diskCapacity.resourceValues error=.* rootPath=" +
-                                          unreadable + " stack=.*\n"));
-    }
+    const std::string unreadable(300, 'x');
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(service.diskCapacity(unreadable), (DiskCapacityCheck{std::nullopt, 5LL << 30, 2LL << 30}));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::HasSubstr("diskCapacity.resourceValues error="));
 }
 
 class ScriptedDevices : public CaptureDeviceCataloging {
@@ -93,10 +90,7 @@ TEST(CapabilityTests, devicesAreSortedAndThoseThatCannotBeListedCountAsNone) {
               (MicrophoneCapabilitySnapshot{true, 3, {"Builtin", "Webcam", "Webcam"}}));
     EXPECT_EQ(service.cameraCapabilities(), CameraCapabilitySnapshot());
     devices->isBroken = true;
-    testing::internal::CaptureStderr();
     EXPECT_EQ(service.microphoneCapabilities(), MicrophoneCapabilitySnapshot());
-    EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                testing::HasSubstr("microphoneCapabilities.devices error=tavrin::Error: No server."));
 }
 
 } // namespace
