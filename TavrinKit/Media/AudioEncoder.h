@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <span>
-#include <vector>
 
 #include "TavrinKit/Media/FFmpeg.h"
 #include "TavrinKit/Media/MediaError.h"

@@ -16,7 +16,7 @@ namespace tavrin {
 /// Places that grow are read through without seeking. One thread at a time.
 class AudioFollower {
 public:
-    /// @throws as AudioReader
+    /// As an AudioReader.
     AudioFollower(const std::filesystem::path& path, int track, int sampleRate, int channels);
 
     /// Fills `out` with the sound from a frame on; silence stands before the movie's start and behind the

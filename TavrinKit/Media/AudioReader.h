@@ -15,8 +15,10 @@ namespace tavrin {
 /// One thread at a time.
 class AudioReader {
 public:
-    /// @param track  index among the audio tracks
-    /// @throws MediaError, FileError
+    /// @param track       index among the audio tracks
+    /// @param sampleRate  1000...768000
+    /// @param channels    1...64
+    /// @throws MediaError; FileError when the system can't read the file
     AudioReader(const std::filesystem::path& path, int track, int sampleRate, int channels);
     ~AudioReader();
     AudioReader(const AudioReader&) = delete;

@@ -9,7 +9,7 @@
 
 namespace tavrin {
 
-/// What a movie says of its video track.
+/// What a movie says of a video track.
 struct VideoTrackInfo {
     PixelSize naturalSize;
     PixelSize displaySize;       ///< with the track's rotation and sample aspect applied
@@ -18,9 +18,8 @@ struct VideoTrackInfo {
     std::int64_t frameCount = 0; ///< 0 when the container doesn't say
 };
 
+/// What it says of a sound track.
 struct AudioTrackInfo {
-    int sampleRate = 0;
-    int channels = 0;
     double duration = 0; ///< seconds: where the track ends on the movie's clock
 };
 

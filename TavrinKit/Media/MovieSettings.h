@@ -30,30 +30,32 @@ enum class MovieContainer { quickTime, mp4 };
 ///
 /// ProRes has a quality of its own: of all fields it heeds `size`, `frameRate` and `threads`.
 struct VideoTrackSettings {
-    PixelSize size; ///< even on both axes; the writer refuses others
+    PixelSize size; ///< even on both axes, at most 16384; the writer refuses others
     VideoCodec codec = VideoCodec::h264;
     VideoProfile profile = VideoProfile::h264High;
     EncoderEffort effort = EncoderEffort::veryfast;
     std::optional<std::int64_t> averageBitRate; ///< bits per second
-    double constantQuality = 18;                ///< the encoder's CRF; used when there is no bit rate
+    double constantQuality = 18; ///< the encoder's CRF, 0...51, the finest first; used without a bit rate
     /// The finest quantiser (0...51) that a bit rate may lead to; 0: no bound. A still screen leaves so many
     /// bits over that the encoder would spend them, and the time to write them, on what nobody can see.
     int finestQuantizer = 0;
-    /// Frames per second of a constant-rate movie. Absent: frames are stamped with their own times, in
-    /// microseconds.
+    /// Frames per second of a constant-rate movie, 1...1000. Absent: frames are stamped with their own times,
+    /// in microseconds.
     std::optional<int> frameRate;
     int maximumKeyFrameInterval = 120; ///< frames
     bool lowLatency = false;           ///< no look-ahead: every picture leaves the encoder at once
     int threads = 0;                   ///< 0: as many as the encoder likes
 };
 
+/// The sound track of a movie to be written.
 struct AudioTrackSettings {
-    int sampleRate = 48000;
-    int channels = 2;
-    int bitRate = 192000; ///< bits per second; without meaning for linear PCM
+    int sampleRate = 48000; ///< 1000...768000; AAC has only some of them, at most 96000
+    int channels = 2;       ///< 1...8
+    int bitRate = 192000;   ///< bits per second; without meaning for linear PCM
     AudioCodec codec = AudioCodec::aac;
 };
 
+/// A movie to be written: with pictures, sound or both.
 struct MovieWriterSettings {
     std::filesystem::path path; ///< is replaced when the movie is complete; a crash-safe one must not exist
     MovieContainer container = MovieContainer::mp4;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 
 namespace tavrin {
@@ -29,7 +28,7 @@ public:
     /// Whether `timeOf` can be relied on to some two milliseconds, or will not get better soon.
     [[nodiscard]] bool isSettled() const;
 
-    /// Host clock. Only after a measurement.
+    /// Host clock. Only after a measurement, and after `forgetTime` only after another.
     [[nodiscard]] double timeOf(double frame) const;
 
 private:

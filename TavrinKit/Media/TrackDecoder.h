@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "TavrinKit/Media/FFmpeg.h"
 #include "TavrinKit/Media/MediaFile.h"
 

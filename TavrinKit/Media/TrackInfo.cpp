@@ -82,8 +82,7 @@ VideoTrackInfo videoTrackInfo(MediaFile& file, int track) {
 }
 
 AudioTrackInfo audioTrackInfo(MediaFile& file, int track) {
-    const AVCodecParameters& parameters = *file.stream(track).codecpar;
-    return {parameters.sample_rate, parameters.ch_layout.nb_channels, endOf(file, track)};
+    return {endOf(file, track)};
 }
 
 } // namespace tavrin

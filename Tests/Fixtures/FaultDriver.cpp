@@ -106,7 +106,8 @@ public:
                     ::kill(child_, SIGKILL);
                     return true;
                 }
-                meet(call, response);
+                response.flags = 0;
+                response.error = -plan_.error;
             }
         }
         ::ioctl(listener_, SECCOMP_IOCTL_NOTIF_SEND, &response);
@@ -116,18 +117,6 @@ public:
     [[nodiscard]] FaultedRun& run() { return run_; }
 
 private:
-    void meet(const WatchedCall& call, seccomp_notif_resp& response) const {
-        if (plan_.kind == FaultKind::fail) {
-            response.flags = 0;
-            response.error = -plan_.error;
-        } else if (call.isTransfer() && call.argument(2) > 1) {
-            const std::int64_t done = call.transfer(child_, call.argument(2) / 2);
-            response.flags = 0;
-            response.error = done < 0 ? int(done) : 0;
-            response.val = std::max<std::int64_t>(done, 0);
-        }
-    }
-
     const FaultPlan& plan_;
     const pid_t child_;
     const int listener_;

@@ -29,9 +29,8 @@ enum FileCall : unsigned {
 };
 
 enum class FaultKind {
-    fail,    ///< the call doesn't happen and gives `FaultPlan::error`
-    shorten, ///< a write or read of several bytes does half of it; anything else goes on as it is
-    kill,    ///< the process is killed before the call
+    fail, ///< the call doesn't happen and gives `FaultPlan::error`
+    kill, ///< the process is killed before the call
 };
 
 /// Which system call goes wrong, and how.

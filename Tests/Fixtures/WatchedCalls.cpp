@@ -90,10 +90,6 @@ std::string_view WatchedCall::name() const {
     return calls[index_].name;
 }
 
-bool WatchedCall::isTransfer() const {
-    return notification_.data.nr == SYS_read || notification_.data.nr == SYS_write;
-}
-
 std::string WatchedCall::subject(const std::filesystem::path& folder) const {
     const auto eitherOf = [&](const std::string& first, const std::string& second) {
         return isBelow(first, folder) ? first : second;
@@ -148,27 +144,6 @@ std::string WatchedCall::pathOf(int folder, std::size_t path) const {
     }
     const std::string base = linkTarget(folder == AT_FDCWD ? "cwd" : "fd/" + std::to_string(folder));
     return text.empty() ? base : base + "/" + text;
-}
-
-std::int64_t WatchedCall::transfer(pid_t process, std::uint64_t size) const {
-    const int handle = int(::syscall(SYS_pidfd_open, process, 0));
-    const int file = int(::syscall(SYS_pidfd_getfd, handle, int(argument(0)), 0));
-    ::close(handle);
-    std::vector<char> bytes(size);
-    const iovec local{bytes.data(), bytes.size()};
-    const iovec remote{reinterpret_cast<void*>(argument(1)), bytes.size()};
-    const auto thread = pid_t(notification_.pid);
-    ssize_t done = -1;
-    if (notification_.data.nr == SYS_read) {
-        done = ::read(file, bytes.data(), bytes.size());
-        const iovec filled{bytes.data(), std::size_t(std::max<ssize_t>(done, 0))};
-        done = done < 0 ? done : ::process_vm_writev(thread, &filled, 1, &remote, 1, 0);
-    } else if (::process_vm_readv(thread, &local, 1, &remote, 1, 0) == ssize_t(bytes.size())) {
-        done = ::write(file, bytes.data(), bytes.size());
-    }
-    const int reason = errno;
-    ::close(file);
-    return done < 0 ? -reason : done;
 }
 
 bool isBelow(const std::string& path, const std::filesystem::path& folder) {

@@ -22,17 +22,11 @@ public:
 
     [[nodiscard]] std::string_view name() const;
     [[nodiscard]] unsigned kind() const { return kind_; } ///< a `FileCall`
-    /// A read or a write of one run of bytes, which can be done in the caller's place.
-    [[nodiscard]] bool isTransfer() const;
-
     /// The file that it is about; of two the one below the folder.
     [[nodiscard]] std::string subject(const std::filesystem::path& folder) const;
 
-    /// Does a transfer of the first `size` bytes. @return how many went through, or minus an errno value
-    [[nodiscard]] std::int64_t transfer(pid_t process, std::uint64_t size) const;
-    [[nodiscard]] std::uint64_t argument(std::size_t index) const { return notification_.data.args[index]; }
-
 private:
+    [[nodiscard]] std::uint64_t argument(std::size_t index) const { return notification_.data.args[index]; }
     [[nodiscard]] std::string linkTarget(const std::string& entry) const;
     [[nodiscard]] std::string textAt(std::uint64_t address) const;
     [[nodiscard]] std::string pathOf(int folder, std::size_t path) const;

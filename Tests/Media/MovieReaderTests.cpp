@@ -170,7 +170,6 @@ TEST(MediaProbe, TellsWhatIsThere) {
     EXPECT_EQ(info.video[0].frameCount, 100);
     EXPECT_NEAR(info.video[0].nominalFrameRate, 50, 1e-6);
     EXPECT_NEAR(info.duration, 2, 1e-3);
-    EXPECT_EQ(info.audio[1].sampleRate, 44100);
     EXPECT_NEAR(info.audio[1].duration, 1, 1e-3);
     EXPECT_EQ(mediaErrorOf([&] { AudioReader(folder / "wide.mov", 2, 48000, 2); }),
               MediaErrorKind::noAudioTrack);

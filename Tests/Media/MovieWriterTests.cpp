@@ -197,28 +197,6 @@ TEST(MovieWriter, RefusesWhatItCannotEncodeAndLeavesNoFile) {
     EXPECT_THAT(folder.names(), IsEmpty());
 }
 
-TEST(MovieWriter, TimesMustIncrease) {
-    const TemporaryFolder folder;
-    for (const bool isConstant : {false, true}) {
-        MovieWriterSettings settings = smallMovie(folder / "order.mp4");
-        if (isConstant) {
-            settings.video->frameRate = 10;
-        }
-        MovieWriter writer(settings);
-        const auto refuses = [&](double time) {
-            return mediaErrorOf([&] { writer.appendVideo(numbered({128, 96}, 0), time); }).has_value();
-        };
-        EXPECT_TRUE(refuses(-0.2));
-        EXPECT_TRUE(refuses(std::nan("")));
-        EXPECT_FALSE(refuses(0.5));
-        EXPECT_TRUE(refuses(0.4));
-        EXPECT_EQ(refuses(0.52), isConstant); // the same place on the grid
-        EXPECT_FALSE(refuses(0.6));
-        writer.finish();
-        EXPECT_EQ(readAll(settings.path).size(), isConstant ? 2U : 3U);
-    }
-}
-
 TEST(MovieWriter, PicturesAroundTheEndOfAFragmentKeepTheirTimes) {
     for (const bool isFinished : {false, true}) {
         SCOPED_TRACE(isFinished);

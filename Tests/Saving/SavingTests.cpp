@@ -125,7 +125,6 @@ TEST_P(SavingTests, leavesOldOrNewWhateverCallGoesWrong) {
         {.below = folder, .kind = FaultKind::fail, .error = EIO},
         {.below = folder, .kind = FaultKind::fail, .error = EACCES},
         {.below = folder, .calls = spaceTakingCalls, .error = ENOSPC, .isLasting = true},
-        {.below = folder, .kind = FaultKind::shorten, .isLasting = true},
     };
     for (const FaultPlan& plan : plans) {
         const bool isKill = plan.kind == FaultKind::kill;

@@ -144,7 +144,6 @@ TEST_F(ExportFaultTests, NoSystemCallThatGoesWrongMakesABrokenMovieALostOneOrLit
         {.calls = readCall | writeCall | flushCall, .error = EIO, .isLasting = true},
         {.calls = spaceTakingCalls, .error = ENOSPC, .isLasting = true},
         {.calls = spaceTakingCalls, .error = ENOSPC},
-        {.kind = FaultKind::shorten, .isLasting = true},
     };
     std::size_t faults = 0;
     for (const int failures : {0, 2}) { // of the exporter: the second time the effects are baked
