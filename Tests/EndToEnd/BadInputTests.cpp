@@ -15,7 +15,6 @@
 #include "Fixtures/TemporaryFolder.h"
 #include "TavrinKit/Capture/CaptureCoordinator.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
-#include "TavrinKit/Platform/X11/X11Error.h"
 #include "TavrinKit/Support/Files.h"
 #include "TestDesktop.h"
 
@@ -53,25 +52,6 @@ std::string sentenceOfFailure(Action action) {
 }
 
 } // namespace
-
-TEST(BadInput, ADisplayThatIsNotThere) {
-    const TemporaryFolder folder;
-    EXPECT_THROW(demo::ScreenTake({.display = ":4094", .outputDirectory = folder.path()}), X11Error);
-    EXPECT_TRUE(isEmptyOrMissing(folder.path()));
-}
-
-TEST(BadInput, AFolderThatCannotBeWritten) {
-    const TemporaryFolder folder;
-    const fs::path file = folder / "file";
-    std::ofstream(file) << "in the way";
-    const VirtualDisplay display;
-    const std::ptrdiff_t threads = threadCount();
-    for (const fs::path& target : {file / "below", fs::path("/proc/tavrin")}) {
-        demo::ScreenTake take({.display = display.name(), .outputDirectory = target});
-        EXPECT_THROW(take.start(), FileError) << target;
-    }
-    EXPECT_TRUE(threadsReturnTo(threads));
-}
 
 TEST(BadInput, ADisplayThatVanishesInMidTake) {
     const TemporaryFolder folder;

@@ -20,6 +20,7 @@
 #include "Fixtures/Child.h"
 #include "Fixtures/PulseServer.h"
 #include "Fixtures/TemporaryFolder.h"
+#include "PlainWindow.h"
 #include "TavrinKit/Capture/CaptureSyncValidator.h"
 #include "TavrinKit/Media/MediaInfo.h"
 #include "TavrinKit/Platform/Desktop/DesktopPlatform.h"
@@ -35,29 +36,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-
-/// A plain window that lies still.
-class PlainWindow {
-public:
-    explicit PlainWindow(const std::string& display) : connection_(display), window_(xcb_generate_id(xcb())) {
-        const std::uint32_t grey = 0x708090;
-        xcb_create_window(xcb(), XCB_COPY_FROM_PARENT, window_, connection_.root(), 300, 200, 640, 360, 0,
-                          XCB_WINDOW_CLASS_INPUT_OUTPUT, connection_.rootVisual(), XCB_CW_BACK_PIXEL, &grey);
-        constexpr std::string_view title = "Plain window";
-        xcb_change_property(xcb(), XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8,
-                            std::uint32_t(title.size()), title.data());
-        xcb_map_window(xcb(), window_);
-        connection_.flush();
-    }
-
-    [[nodiscard]] std::string id() const { return std::to_string(window_); }
-
-private:
-    [[nodiscard]] xcb_connection_t* xcb() const { return connection_.xcb(); }
-
-    X11Connection connection_;
-    std::uint32_t window_;
-};
 
 std::size_t entriesOf(const fs::path& folder) {
     return std::size_t(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
@@ -136,7 +114,8 @@ TEST(EveryInput, StartsAndStopsLeaveNothingBehind) {
     const VirtualDisplay display;
     TestDesktop desktop(display.name());
     desktop.startFlicker();
-    const PlainWindow window(display.name());
+    const PlainWindow window(display.name(), {300, 200, 640, 360}, 0x708090);
+    window.show();
     const X11Connection observer(display.name());
     const TemporaryFolder folder;
     const DesktopPlatform platform =
@@ -145,7 +124,7 @@ TEST(EveryInput, StartsAndStopsLeaveNothingBehind) {
                              .pulseServer = "unix:" + home.pulseSocket(),
                              .syntheticCameraID = "lavfi:testsrc2=size=320x240:rate=30"});
     DesktopStreamCapture capture(platform.captureServices(), folder.path(), {});
-    const std::vector<RecordingTarget> targets = {RecordingTarget::window(window.id()),
+    const std::vector<RecordingTarget> targets = {RecordingTarget::window(std::to_string(window.id())),
                                                   RecordingTarget::area("main", {100, 100, 640, 480}),
                                                   RecordingTarget::display("main")};
     std::mt19937 random(5);
@@ -258,16 +237,6 @@ TEST(EveryInput, TheValidatorTellsASoundTakeFromASpoiltOne) {
                     replaceBy(package.rootURL() / "mic_audio.m4a", microphone, "-itsoffset 2");
                 }),
                 testing::HasSubstr("[ERROR] Microphone/screen duration drift is 2."));
-    EXPECT_THAT(summaryOf([&](ProjectPackage& package) { fs::remove(package.rootURL() / "camera.mov"); }),
-                testing::HasSubstr("[ERROR] Package integrity validation failed: "));
-    EXPECT_THAT(summaryOf([&](ProjectPackage& package) {
-                    fs::resize_file(package.screenURL(), fs::file_size(package.screenURL()) / 2);
-                }),
-                testing::HasSubstr("[ERROR] Unable to inspect screen media: "));
-    EXPECT_THAT(summaryOf([&](ProjectPackage& package) {
-                    fs::copy_file(camera, package.screenURL(), fs::copy_options::overwrite_existing);
-                }),
-                testing::HasSubstr("[ERROR] System-audio mode expected an audio track, but none was found."));
 }
 
 } // namespace tavrin::test

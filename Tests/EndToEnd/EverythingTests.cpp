@@ -7,13 +7,13 @@
 
 #include <gtest/gtest.h>
 
-#include "ClapWindow.h"
 #include "Examples/Walkthrough/DemoApplication.h"
 #include "Examples/Walkthrough/DemoLayout.h"
 #include "Examples/Walkthrough/ScreenTake.h"
 #include "Examples/Walkthrough/Showcase.h"
+#include "Fixtures/Movies/Movies.h"
 #include "Fixtures/TemporaryFolder.h"
-#include "TavrinKit/Media/AudioReader.h"
+#include "PlainWindow.h"
 #include "TavrinKit/Media/VideoReader.h"
 #include "TavrinKit/Platform/X11/VirtualDisplay.h"
 #include "TavrinKit/Platform/X11/XTestDriver.h"
@@ -33,7 +33,7 @@ constexpr double inStep = 0.020; ///< seconds
 
 /// Clicks, typing and a shortcut, while the whole screen goes black for a moment every second or so.
 void workAndClap(const std::string& display, Vec2 origin) {
-    ClapWindow window(display);
+    const PlainWindow window(display, {0, 0, 1920, 1080}, 0x000000);
     const std::jthread hands([&](const std::stop_token& stop) {
         XTestDriver hand(display);
         for (int i = 0; !stop.stop_requested(); ++i) {
@@ -115,15 +115,6 @@ double onsetNear(const std::vector<float>& sound, double time, double reach) {
     return -1;
 }
 
-std::vector<float> soundOf(const fs::path& movie) {
-    AudioReader reader(movie, 0, 48000, 1);
-    std::vector<float> sound;
-    while (const auto chunk = reader.next()) {
-        sound.insert(sound.end(), chunk->begin(), chunk->end());
-    }
-    return sound;
-}
-
 /// What a stretch of the recording takes in the movie; written out by hand, apart from the library's mapper.
 double lengthInMovie(const demo::Showcase::Cuts& cuts, double from, double to) {
     const auto inside = [&](const ClipTimeRange& range) {
@@ -163,7 +154,7 @@ TEST(Everything, KeepsPictureAndSoundInStepThroughAllEditsAtOnce) {
     const double edited = lengthInMovie(cuts, cuts.trim.startTime, cuts.trim.endTime);
     double frames = 0;
     const std::vector<double> seen = clapsIn(movie, frames);
-    const std::vector<float> sound = soundOf(movie);
+    const std::vector<float> sound = readSound(movie);
     EXPECT_NEAR(frames, edited * frameRate, 1);
     EXPECT_NEAR(double(sound.size()) / 48000, edited, 2 / frameRate);
 

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -36,7 +35,10 @@ struct Victim {
     double livedSeconds = 0;
 
     explicit Victim(const std::string& display)
-        : process({ownProgram(), "--record", display, folder.path()}) {}
+        : process({WALKTHROUGH_PROGRAM, "--output", folder.path()}, {"DISPLAY=" + display}) {
+        EXPECT_EQ(process.readLine(), "Recording. Ctrl-C ends it.");
+        recordingSince = Clock::now();
+    }
 };
 
 /// The one movie below a folder, whatever the recorder calls it.
@@ -79,9 +81,6 @@ TEST(Kill, TheTemporaryMoviePlaysUpToTwoSecondsBeforeTheEnd) {
             victims.push_back(std::make_unique<Victim>(display.name()));
         }
         for (const auto& victim : victims) {
-            long long since = 0;
-            ASSERT_EQ(std::sscanf(victim->process.readLine().c_str(), "recording %lld", &since), 1);
-            victim->recordingSince = Clock::time_point(std::chrono::nanoseconds(since));
             victim->killAt = Clock::now() + std::chrono::duration_cast<Clock::duration>(
                                                 std::chrono::duration<double>(lifetime(random)));
         }

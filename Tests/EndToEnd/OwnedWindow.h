@@ -1,12 +1,10 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <string>
 
-#include <xcb/xcb.h>
-
 #include "Fixtures/Child.h"
+#include "TavrinKit/Platform/X11/X11Connection.h"
 #include "TavrinKit/Support/Geometry.h"
 #include "TavrinKit/Support/PixelBuffer.h"
 
@@ -26,33 +24,21 @@ public:
 
     /// @param size  without the frame
     OwnedWindow(const std::string& display, int x, int y, PixelSize size);
-    ~OwnedWindow();
-    OwnedWindow(const OwnedWindow&) = delete;
-    OwnedWindow& operator=(const OwnedWindow&) = delete;
 
     [[nodiscard]] std::uint32_t id() const { return client_; }
     void moveTo(int x, int y);
     void resize(PixelSize size);
     void close() { owner_.signal(9); }
 
-    /// Lays an orange window over a part of the screen, or takes it away.
-    void cover(int x, int y, PixelSize size);
-    void uncover();
-
     /// What it must look like with its frame, but for the square: bgra8.
     [[nodiscard]] static PixelBuffer picture(PixelSize size);
     static constexpr int squareSide = 48;
 
 private:
-    std::uint32_t makeWindow(int x, int y, PixelSize size, std::uint32_t colour);
-    void sync() const;
-
     Child owner_;
-    xcb_connection_t* connection_;
-    std::uint32_t root_ = 0;
-    std::uint32_t client_ = 0;
-    std::uint32_t frame_ = 0;
-    std::uint32_t cover_ = 0;
+    const X11Connection connection_;
+    const std::uint32_t client_;
+    const std::uint32_t frame_;
 };
 
 } // namespace tavrin::test

@@ -1,11 +1,10 @@
 #include "TestDesktop.h"
 
-#include <array>
 #include <chrono>
-#include <cstdlib>
-#include <stdexcept>
 
 #include <xcb/xcb.h>
+
+#include "TavrinKit/Platform/X11/X11Connection.h"
 
 namespace tavrin::test {
 
@@ -20,17 +19,10 @@ std::uint32_t grey(unsigned level) {
 } // namespace
 
 struct TestDesktop::Implementation {
-    explicit Implementation(const std::string& display) : connection(xcb_connect(display.c_str(), nullptr)) {
-        if (xcb_connection_has_error(connection) != 0) {
-            throw std::runtime_error("the test's display can't be reached");
-        }
-        screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
-        gc = xcb_generate_id(connection);
-        xcb_create_gc(connection, gc, screen->root, 0, nullptr);
+    explicit Implementation(const std::string& display)
+        : server(display), connection(server.xcb()), root(server.root()), gc(xcb_generate_id(connection)) {
+        xcb_create_gc(connection, gc, root, 0, nullptr);
     }
-    ~Implementation() { xcb_disconnect(connection); }
-    Implementation(const Implementation&) = delete;
-    Implementation& operator=(const Implementation&) = delete;
 
     void fill(xcb_drawable_t target, xcb_gcontext_t context, std::uint32_t colour,
               const xcb_rectangle_t& area) const {
@@ -38,27 +30,23 @@ struct TestDesktop::Implementation {
         xcb_poly_fill_rectangle(connection, target, context, 1, &area);
     }
 
-    void sync() const {
-        std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
-    }
-
     void paintBoard() const {
         const xcb_pixmap_t pixmap = xcb_generate_id(connection);
-        xcb_create_pixmap(connection, screen->root_depth, pixmap, screen->root, 4 * field, 4 * field);
+        xcb_create_pixmap(connection, std::uint8_t(server.rootDepth()), pixmap, root, 4 * field, 4 * field);
         for (int row = 0; row < 4; ++row) {
             for (int column = 0; column < 4; ++column) {
                 fill(pixmap, gc, grey(40U + 30U * unsigned((row + column) % 3) + 5U * unsigned(row)),
                      {std::int16_t(column * field), std::int16_t(row * field), field, field});
             }
         }
-        xcb_change_window_attributes(connection, screen->root, XCB_CW_BACK_PIXMAP, &pixmap);
-        xcb_clear_area(connection, 0, screen->root, 0, 0, 0, 0);
+        xcb_change_window_attributes(connection, root, XCB_CW_BACK_PIXMAP, &pixmap);
+        xcb_clear_area(connection, 0, root, 0, 0, 0, 0);
     }
 
     void setDiskCursor() const {
         constexpr std::uint16_t side = diskDiameter;
         const xcb_pixmap_t shape = xcb_generate_id(connection);
-        xcb_create_pixmap(connection, 1, shape, screen->root, side, side);
+        xcb_create_pixmap(connection, 1, shape, root, side, side);
         const xcb_gcontext_t bit = xcb_generate_id(connection);
         xcb_create_gc(connection, bit, shape, 0, nullptr);
         fill(shape, bit, 0, {0, 0, side, side});
@@ -74,19 +62,20 @@ struct TestDesktop::Implementation {
         const xcb_cursor_t cursor = xcb_generate_id(connection);
         xcb_create_cursor(connection, cursor, shape, shape, 0xffff, 0xffff, 0xffff, 0xffff, 0xffff, 0xffff,
                           side / 2, side / 2);
-        xcb_change_window_attributes(connection, screen->root, XCB_CW_CURSOR, &cursor);
+        xcb_change_window_attributes(connection, root, XCB_CW_CURSOR, &cursor);
     }
 
-    xcb_connection_t* connection;
-    const xcb_screen_t* screen = nullptr;
-    xcb_gcontext_t gc = 0;
+    const X11Connection server;
+    xcb_connection_t* const connection;
+    const xcb_window_t root;
+    const xcb_gcontext_t gc;
 };
 
 TestDesktop::TestDesktop(const std::string& display)
     : implementation_(std::make_unique<Implementation>(display)) {
     implementation_->paintBoard();
     implementation_->setDiskCursor();
-    implementation_->sync();
+    implementation_->server.sync();
 }
 
 TestDesktop::~TestDesktop() = default;
@@ -94,9 +83,9 @@ TestDesktop::~TestDesktop() = default;
 void TestDesktop::startFlicker() {
     flicker_ = std::jthread([this](const std::stop_token& stop) {
         const Implementation& x = *implementation_;
-        for (unsigned i = 0; !stop.stop_requested() && xcb_connection_has_error(x.connection) == 0; ++i) {
-            x.fill(x.screen->root, x.gc, grey(20 + i * 7 % 100), {64, 64, 160, 120});
-            x.sync();
+        for (unsigned i = 0; !stop.stop_requested() && !x.server.isBroken(); ++i) {
+            x.fill(x.root, x.gc, grey(20 + i * 7 % 100), {64, 64, 160, 120});
+            x.server.sync();
             std::this_thread::sleep_for(std::chrono::milliseconds(33));
         }
     });
