@@ -1,37 +1,25 @@
 #include "PointerMover.h"
 
-#include <chrono>
-#include <cmath>
 #include <memory>
 
-#include "Examples/Walkthrough/HumanPath.h"
-#include "TavrinKit/Platform/X11/XTestDriver.h"
-#include "TavrinKit/Support/Cancellation.h"
+#include "Examples/Walkthrough/Pacing.h"
+#include "TavrinKit/Support/Error.h"
 
 namespace tavrin::bench {
 
 namespace {
-
-std::chrono::nanoseconds nanoseconds(double seconds) {
-    return std::chrono::nanoseconds(std::llround(seconds * 1e9));
-}
 
 void move(XTestDriver& hand, bool clicks, const std::stop_token& stop) {
     demo::HumanPath path(11);
     Vec2 position{960, 540};
     for (int way = 0;; ++way) {
         const Vec2 target{path.between(200, 1700), path.between(150, 930)};
-        double before = 0;
-        for (const demo::PathStep& step : path.steps(position, target, 40)) {
-            sleepFor(nanoseconds(step.time - before), stop);
-            before = step.time;
-            hand.moveTo(int(step.position.x), int(step.position.y));
-        }
+        demo::moveAlong(path.steps(position, target, 40), hand, {}, stop);
         position = target;
         if (clicks && way % 2 == 0) {
             hand.click();
         }
-        sleepFor(nanoseconds(path.between(0.1, 0.4)), stop);
+        demo::pauseFor(path.between(0.1, 0.4), stop);
     }
 }
 

@@ -1,11 +1,12 @@
 #include "Examples/Walkthrough/DemoScene.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <utility>
 
 #include <xkbcommon/xkbcommon-keysyms.h>
+
+#include "TavrinKit/Support/Text.h"
 
 namespace tavrin::demo {
 
@@ -31,12 +32,6 @@ std::vector<Task> firstTasks() {
         {"Measure the render path", "Engineering · next week", "Speed", indigo, 0.45, false, false, "", 5},
         {"Plan the beta programme", "Product · next week", "Plan", 0x8e4ec6, 0, false, false, "", 6},
     };
-}
-
-std::string lowerCased(std::string_view text) {
-    std::string result(text);
-    std::ranges::transform(result, result.begin(), [](unsigned char c) { return char(std::tolower(c)); });
-    return result;
 }
 
 void removeLastCharacter(std::string& text) {

@@ -1,9 +1,10 @@
 #include "Examples/Walkthrough/DemoScript.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 
-#include "TavrinKit/Support/Cancellation.h"
+#include "Examples/Walkthrough/Pacing.h"
 
 namespace tavrin::demo {
 
@@ -96,30 +97,17 @@ void DemoScript::searchAndRest() {
 }
 
 void DemoScript::waitUntil(double time) const {
-    const auto due =
-        start_ + std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(time));
-    const auto left = due - std::chrono::steady_clock::now();
-    if (left > std::chrono::nanoseconds(0)) {
-        sleepFor(left, stop_);
-    }
-    throwIfCancelled(stop_);
+    const std::chrono::duration<double> past = std::chrono::steady_clock::now() - start_;
+    pauseFor(std::max(time - past.count(), 0.0), stop_);
 }
 
 void DemoScript::pause(double length) const {
-    sleepFor(std::chrono::nanoseconds(std::llround(length * 1e9)), stop_);
+    pauseFor(length, stop_);
 }
 
 void DemoScript::glideTo(Vec2 inWindow, double targetSize, double pace) {
-    const auto begin = std::chrono::steady_clock::now();
-    for (const PathStep& step : path_.steps(position_, inWindow, targetSize, pace)) {
-        const auto due = begin + std::chrono::nanoseconds(std::llround(step.time * 1e9));
-        const auto left = due - std::chrono::steady_clock::now();
-        if (left > std::chrono::nanoseconds(0)) {
-            sleepFor(left, stop_);
-        }
-        position_ = step.position;
-        hand_.moveTo(int(std::lround(origin_.x + position_.x)), int(std::lround(origin_.y + position_.y)));
-    }
+    moveAlong(path_.steps(position_, inWindow, targetSize, pace), hand_, origin_, stop_);
+    position_ = inWindow;
 }
 
 void DemoScript::click(Vec2 inWindow, double targetSize) {

@@ -25,7 +25,7 @@ ProgressLine::~ProgressLine() {
     }
 }
 
-void ProgressLine::show(double fraction, std::string_view detail) {
+void ProgressLine::show(double fraction) {
     const double share = std::clamp(fraction, 0.0, 1.0);
     const int step = int(std::floor(share * (terminal_ ? 100 : 10)));
     if (step == shown_) {
@@ -34,11 +34,11 @@ void ProgressLine::show(double fraction, std::string_view detail) {
     shown_ = step;
     if (terminal_) {
         const int filled = int(std::round(share * barWidth));
-        fmt::print("\r{:<12}[{:#<{}}{:.<{}}] {:3.0f} % {}\033[K", title_, "", filled, "", barWidth - filled,
-                   share * 100, detail);
+        fmt::print("\r{:<12}[{:#<{}}{:.<{}}] {:3.0f} %\033[K", title_, "", filled, "", barWidth - filled,
+                   share * 100);
         open_ = true;
     } else {
-        fmt::print("{} {:.0f} % {}\n", title_, share * 100, detail);
+        fmt::print("{} {:.0f} %\n", title_, share * 100);
     }
     std::fflush(stdout);
 }

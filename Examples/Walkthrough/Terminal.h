@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -14,7 +13,7 @@ public:
     ~ProgressLine(); ///< ends the line
 
     /// @param fraction  0...1
-    void show(double fraction, std::string_view detail = {});
+    void show(double fraction);
 
 private:
     const std::string title_;

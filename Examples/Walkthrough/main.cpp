@@ -13,6 +13,7 @@
 #include "Examples/Walkthrough/DemoApplication.h"
 #include "Examples/Walkthrough/DemoScript.h"
 #include "Examples/Walkthrough/Interrupts.h"
+#include "Examples/Walkthrough/Pacing.h"
 #include "Examples/Walkthrough/ScreenTake.h"
 #include "Examples/Walkthrough/Showcase.h"
 #include "Examples/Walkthrough/SourceList.h"
@@ -60,12 +61,8 @@ void recordUsersDisplay(ScreenTake& take, const CommandLine& commandLine, const 
     fmt::print("Recording. Ctrl-C ends it{}.\n",
                commandLine.seconds ? fmt::format("; so do {:g} seconds", *commandLine.seconds) : "");
     std::fflush(stdout);
-    const auto forever = std::chrono::hours(24);
-    untilStopped([&] {
-        sleepFor(commandLine.seconds ? std::chrono::nanoseconds(std::llround(*commandLine.seconds * 1e9))
-                                     : forever,
-                 stop);
-    });
+    constexpr double aDay = 24 * 3600;
+    untilStopped([&] { pauseFor(commandLine.seconds.value_or(aDay), stop); });
     take.finish();
 }
 
@@ -87,7 +84,7 @@ void recordDemonstration(ScreenTake& take, const std::string& display, const Com
     if (commandLine.seconds && *commandLine.seconds < DemoScript::seconds) {
         timer.emplace([&scriptStop, length = *commandLine.seconds](const std::stop_token& timerStop) {
             try {
-                sleepFor(std::chrono::nanoseconds(std::llround(length * 1e9)), timerStop);
+                pauseFor(length, timerStop);
                 scriptStop.request_stop();
             } catch (const CancellationError&) {
                 // The script was done first.
