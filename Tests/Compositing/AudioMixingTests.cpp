@@ -1,4 +1,3 @@
-#include <limits>
 #include <tuple>
 #include <vector>
 
@@ -43,21 +42,6 @@ TEST(AudioMixingTests, FadesReachFullVolumeOrMeetBelowIt) {
     };
     for (const auto& [track, time, volume] : cases) {
         EXPECT_NEAR(mix.volumeAt(track, time), volume, 1e-9) << track << " " << time;
-    }
-}
-
-TEST(AudioMixingTests, EveryNumberGivesAVolume) {
-    using Limits = std::numeric_limits<double>;
-    for (const double number : {Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(), -1.0, 1e300}) {
-        AudioMixState state;
-        state.setStyle({.gainDB = number, .fadeInSeconds = number, .fadeOutSeconds = number},
-                       AudioTrackRole::system);
-        const std::vector<PlannedAudioTrack> tracks{{AudioTrackRole::system}, {.extraAudioVolume = number}};
-        for (const double time : {0.0, 0.25, 0.5, 8.0}) {
-            const AudioMix mix = makeAudioMix(tracks, state, 0.5);
-            EXPECT_TRUE(mix.volumeAt(0, time) >= 0 && mix.volumeAt(0, time) <= 4) << number;
-            EXPECT_TRUE(mix.volumeAt(1, time) >= 0 && mix.volumeAt(1, time) <= 2) << number;
-        }
     }
 }
 

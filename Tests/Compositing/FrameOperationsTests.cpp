@@ -57,21 +57,6 @@ TEST(FrameOperations, CropCutsOutAndMovesToTheOrigin) {
     EXPECT_NEAR(place(picture, 10, 20).y, 64 + 20, 1);
 }
 
-TEST(FrameOperations, FitFillsWhatIsLeftWithEdgePixels) {
-    const Rect target{30, 10, 64, 64};
-    const Image image = fit(sample(), target);
-    EXPECT_EQ(image.extent(), target);
-    const PixelBuffer picture = test::rendered(image, target);
-    for (const auto& [y, from] : {std::pair{2, 0.0}, {32, 64.0}, {62, 127.0}}) {
-        EXPECT_NEAR(place(picture, 20, y).y, from, 3) << y;
-        EXPECT_NEAR(place(picture, 20, y).x, 80, 3) << y;
-        EXPECT_EQ(test::pixel(picture, 20, y)[3], 255) << y;
-    }
-    const PixelBuffer covered = test::rendered(fill(sample(), target), target);
-    EXPECT_NEAR(place(covered, 0, 5).x, 64, 2);
-    EXPECT_NEAR(place(covered, 63, 5).x, 191, 2);
-}
-
 TEST(FrameOperations, OutputIsCentreCroppedNeverLetterboxed) {
     const struct {
         Rect output;

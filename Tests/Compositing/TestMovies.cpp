@@ -1,7 +1,5 @@
 #include "TestMovies.h"
 
-#include <cstring>
-
 #include "TavrinKit/Media/MovieWriter.h"
 #include "TavrinKit/Support/UUID.h"
 #include "TestPictures.h"
@@ -10,14 +8,12 @@ namespace tavrin::test {
 
 MediaAsset movieOf(const std::function<PixelBuffer(int)>& picture, const TemporaryFolder& folder,
                    const std::vector<double>& times, double endTime, const std::vector<float>& sound) {
-    MovieWriterSettings settings;
-    settings.path = folder / (UUID::make().string() + ".mov");
-    settings.container = MovieContainer::quickTime;
-    if (!times.empty()) {
-        VideoTrackSettings& video = settings.video.emplace();
-        video.size = picture(0).size();
-        video.effort = EncoderEffort::ultrafast;
-        video.constantQuality = 4;
+    MovieWriterSettings settings = smallMovie(folder / (UUID::make().string() + ".mov"));
+    if (times.empty()) {
+        settings.video.reset();
+    } else {
+        settings.video->size = picture(0).size();
+        settings.video->constantQuality = 4;
     }
     if (!sound.empty()) {
         settings.audio = AudioTrackSettings{48000, 1, 0, AudioCodec::linearPCM};
@@ -33,15 +29,8 @@ MediaAsset movieOf(const std::function<PixelBuffer(int)>& picture, const Tempora
     return MediaAsset::open(settings.path);
 }
 
-PixelBuffer greyPicture(int number, PixelSize size) {
-    const PixelBuffer picture = PixelBuffer::allocate(PixelFormat::i420, size);
-    for (int plane = 0; plane < 3; ++plane) {
-        for (int y = 0; y < picture.plane(plane).height; ++y) {
-            std::memset(picture.row(plane, y), plane == 0 ? 20 + 2 * number : 128,
-                        std::size_t(picture.plane(plane).width));
-        }
-    }
-    return picture;
+PixelBuffer greyPicture(int number) {
+    return flat({64, 48}, 20 + 2 * number, 128, 128);
 }
 
 MediaAsset greyMovie(const TemporaryFolder& folder, const std::vector<double>& times, double endTime,
@@ -52,14 +41,6 @@ MediaAsset greyMovie(const TemporaryFolder& folder, const std::vector<double>& t
 double numberIn(const Image& image) {
     const double red = pixel(image, image.extent().midX(), image.extent().midY())[0];
     return (16 + red * 219 / 255 - 20) / 2;
-}
-
-std::vector<double> evenTimes(int count, double rate) {
-    std::vector<double> times;
-    for (int i = 0; i < count; ++i) {
-        times.push_back(i / rate);
-    }
-    return times;
 }
 
 } // namespace tavrin::test

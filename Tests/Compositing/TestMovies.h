@@ -3,7 +3,7 @@
 #include <functional>
 #include <vector>
 
-#include "Fixtures/TemporaryFolder.h"
+#include "Fixtures/Movies/Movies.h"
 #include "TavrinKit/Compositing/MediaAsset.h"
 #include "TavrinKit/Imaging/Image.h"
 
@@ -15,12 +15,10 @@ MediaAsset movieOf(const std::function<PixelBuffer(int)>& picture, const Tempora
                    const std::vector<double>& times, double endTime, const std::vector<float>& sound = {});
 
 /// Pictures of one grey each, which tells their number: 0...100.
-[[nodiscard]] PixelBuffer greyPicture(int number, PixelSize size = {64, 48});
+[[nodiscard]] PixelBuffer greyPicture(int number);
 MediaAsset greyMovie(const TemporaryFolder& folder, const std::vector<double>& times, double endTime,
                      const std::vector<float>& sound = {});
 /// The number that a picture's middle bears; a mean of pictures bears the mean.
 [[nodiscard]] double numberIn(const Image& image);
-
-[[nodiscard]] std::vector<double> evenTimes(int count, double rate);
 
 } // namespace tavrin::test

@@ -51,16 +51,5 @@ TEST(CursorPlayback, TheCursorsClockAfterTheLastActivity) {
     EXPECT_FALSE(std::isnan(CursorPlaybackSupport::cursorTime(inf, inf, 4.0, loop)));
 }
 
-TEST(CursorPlayback, ActivityEndsWithTheLaterOfMouseAndState) {
-    const MouseEvent mouse{3, {}, MouseEventKind::moved, {}};
-    const auto state = [](double time) {
-        return CursorStateEvent{time, {}, true, CursorAppearance("a", {1}, {}, {8, 8})};
-    };
-    EXPECT_EQ(CursorPlaybackSupport::lastActivityTime({}), std::nullopt);
-    EXPECT_EQ(CursorPlaybackSupport::lastActivityTime(EventTimeline({mouse})), 3);
-    EXPECT_EQ(CursorPlaybackSupport::lastActivityTime(EventTimeline({mouse}, {}, {state(2)})), 3);
-    EXPECT_EQ(CursorPlaybackSupport::lastActivityTime(EventTimeline({mouse}, {}, {state(4)})), 4);
-}
-
 } // namespace
 } // namespace tavrin

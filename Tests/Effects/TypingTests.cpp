@@ -4,7 +4,6 @@
 #include <random>
 #include <string>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "TavrinKit/Effects/TypingRenderer.h"
@@ -25,15 +24,6 @@ KeyEvent named(double time, std::string text) {
 
 KeyEvent shortcut(double time, std::vector<KeyModifier> modifiers, std::string text) {
     return {time, std::move(text), std::move(modifiers)};
-}
-
-/// The texts of the chips, each with a letter for its role in front.
-std::vector<std::string> chips(const TypingFrameState& state) {
-    std::vector<std::string> result;
-    for (const TypingChipState& chip : state.chips) {
-        result.push_back(std::string(1, "tkm"[int(chip.role)]) + ":" + chip.text);
-    }
-    return result;
 }
 
 /// The overlay, worked out from the first key of the burst forward.
@@ -158,26 +148,6 @@ TEST(Typing, AgreesWithAWalkFromTheStartOfTheBurst) {
         }
     }
     EXPECT_EQ(longest, 48U);
-}
-
-TEST(Typing, RunsKeysAndShortcutsStandInARow) {
-    using enum KeyModifier;
-    const EventTimeline events({}, {typed(1, "a"), typed(1.1, "b"), named(1.2, "Return"), typed(1.3, "c"),
-                                    shortcut(1.4, {command, shift}, "S"), typed(2, "x")});
-    const TypingStyle style;
-    const auto chipsAt = [&](double time) {
-        return chips(TypingRenderer::frameState(time, events, style));
-    };
-    EXPECT_THAT(chipsAt(0.99), testing::ElementsAre());
-    EXPECT_THAT(chipsAt(1.3), testing::ElementsAre("t:ab", "k:Return", "t:c"));
-    EXPECT_THAT(chipsAt(1.4), testing::ElementsAre("t:ab", "k:Return", "t:c", "m:\u2318", "m:\u21e7", "k:S"));
-    EXPECT_THAT(chipsAt(2), testing::ElementsAre("t:x")); // 0.6 s later: another burst
-    EXPECT_FALSE(TypingRenderer::frameState(1.3, events, style).isShortcut);
-    EXPECT_TRUE(TypingRenderer::frameState(1.4, events, style).isShortcut);
-    EXPECT_FALSE(TypingRenderer::frameState(2, events, style).isShortcut);
-    EXPECT_THAT(chips(TypingRenderer::frameState(1.4, events, {.maxVisibleChips = 2})),
-                testing::ElementsAre("m:\u21e7", "k:S"));
-    EXPECT_EQ(TypingRenderer::frameState(1.4, events, {.enabled = false}), TypingFrameState());
 }
 
 } // namespace

@@ -22,16 +22,6 @@ int alphaAt(const PixelBuffer& picture, int x, int row) {
     return picture.row(0, row)[x * 4 + 3];
 }
 
-double coverage(const PixelBuffer& picture) {
-    double sum = 0;
-    for (int y = 0; y < picture.size().height; ++y) {
-        for (int x = 0; x < picture.size().width; ++x) {
-            sum += alphaAt(picture, x, y);
-        }
-    }
-    return sum / 255;
-}
-
 PixelBuffer halfRed() {
     Raster raster({17, 9});
     raster.fillRoundedRectangle({2, 1, 12, 6}, 3, {1, 0, 0, 0.5});
@@ -141,18 +131,6 @@ TEST(TextBlock, BreaksLinesAndKeepsToItsColumn) {
     EXPECT_TRUE(inkOf("\xf0\x9f\x8e\x89", TextAlignment::left, column).hasColor) << "emoji come in colour";
     EXPECT_EQ(inkOf("", TextAlignment::left, column).right, -1);
     EXPECT_EQ(inkOf("H", TextAlignment::left, {40, 20, 160, std::nan("")}).right, -1);
-}
-
-TEST(Raster, CoversAPartOfALargerSpace) {
-    Raster raster(Rect{100, 50, 4, 3}, {2, 2});
-    EXPECT_EQ(raster.size(), (PixelSize{8, 6}));
-    raster.fillRoundedRectangle({101, 50, 1, 1}, 0.0, {0, 0, 0, 1});
-    const PixelBuffer picture = raster.pixels();
-    EXPECT_EQ(coverage(picture), 4);
-    EXPECT_EQ(alphaAt(picture, 2, 5), 255);
-    EXPECT_EQ(raster.image().extent(), (Rect{100, 50, 4, 3}));
-    EXPECT_THROW(Raster(Rect{0, 0, 9000, 1}, {2, 2}), std::invalid_argument);
-    EXPECT_THROW(Raster(Rect{0, 0, std::nan(""), 1}, {1, 1}), std::invalid_argument);
 }
 
 } // namespace
