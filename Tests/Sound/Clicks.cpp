@@ -13,7 +13,6 @@
 #include <pulse/pulseaudio.h>
 #include <unistd.h>
 
-#include "TavrinKit/Media/AudioReader.h"
 #include "TavrinKit/Platform/Pulse/PulseConnection.h"
 #include "TavrinKit/Support/HostClock.h"
 
@@ -32,27 +31,18 @@ float clickTrack(std::int64_t frame) {
 
 } // namespace
 
-std::vector<double> findClicks(const std::vector<float>& mono, int sampleRate) {
+std::vector<double> findClicks(const std::vector<float>& mono) {
     std::vector<double> clicks;
     std::size_t quietFrom = 0;
     for (std::size_t frame = 0; frame < mono.size(); ++frame) {
         if (std::abs(mono[frame]) > 0.25F) {
-            if (frame > quietFrom + std::size_t(sampleRate / 10)) {
-                clicks.push_back(double(frame) / sampleRate);
+            if (frame > quietFrom + std::size_t(rate / 10)) {
+                clicks.push_back(double(frame) / rate);
             }
             quietFrom = frame;
         }
     }
     return clicks;
-}
-
-std::vector<double> clicksIn(const std::filesystem::path& file) {
-    std::vector<float> sound;
-    AudioReader reader(file, 0, rate, 1);
-    while (const auto more = reader.next()) {
-        sound.insert(sound.end(), more->begin(), more->end());
-    }
-    return findClicks(sound);
 }
 
 std::vector<double> within(const std::vector<double>& times, double from, double until) {
@@ -103,13 +93,9 @@ void ClickPlayer::play(const std::stop_token& stop) {
     const pa_sample_spec format{PA_SAMPLE_FLOAT32NE, rate, 1};
     const std::unique_ptr<pa_proplist, void (*)(pa_proplist*)> properties(pa_proplist_new(),
                                                                           pa_proplist_free);
-    if (settings_.processID != 0) {
-        pa_proplist_sets(properties.get(), PA_PROP_APPLICATION_PROCESS_ID,
-                         std::to_string(settings_.processID).c_str());
-    }
-    if (!settings_.program.empty()) {
-        pa_proplist_sets(properties.get(), PA_PROP_APPLICATION_PROCESS_BINARY, settings_.program.c_str());
-    }
+    pa_proplist_sets(properties.get(), PA_PROP_APPLICATION_PROCESS_ID,
+                     std::to_string(settings_.processID).c_str());
+    pa_proplist_sets(properties.get(), PA_PROP_APPLICATION_PROCESS_BINARY, settings_.program.c_str());
     const std::unique_ptr<pa_stream, void (*)(pa_stream*)> stream(
         pa_stream_new_with_proplist(connection.context(), "clicks", &format, nullptr, properties.get()),
         pa_stream_unref);

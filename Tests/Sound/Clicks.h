@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <thread>
@@ -12,10 +11,8 @@
 namespace tavrin::test {
 
 /// Where clicks begin, seconds from the first frame.
-[[nodiscard]] std::vector<double> findClicks(const std::vector<float>& mono, int sampleRate = 48000);
-
-/// In the sound of a media file.
-[[nodiscard]] std::vector<double> clicksIn(const std::filesystem::path& file);
+/// @param mono  at 48 kHz
+[[nodiscard]] std::vector<double> findClicks(const std::vector<float>& mono);
 
 /// The times that lie between the two.
 [[nodiscard]] std::vector<double> within(const std::vector<double>& times, double from, double until);
@@ -33,8 +30,8 @@ class ClickPlayer {
 public:
     struct Settings {
         std::string sink;
-        int processID = 0;                  ///< which it says it has; 0: the test's own
-        std::string program = {};           ///< which it says it is
+        int processID = 5000;               ///< which it says it has
+        std::string program = "player";     ///< which it says it is
         std::function<void()> onClick = {}; ///< called when a click is heard
     };
     /// Plays until the object or its server goes.

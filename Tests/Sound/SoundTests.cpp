@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "Clicks.h"
+#include "Fixtures/Movies/Movies.h"
 #include "Fixtures/PulseServer.h"
 #include "TavrinKit/Media/MediaInfo.h"
 #include "TavrinKit/Platform/Pulse/PulseError.h"
@@ -175,16 +176,6 @@ TEST(SystemAudioTests, aServerThatIsAbsentOrSilentEndsTheStartAndOneThatHangsEnd
     EXPECT_THAT(collector->collected().warnings, testing::ElementsAre("system_audio_lost"));
 }
 
-/// Seconds of a take's file, and where its clicks are.
-struct MicrophoneFile {
-    explicit MicrophoneFile(const std::filesystem::path& path)
-        : duration(probeMedia(path).duration), hasVideo(!probeMedia(path).video.empty()),
-          clicks(clicksIn(path)) {}
-    double duration;
-    bool hasVideo;
-    std::vector<double> clicks;
-};
-
 TEST(MicrophoneTests, theFileKeepsTheTakesTimeThroughTheLossOfItsSource) {
     const PrivateHome home;
     const std::string pipes = std::filesystem::path(home.pulseSocket()).parent_path().string();
@@ -211,14 +202,14 @@ TEST(MicrophoneTests, theFileKeepsTheTakesTimeThroughTheLossOfItsSource) {
     const ClickingMicrophone fresh(pipes + "/new");
     std::this_thread::sleep_for(2500ms);
     const double end = HostClock::now();
-    const MicrophoneFile file(capture.stop({}));
+    const std::filesystem::path file = capture.stop({});
 
-    EXPECT_FALSE(file.hasVideo);
-    expectWithin(file.duration, end - zero, HostClock::now() - zero);
+    EXPECT_TRUE(probeMedia(file).video.empty());
+    expectWithin(probeMedia(file).duration, end - zero, HostClock::now() - zero);
     std::vector<double> clicked = within(desk.clicked(), zero, removed - 0.1);
     const auto more = within(fresh.clicked(), 0, end - 0.1);
     clicked.insert(clicked.end(), more.begin(), more.end());
-    expectAt(since(zero, clicked), file.clicks);
+    expectAt(since(zero, clicked), findClicks(readSound(file)));
     EXPECT_THAT(capture.warnings(), Contains(StartsWith("microphone_interrupted:1.")));
 
     capture.cancel(); // also when nothing runs any more
@@ -244,11 +235,6 @@ TEST(MicrophoneTests, oneThatSaysNothingGivesSilenceAndOneThatIsNotThereAnError)
         const PulseServer server(home); // its only source is the speakers' monitor
         EXPECT_TRUE(refuses());
     }
-    {
-        const SilentPulseServer server(home);
-        EXPECT_TRUE(refuses());
-    }
-    std::filesystem::remove(home.pulseSocket());
     EXPECT_FALSE(std::filesystem::exists(folder / "none.m4a"));
 
     const PulseServer server(home,
@@ -259,9 +245,9 @@ TEST(MicrophoneTests, oneThatSaysNothingGivesSilenceAndOneThatIsNotThereAnError)
     capture.setTimeZero(zero);
     std::this_thread::sleep_for(1500ms);
     const double end = HostClock::now();
-    const MicrophoneFile file(capture.stop({}));
-    expectWithin(file.duration, end - zero, HostClock::now() - zero);
-    EXPECT_THAT(file.clicks, IsEmpty());
+    const std::filesystem::path file = capture.stop({});
+    expectWithin(probeMedia(file).duration, end - zero, HostClock::now() - zero);
+    EXPECT_THAT(findClicks(readSound(file)), IsEmpty());
     EXPECT_THAT(capture.warnings(), testing::ElementsAre("microphone_delivered_nothing"));
 }
 

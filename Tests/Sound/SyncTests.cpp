@@ -9,8 +9,9 @@
 #include <gtest/gtest.h>
 
 #include "Clicks.h"
-#include "EndToEnd/ClapWindow.h"
+#include "EndToEnd/PlainWindow.h"
 #include "EndToEnd/TestDesktop.h"
+#include "Fixtures/Movies/Movies.h"
 #include "Fixtures/PulseServer.h"
 #include "TavrinKit/Capture/CapturePackageAssembler.h"
 #include "TavrinKit/Capture/CaptureSyncValidator.h"
@@ -75,7 +76,7 @@ TEST(SoundSyncTests, clicksAreHeardWhenTheyAreSeen) {
     screen.size = {320, 240};
     const VirtualDisplay display(screen);
     const TestDesktop desktop(display.name());
-    ClapWindow clap(display.name());
+    PlainWindow clap(display.name(), {0, 0, 320, 240}, 0x000000);
 
     DesktopStreamCapture::Services services;
     services.backend = std::make_shared<X11CaptureBackend>(display.name());
@@ -89,7 +90,7 @@ TEST(SoundSyncTests, clicksAreHeardWhenTheyAreSeen) {
     options.applicationExclusionRule = {};
 
     Guarded<std::vector<double>> shown;
-    ClickPlayer player({"speakers", 0, "", [&] {
+    ClickPlayer player({.sink = "speakers", .onClick = [&] {
                             clap.show();
                             shown.with([](std::vector<double>& times) { times.push_back(HostClock::now()); });
                             std::this_thread::sleep_for(std::chrono::milliseconds(60));
@@ -108,8 +109,8 @@ TEST(SoundSyncTests, clicksAreHeardWhenTheyAreSeen) {
         return since(take.startedAt, within(times, start + 0.3, take.endedAt - 0.3));
     };
     const std::vector<double> seen = distances(inTake(shown.copy()), findClaps(movie));
-    const std::vector<double> played = distances(inTake(player.heard()), clicksIn(movie));
-    const std::vector<double> spoken = distances(inTake(microphone.clicked()), clicksIn(voice));
+    const std::vector<double> played = distances(inTake(player.heard()), findClicks(readSound(movie)));
+    const std::vector<double> spoken = distances(inTake(microphone.clicked()), findClicks(readSound(voice)));
     EXPECT_LT(worstDistance(played, seen), tolerance);
     EXPECT_LT(worstDistance(spoken, seen), tolerance);
     EXPECT_LT(quantile(played, 0.9) - quantile(played, 0.1), tolerance);
