@@ -2,15 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstring>
+#include <cstddef>
 #include <vector>
 
 #include <fcntl.h>
 #include <linux/filter.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
-#include <sys/uio.h>
 #include <unistd.h>
 
 #include "Fixtures/FaultDriver.h"
@@ -117,24 +115,13 @@ std::string WatchedCall::linkTarget(const std::string& entry) const {
 }
 
 std::string WatchedCall::textAt(std::uint64_t address) const {
-    constexpr std::uint64_t page = 4096;
-    std::string text;
-    while (text.size() < page) {
-        std::array<char, page> piece{};
-        const std::uint64_t size = page - address % page; // a page may be the last one
-        const iovec local{piece.data(), std::size_t(size)};
-        const iovec remote{reinterpret_cast<void*>(address), std::size_t(size)};
-        if (::process_vm_readv(pid_t(notification_.pid), &local, 1, &remote, 1, 0) != ssize_t(size)) {
-            return text;
-        }
-        const char* const end = std::find(piece.data(), piece.data() + size, '\0');
-        text.append(piece.data(), std::size_t(end - piece.data()));
-        if (end != piece.data() + size) {
-            return text;
-        }
-        address += size;
-    }
-    return text;
+    std::array<char, 4096> text{};
+    const std::string memory = "/proc/" + std::to_string(notification_.pid) + "/mem";
+    const int file = ::open(memory.c_str(), O_RDONLY | O_CLOEXEC);
+    const ssize_t size =
+        ::pread(file, text.data(), text.size() - 1, off_t(address)); // up to where it is mapped
+    ::close(file);
+    return size > 0 ? text.data() : "";
 }
 
 std::string WatchedCall::pathOf(int folder, std::size_t path) const {
