@@ -69,7 +69,7 @@ TEST(JsonReaderTests, agreesWithAnotherParser) {
         texts.push_back(text);
     }
     std::mt19937 random(7);
-    for (int i = 0; i < 20000; ++i) {
+    for (int i = 0; i < 8000; ++i) {
         std::string text = document;
         for (unsigned changes = random() % 3 + 1; changes > 0; --changes) {
             const char inserted = random() % 2 == 0 ? char(random()) : "{}[]\",:\\0e.-"[random() % 12];
@@ -85,8 +85,8 @@ TEST(JsonReaderTests, agreesWithAnotherParser) {
         ASSERT_TRUE(!expected || parseJson(text) == Json::parse(text)) << text;
         accepted += expected;
     }
-    EXPECT_GT(accepted, 1000);
-    EXPECT_LT(accepted, 15000);
+    EXPECT_GT(accepted, 400);
+    EXPECT_LT(accepted, 6000);
 }
 
 TEST(JsonReaderTests, refusesDeepNestingAtTheSameLevel) {
