@@ -34,17 +34,6 @@ std::vector<float> claps(double duration, const std::vector<double>& times) {
     return sound;
 }
 
-/// Where the sound first comes near its loudest.
-double attackIn(const std::vector<float>& sound, double from, double to) {
-    const auto begin = sound.begin() + std::max<std::int64_t>(0, std::llround(from * rate));
-    const auto end =
-        sound.begin() + std::min(std::int64_t(sound.size()), std::int64_t(std::llround(to * rate)));
-    float loudest = 0;
-    std::for_each(begin, end, [&](float sample) { loudest = std::max(loudest, std::abs(sample)); });
-    const auto attack = std::find_if(begin, end, [&](float s) { return std::abs(s) >= 0.4F * loudest; });
-    return double(attack - sound.begin()) / rate;
-}
-
 std::vector<float> soundOf(const MediaAsset& asset, int track = 0) {
     std::vector<float> sound(std::size_t(std::llround(asset.duration() * rate)));
     const auto reader = asset.openAudio(track, rate, 1);
@@ -171,7 +160,8 @@ TEST_F(MediaAssets, SoundKeepsItsPlaceThroughTrimsAndSpeeds) {
     ASSERT_EQ(sound.size(), std::size_t(std::llround(mapper.editedDuration() * rate)));
     for (const double mark : marks) {
         const double place = mapper.editedTime(mark);
-        EXPECT_NEAR(attackIn(sound, place - 0.15, place + 0.15), place, 0.008) << "mark at " << mark;
+        EXPECT_NEAR(test::attackIn(sound, rate, place - 0.15, place + 0.15), place, 0.008)
+            << "mark at " << mark;
     }
 
     // At speed 1 every frame is the file's own, once the two milliseconds after a border are over.

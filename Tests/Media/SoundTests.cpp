@@ -80,22 +80,6 @@ TEST(AudioReader, WhateverTheFormatAndTheRateSoundKeepsItsPlaceAndSeekingChanges
     }
 }
 
-/// Where the sound first comes near its loudest, in seconds, within a window.
-double attackIn(const std::vector<float>& sound, int rate, double from, double to) {
-    const auto clampedIndex = [&](double t) {
-        return std::clamp<std::int64_t>(std::llround(t * rate), 0, std::int64_t(sound.size()));
-    };
-    float loudest = 0;
-    for (std::int64_t i = clampedIndex(from); i < clampedIndex(to); ++i) {
-        loudest = std::max(loudest, std::abs(sound[std::size_t(i)]));
-    }
-    std::int64_t i = clampedIndex(from);
-    while (i < clampedIndex(to) && std::abs(sound[std::size_t(i)]) < 0.4F * loudest) {
-        ++i;
-    }
-    return double(i) / rate;
-}
-
 TEST(TimeStretcher, AttacksKeepTheirPlaceAndTonesTheirPitch) {
     constexpr double clapEvery = 0.7;
     for (const int rate : {48000, 44100}) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <memory>
 
@@ -72,6 +73,18 @@ std::vector<float> readSound(const std::filesystem::path& path, int rate, int ch
         sound.insert(sound.end(), run->begin(), run->end());
     }
     return sound;
+}
+
+double attackIn(const std::vector<float>& sound, int rate, double from, double to) {
+    const auto at = [&](double time) {
+        return sound.begin() +
+               std::clamp<std::int64_t>(std::llround(time * rate), 0, std::int64_t(sound.size()));
+    };
+    float loudest = 0;
+    std::for_each(at(from), at(to), [&](float sample) { loudest = std::max(loudest, std::abs(sample)); });
+    const auto attack =
+        std::find_if(at(from), at(to), [&](float sample) { return std::abs(sample) >= 0.4F * loudest; });
+    return double(attack - sound.begin()) / rate;
 }
 
 std::string run(const std::string& command) {

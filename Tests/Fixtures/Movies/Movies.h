@@ -29,6 +29,9 @@ namespace tavrin::test {
 [[nodiscard]] std::vector<float> readSound(const std::filesystem::path& path, int rate = 48000,
                                            int channels = 1);
 
+/// When a sound first comes near its loudest between two times, seconds.
+[[nodiscard]] double attackIn(const std::vector<float>& sound, int rate, double from, double to);
+
 /// Runs a command of the ffmpeg package. @return what it printed
 std::string run(const std::string& command);
 /// What ffprobe says of a file: "format", "streams" and "packets".
