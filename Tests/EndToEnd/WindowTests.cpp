@@ -193,7 +193,7 @@ TEST(Windows, ADraggedCoveredAndResizedWindowIsWholeAndClicksLandWhereTheyWereMa
     std::vector<Vec2> expected;
     const auto click = [&](Vec2 inFrame, const Rect& content = {0, 0, surface.width, surface.height},
                            PixelSize frame = surface) {
-        pause(40); // for the news of the last move to have come everywhere
+        pause(100); // for the news of the last move to have come everywhere
         hand.moveTo(int(place.x + inFrame.x), int(place.y + inFrame.y));
         hand.click();
         expected.push_back({content.x + inFrame.x / frame.width * content.width,
