@@ -4,7 +4,6 @@
 #include <deque>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -87,11 +86,8 @@ protected:
         return std::nullopt;
     }
 
-    std::string output(const std::string& command) const {
-        const std::string file = folder / "payload";
-        EXPECT_EQ(Child({"/bin/sh", "-c", command + " > " + file + " 2>/dev/null"}).wait().exitCode, 0);
-        std::ifstream stream(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
+    static std::string output(const std::string& command) {
+        return Child({"/bin/sh", "-c", command}).wait().output;
     }
 
     const TemporaryFolder folder;

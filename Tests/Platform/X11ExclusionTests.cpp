@@ -197,12 +197,12 @@ protected:
     void expectSceneWithout(const char* what) {
         output->waitForQuiet();
         const VideoSample beneath = output->last();
-        other.tell(OtherApplication::unmap);
+        other.tell(other.unmap);
         output->waitForQuiet();
         EXPECT_LE(worstDifference(beneath.pixels, scene.screen(recorded)), 1) << what << ", beneath";
         EXPECT_LE(worstDifference(output->last().pixels, scene.screen(recorded)), 1) << what << ", after";
         EXPECT_EQ(output->betrayals, 0) << what;
-        other.tell(OtherApplication::map);
+        other.tell(other.map);
     }
 
     VirtualDisplay display;
@@ -213,10 +213,9 @@ protected:
 };
 
 TEST_F(X11ExclusionTests, whatExcludedWindowsCoverIsSeenAsIfTheyWereNotThere) {
-    using Other = OtherApplication;
     (void)scene.addBareWindow({110, 200, 100, 80}); // whose owner never paints
-    other.tell(Other::create, {150, 100, 150, 150});
-    other.tell(Other::map);
+    other.tell(other.create, {150, 100, 150, 150});
+    other.tell(other.map);
     start({{}, {other.processID()}});
     expectSceneWithout("there from the start");
 
@@ -233,18 +232,17 @@ TEST_F(X11ExclusionTests, whatExcludedWindowsCoverIsSeenAsIfTheyWereNotThere) {
     newer.destroy();
     expectSceneWithout("a window beneath that has gone");
 
-    other.tell(Other::place, {-40, 300, 400, 400});
+    other.tell(other.place, {-40, 300, 400, 400});
     expectSceneWithout("partly off the screen");
 
-    other.tell(Other::destroy);
-    other.tell(Other::createMenu, {90, 90, 200, 30});
-    other.tell(Other::map);
+    other.tell(other.destroy);
+    other.tell(other.createMenu, {90, 90, 200, 30});
+    other.tell(other.map);
     expectSceneWithout("a menu");
 }
 
 // The race between reading the screen and windows that come and go, on a server that is kept busy.
 TEST_F(X11ExclusionTests, noPictureShowsAnExcludedWindowWhileItIsMappedUnmappedAndDragged) {
-    using Other = OtherApplication;
     start({{}, {other.processID()}});
     std::mt19937 random(11);
     const auto upTo = [&](int most) {
@@ -262,28 +260,27 @@ TEST_F(X11ExclusionTests, noPictureShowsAnExcludedWindowWhileItIsMappedUnmappedA
         }
     });
     for (int round = 0; round < 60; ++round) {
-        other.tell(round % 2 == 0 ? Other::create : Other::createMenu,
+        other.tell(round % 2 == 0 ? other.create : other.createMenu,
                    {upTo(500), upTo(400), 20 + upTo(300), 20 + upTo(300)});
-        other.tell(Other::map);
+        other.tell(other.map);
         for (int i = upTo(12); i > 0; --i) {
-            other.tell(Other::place, {upTo(500), upTo(400), 20 + upTo(300), 20 + upTo(300)});
+            other.tell(other.place, {upTo(500), upTo(400), 20 + upTo(300), 20 + upTo(300)});
             std::this_thread::sleep_for(std::chrono::milliseconds(upTo(8)));
         }
         if (round % 3 == 0) {
-            other.tell(Other::unmap);
+            other.tell(other.unmap);
             std::this_thread::sleep_for(std::chrono::milliseconds(upTo(8)));
-            other.tell(Other::map);
+            other.tell(other.map);
         }
-        other.tell(Other::destroy);
+        other.tell(other.destroy);
     }
     EXPECT_EQ(output->betrayals, 0);
     EXPECT_GT(output->count(), 30U);
 }
 
 TEST_F(X11ExclusionTests, aWindowInAFrameBelongsToItsApplicationAndOneElsewhereCostsNothing) {
-    using Other = OtherApplication;
-    const std::uint32_t window = other.tell(Other::create, {520, 60, 100, 100});
-    other.tell(Other::map);
+    const std::uint32_t window = other.tell(other.create, {520, 60, 100, 100});
+    other.tell(other.map);
     const std::size_t windows = scene.topLevelCount();
     start({{}, {other.processID()}});
     output->waitForQuiet();
@@ -291,7 +288,7 @@ TEST_F(X11ExclusionTests, aWindowInAFrameBelongsToItsApplicationAndOneElsewhereC
     EXPECT_LE(worstDifference(output->last().pixels, scene.screen(recorded)), 1);
 
     // As window managers do it: the frame is theirs.
-    other.tell(Other::unmap);
+    other.tell(other.unmap);
     const std::uint32_t color = 0xff0000;
     const std::uint32_t frame =
         createWindow(scene.connection, {120, 90, 140, 150}, XCB_CW_BACK_PIXEL, &color);
