@@ -30,6 +30,7 @@ using testing::SizeIs;
 using testing::StartsWith;
 
 constexpr double tolerance = 0.020;
+constexpr double scatter = 0.050; // of single clicks, for players and listeners on a busy machine
 
 void tellServer(const std::vector<std::string>& words) {
     std::vector<std::string> line{"pactl"};
@@ -53,8 +54,8 @@ void expectAt(const std::vector<double>& clicks, const std::vector<double>& foun
         << testing::PrintToString(since(first, found)) << testing::PrintToString(since(first, clicks));
     // A thread of the test that was made to wait errs, not the recorder: hence not the worst ones.
     EXPECT_LT(std::abs(quantile(errors, 0.5)), tolerance);
-    EXPECT_GT(quantile(errors, 0.2), -tolerance);
-    EXPECT_LT(quantile(errors, 0.8), tolerance);
+    EXPECT_GT(quantile(errors, 0.2), -scatter);
+    EXPECT_LT(quantile(errors, 0.8), scatter);
 }
 
 std::shared_ptr<SoundCollector> collect(std::optional<PulseSystemAudioStream>& stream,
