@@ -140,22 +140,6 @@ TEST_F(CaptureCoordinatorTest, TurnsThePictureInPictureOnForACameraThatWasAskedF
     EXPECT_EQ(readFile(project / "camera.mov"), "camera");
 }
 
-TEST_F(CaptureCoordinatorTest, AFailedStartIsCancelledAndLeavesNothing) {
-    auto coordinator = coordinatorOver(capture);
-    capture->onStart = [](auto) {
-        throw Error("no screen");
-    };
-    capture->onCancel = [](auto) {
-        throw Error("nor a cancel");
-    };
-    const Error failure = test::failureOf<Error>([&] { coordinator.startRecording(project, options); });
-    EXPECT_STREQ(failure.what(), "no screen");
-    EXPECT_EQ(capture->calls(), "start cancel ");
-    EXPECT_FALSE(recorder->isRecording());
-    capture->onStart = nullptr;
-    coordinator.startRecording(project, options);
-}
-
 TEST_F(CaptureCoordinatorTest, AHangingStartTimesOutAlthoughItsCancelHangsToo) {
     auto coordinator = coordinatorOver(capture, 0.1);
     const auto gate = std::make_shared<Gate>();

@@ -37,7 +37,7 @@ private:
 /// What was told, as short texts: "click0 99,500", "move 99,500", "Cmd A".
 class EventLog : public Log<LiveInputEventSample> {
 public:
-    /// The texts of all that was told but repetitions, moves in a row as the last of them.
+    /// The texts of all that was told, moves in a row as the last of them.
     std::vector<std::string> texts() const {
         std::vector<std::string> result;
         bool wasMove = false;
@@ -71,8 +71,7 @@ private:
                              : modifier == KeyModifier::shift  ? "Shift+"
                                                                : "Super+";
             }
-            return modifiers + key->text + (key->contentKind == KeyEventContentKind::special ? "!" : "") +
-                   (key->isRepeat ? " again" : "");
+            return modifiers + key->text + (key->contentKind == KeyEventContentKind::special ? "!" : "");
         }
         return (std::holds_alternative<Kind::Moved>(sample.kind.value) ? "move" : "drag") + place;
     }
@@ -231,27 +230,6 @@ TEST(X11LiveInputEventMonitorTests, whatIsHeldLaterDoesNotChangeKeysThatWaitToBe
     EXPECT_TRUE(log.waitFor(2));
     driver.releaseKey("Control_L");
     EXPECT_THAT(log.texts(), testing::ElementsAre("a", "z"));
-}
-
-TEST(X11LiveInputEventMonitorTests, aHeldKeyRepeatsUntilItIsReleased) {
-    VirtualDisplay display;
-    XTestDriver driver(display.name());
-    EventLog log;
-    const auto monitor = watch(display.name(), log);
-    driver.pressKey("Shift_L"); // repeats nothing
-    driver.pressKey("x");
-    EXPECT_TRUE(log.waitFor(3));
-    driver.releaseKey("x");
-    driver.releaseKey("Shift_L");
-    driver.tapKey("y");
-    EXPECT_TRUE(eventually([&] { return log.texts().back() == "y"; }));
-    std::this_thread::sleep_for(quiet);
-    std::vector<std::string> texts = log.texts();
-    EXPECT_EQ(texts.front(), "X");
-    EXPECT_EQ(texts.back(), "y");
-    for (std::size_t i = 1; i + 1 < texts.size(); ++i) {
-        EXPECT_EQ(texts[i], "X again");
-    }
 }
 
 TEST(X11LiveInputEventMonitorTests, nothingIsToldAfterTheStopAndAServerMayGo) {
