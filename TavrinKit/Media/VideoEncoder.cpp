@@ -1,12 +1,10 @@
 #include "TavrinKit/Media/VideoEncoder.h"
 
 #include <algorithm>
-#include <initializer_list>
 #include <memory>
 #include <new>
 #include <string>
 #include <thread>
-#include <utility>
 
 #include <fmt/format.h>
 
@@ -29,26 +27,42 @@ bool isProRes(const VideoTrackSettings& settings) {
     return settings.codec == VideoCodec::proRes422;
 }
 
-template <typename Key>
-const char* nameIn(std::initializer_list<std::pair<Key, const char*>> names, Key key) {
-    return std::ranges::find(names, key, &std::pair<Key, const char*>::first)->second;
-}
-
 const char* encoderFor(VideoCodec codec) {
-    using enum VideoCodec;
-    return nameIn<VideoCodec>({{h264, "libx264"}, {hevc, "libx265"}, {proRes422, "prores_ks"}}, codec);
+    switch (codec) {
+    case VideoCodec::h264:
+        return "libx264";
+    case VideoCodec::hevc:
+        return "libx265";
+    case VideoCodec::proRes422:
+        return "prores_ks";
+    }
+    return "libx264";
 }
 
 const char* nameOf(EncoderEffort effort) {
-    using enum EncoderEffort;
-    return nameIn<EncoderEffort>({{ultrafast, "ultrafast"}, {superfast, "superfast"}, {veryfast, "veryfast"}},
-                                 effort);
+    switch (effort) {
+    case EncoderEffort::ultrafast:
+        return "ultrafast";
+    case EncoderEffort::superfast:
+        return "superfast";
+    case EncoderEffort::veryfast:
+        return "veryfast";
+    }
+    return "veryfast";
 }
 
 const char* nameOf(VideoProfile profile) {
-    using enum VideoProfile;
-    return nameIn<VideoProfile>(
-        {{h264Baseline, "baseline"}, {h264Main, "main"}, {h264High, "high"}, {hevcMain, "main"}}, profile);
+    switch (profile) {
+    case VideoProfile::h264Baseline:
+        return "baseline";
+    case VideoProfile::h264Main:
+        return "main";
+    case VideoProfile::h264High:
+        return "high";
+    case VideoProfile::hevcMain:
+        return "main";
+    }
+    return "high";
 }
 
 void check(const VideoTrackSettings& settings) {
